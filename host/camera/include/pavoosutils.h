@@ -1,0 +1,77 @@
+// OS utilities of the camera framework: named mutexes and conditions, joinable threads.
+#pragma once
+
+#include <pthread.h>
+
+#include <cstdint>
+
+#include "ixotypes.h"
+
+namespace Pavo {
+
+// Entry function of a thread made by OsUtils::ThreadCreate; its return value is the thread's
+// exit value.
+typedef void* (*OSThreadFunc)(void* pArg);
+
+// Id of a joinable thread; never 0 for a thread that was created.
+typedef int64_t OSThreadHandle;
+
+class Mutex {
+public:
+    // Returns a new mutex, or null when it cannot be made. The name is for diagnostics.
+    static Mutex* Create(const char* pName);
+    // Frees the mutex; it must not be held.
+    void Destroy();
+    void Lock();
+    void Unlock();
+    LumResult TryLock();
+    pthread_mutex_t* GetNativeHandle();
+    const char* Name() const;
+
+private:
+    Mutex() = default;
+    ~Mutex() = default;
+    Mutex(const Mutex&) = delete;
+    Mutex& operator=(const Mutex&) = delete;
+
+    pthread_mutex_t m_mutex;
+    char m_name[64];
+};
+
+class Condition {
+public:
+    // Returns a new condition, or null when it cannot be made. The name is for diagnostics.
+    static Condition* Create(const char* pName);
+    void Destroy();
+    // Waits until signalled; the caller holds pMutex.
+    LumResult Wait(pthread_mutex_t* pMutex);
+    // Waits until signalled or until timeoutMilliseconds have passed; the caller holds pMutex.
+    // LumResultSuccess when signalled, LumResultETimeout when the time ran out.
+    LumResult TimedWait(pthread_mutex_t* pMutex, uint32_t timeoutMilliseconds);
+    void Signal();
+    void Broadcast();
+    const char* Name() const;
+
+private:
+    Condition() = default;
+    ~Condition() = default;
+    Condition(const Condition&) = delete;
+    Condition& operator=(const Condition&) = delete;
+
+    pthread_cond_t m_condition;
+    char m_name[64];
+};
+
+class OsUtils {
+public:
+    // Starts a joinable thread running pFunc(pArg) and writes its id to *phThread.
+    // LumResultSuccess, or a failure code (LumResultEFailed, LumResultENoMemory, ...).
+    static LumResult ThreadCreate(OSThreadFunc pFunc, void* pArg, OSThreadHandle* phThread);
+    // Blocks until the thread has ended and releases it.
+    static LumResult ThreadWait(OSThreadHandle hThread);
+    // Sleeps for the given number of milliseconds.
+    static void SleepMicroseconds(uint32_t microseconds);
+    static uint64_t GetNanoTime();
+};
+
+}  // namespace Pavo
