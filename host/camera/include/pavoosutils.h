@@ -69,8 +69,9 @@ public:
     static LumResult ThreadCreate(OSThreadFunc pFunc, void* pArg, OSThreadHandle* phThread);
     // Blocks until the thread has ended and releases it.
     static LumResult ThreadWait(OSThreadHandle hThread);
-    // Sleeps for the given number of milliseconds.
+    // Sleeps for at least the given number of microseconds.
     static void SleepMicroseconds(uint32_t microseconds);
+    // Nanoseconds of the monotonic clock (not wall time).
     static uint64_t GetNanoTime();
 };
 

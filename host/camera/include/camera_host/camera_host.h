@@ -41,8 +41,14 @@ public:
     void Clear();
 };
 
-// Silences (true) or restores (false) the normal sink's stderr output.
+// Turns the sinks' stderr output on (true, the default) or off (false); capture is unaffected.
 void SetStderrLogging(bool enabled);
+
+// Sets the error, warning, info and verbose masks of both switch arrays for a level name:
+// "off", "error", "warn" (the default), "info" or "verbose" (each includes the ones before it).
+// Returns false, changing nothing, for any other name. The IXO_LOG_LEVEL environment variable is
+// applied this way once at start-up.
+bool ApplyLogLevel(const char* pLevelName);
 
 // Saves the log switches on construction and restores them on destruction.
 class LogSwitchesGuard {
