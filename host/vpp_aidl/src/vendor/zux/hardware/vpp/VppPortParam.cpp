@@ -1,0 +1,23 @@
+// VppPortParam: descriptor and parcel entry points.
+#include <aidl/vendor/zux/hardware/vpp/VppPortParam.h>
+
+namespace aidl {
+namespace vendor {
+namespace zux {
+namespace hardware {
+namespace vpp {
+const char* VppPortParam::descriptor = "vendor.zux.hardware.vpp.VppPortParam";
+
+// Parcels are only needed across processes; in-process calls pass the object itself.
+binder_status_t VppPortParam::readFromParcel(const AParcel* /*parcel*/) {
+    return STATUS_INVALID_OPERATION;
+}
+
+binder_status_t VppPortParam::writeToParcel(AParcel* /*parcel*/) const {
+    return STATUS_INVALID_OPERATION;
+}
+}  // namespace vpp
+}  // namespace hardware
+}  // namespace zux
+}  // namespace vendor
+}  // namespace aidl
