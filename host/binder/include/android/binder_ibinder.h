@@ -1,0 +1,123 @@
+// Binder NDK object API: classes, local binders, reference counts, weak references, death links.
+#pragma once
+
+#include <android/binder_parcel.h>
+#include <android/binder_status.h>
+#include <stdbool.h>
+#include <stdint.h>
+#include <sys/cdefs.h>
+#include <sys/types.h>
+
+__BEGIN_DECLS
+
+typedef uint32_t transaction_code_t;
+typedef uint32_t binder_flags_t;
+
+enum {
+    // Fire-and-forget call: no reply is produced.
+    FLAG_ONEWAY = 0x01,
+};
+
+enum {
+    FIRST_CALL_TRANSACTION = 0x00000001,
+    LAST_CALL_TRANSACTION = 0x00ffffff,
+};
+
+// Built-in codes outside the user range, packed from four letters.
+#define B_PACK_CHARS(c1, c2, c3, c4) ((((c1) << 24)) | (((c2) << 16)) | (((c3) << 8)) | (c4))
+enum {
+    PING_TRANSACTION = B_PACK_CHARS('_', 'P', 'N', 'G'),
+    DUMP_TRANSACTION = B_PACK_CHARS('_', 'D', 'M', 'P'),
+    SHELL_COMMAND_TRANSACTION = B_PACK_CHARS('_', 'C', 'M', 'D'),
+    INTERFACE_TRANSACTION = B_PACK_CHARS('_', 'N', 'T', 'F'),
+    EXTENSION_TRANSACTION = B_PACK_CHARS('_', 'E', 'X', 'T'),
+    DEBUG_PID_TRANSACTION = B_PACK_CHARS('_', 'P', 'I', 'D'),
+};
+
+struct AIBinder_Class;
+typedef struct AIBinder_Class AIBinder_Class;
+
+struct AIBinder;
+typedef struct AIBinder AIBinder;
+
+struct AIBinder_Weak;
+typedef struct AIBinder_Weak AIBinder_Weak;
+
+struct AIBinder_DeathRecipient;
+typedef struct AIBinder_DeathRecipient AIBinder_DeathRecipient;
+
+typedef void* (*AIBinder_Class_onCreate)(void* args);
+typedef void (*AIBinder_Class_onDestroy)(void* userData);
+typedef binder_status_t (*AIBinder_Class_onTransact)(AIBinder* binder, transaction_code_t code,
+                                                     const AParcel* in, AParcel* out);
+typedef binder_status_t (*AIBinder_onDump)(AIBinder* binder, int fd, const char** args,
+                                           uint32_t numArgs);
+typedef void (*AIBinder_DeathRecipient_onBinderDied)(void* cookie);
+typedef void (*AIBinder_DeathRecipient_onBinderUnlinked)(void* cookie);
+
+// A class object lives for the whole process. NULL if any argument is NULL.
+__attribute__((warn_unused_result)) AIBinder_Class* AIBinder_Class_define(
+    const char* interfaceDescriptor, AIBinder_Class_onCreate onCreate,
+    AIBinder_Class_onDestroy onDestroy, AIBinder_Class_onTransact onTransact) __INTRODUCED_IN(29);
+void AIBinder_Class_setOnDump(AIBinder_Class* clazz, AIBinder_onDump onDump) __INTRODUCED_IN(29);
+void AIBinder_Class_disableInterfaceTokenHeader(AIBinder_Class* clazz) __INTRODUCED_IN(33);
+const char* AIBinder_Class_getDescriptor(const AIBinder_Class* clazz) __INTRODUCED_IN(31);
+
+// New local binder, +1. onCreate(args) runs synchronously and becomes the user data.
+__attribute__((warn_unused_result)) AIBinder* AIBinder_new(const AIBinder_Class* clazz, void* args)
+    __INTRODUCED_IN(29);
+
+bool AIBinder_isRemote(const AIBinder* binder) __INTRODUCED_IN(29);
+bool AIBinder_isAlive(const AIBinder* binder) __INTRODUCED_IN(29);
+binder_status_t AIBinder_ping(AIBinder* binder) __INTRODUCED_IN(29);
+binder_status_t AIBinder_dump(AIBinder* binder, int fd, const char** args, uint32_t numArgs)
+    __INTRODUCED_IN(29);
+
+// Death links: see the host notes in binder_host/binder_host.h for same-process binders.
+binder_status_t AIBinder_linkToDeath(AIBinder* binder, AIBinder_DeathRecipient* recipient,
+                                     void* cookie) __INTRODUCED_IN(29);
+binder_status_t AIBinder_unlinkToDeath(AIBinder* binder, AIBinder_DeathRecipient* recipient,
+                                       void* cookie) __INTRODUCED_IN(29);
+
+uid_t AIBinder_getCallingUid(void) __INTRODUCED_IN(29);
+pid_t AIBinder_getCallingPid(void) __INTRODUCED_IN(29);
+bool AIBinder_isHandlingTransaction(void) __INTRODUCED_IN(33);
+
+void AIBinder_incStrong(AIBinder* binder) __INTRODUCED_IN(29);
+void AIBinder_decStrong(AIBinder* binder) __INTRODUCED_IN(29);
+int32_t AIBinder_debugGetRefCount(AIBinder* binder) __INTRODUCED_IN(29);
+
+bool AIBinder_associateClass(AIBinder* binder, const AIBinder_Class* clazz) __INTRODUCED_IN(29);
+const AIBinder_Class* AIBinder_getClass(AIBinder* binder) __INTRODUCED_IN(29);
+void* AIBinder_getUserData(AIBinder* binder) __INTRODUCED_IN(29);
+
+// Transactions. The host stage runs in-process calls as direct virtual calls; see the .cpp.
+binder_status_t AIBinder_prepareTransaction(AIBinder* binder, AParcel** in) __INTRODUCED_IN(29);
+binder_status_t AIBinder_transact(AIBinder* binder, transaction_code_t code, AParcel** in,
+                                  AParcel** out, binder_flags_t flags) __INTRODUCED_IN(29);
+
+// Weak references: do not keep the binder alive; promote gives +1 or NULL.
+__attribute__((warn_unused_result)) AIBinder_Weak* AIBinder_Weak_new(AIBinder* binder)
+    __INTRODUCED_IN(29);
+void AIBinder_Weak_delete(AIBinder_Weak* weakBinder) __INTRODUCED_IN(29);
+__attribute__((warn_unused_result)) AIBinder* AIBinder_Weak_promote(AIBinder_Weak* weakBinder)
+    __INTRODUCED_IN(29);
+__attribute__((warn_unused_result)) AIBinder_Weak* AIBinder_Weak_clone(const AIBinder_Weak* weak)
+    __INTRODUCED_IN(31);
+bool AIBinder_Weak_lt(const AIBinder_Weak* lhs, const AIBinder_Weak* rhs) __INTRODUCED_IN(31);
+
+// Death recipients: one recipient may be linked to many binders with distinct cookies.
+__attribute__((warn_unused_result)) AIBinder_DeathRecipient* AIBinder_DeathRecipient_new(
+    AIBinder_DeathRecipient_onBinderDied onBinderDied) __INTRODUCED_IN(29);
+void AIBinder_DeathRecipient_setOnUnlinked(AIBinder_DeathRecipient* recipient,
+                                           AIBinder_DeathRecipient_onBinderUnlinked onUnlinked)
+    __INTRODUCED_IN(33);
+void AIBinder_DeathRecipient_delete(AIBinder_DeathRecipient* recipient) __INTRODUCED_IN(29);
+
+binder_status_t AIBinder_getExtension(AIBinder* binder, AIBinder** outExt) __INTRODUCED_IN(30);
+binder_status_t AIBinder_setExtension(AIBinder* binder, AIBinder* ext) __INTRODUCED_IN(30);
+
+// Total order over binder identities; NULL sorts first.
+bool AIBinder_lt(const AIBinder* lhs, const AIBinder* rhs) __INTRODUCED_IN(31);
+
+__END_DECLS
