@@ -1,0 +1,206 @@
+// Local stubs on the host binder: fromBinder/asBinder identity, lifetime, versioning, default
+// implementations, delegators and proxies.
+#include <aidl/vendor/zux/hardware/vpp/BnVppCallbacks.h>
+#include <aidl/vendor/zux/hardware/vpp/BnVppService.h>
+#include <aidl/vendor/zux/hardware/vpp/BnVppSession.h>
+#include <aidl/vendor/zux/hardware/vpp/BpVppCallbacks.h>
+#include <aidl/vendor/zux/hardware/vpp/BpVppService.h>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <memory>
+#include <string>
+
+#include "fd_count.h"
+
+namespace vpp_aidl_test {
+namespace {
+
+using namespace ::aidl::vendor::zux::hardware::vpp;
+using ::testing::_;
+using ::testing::DoAll;
+using ::testing::Field;
+using ::testing::Return;
+using ::testing::SetArgPointee;
+
+class MockCallbacks : public BnVppCallbacks {
+public:
+    MOCK_METHOD(::ndk::ScopedAStatus, eventDrainDone, (VppError*), (override));
+    MOCK_METHOD(::ndk::ScopedAStatus, eventError, (VppError, VppError*), (override));
+    MOCK_METHOD(::ndk::ScopedAStatus, eventFlushDone, (const FlushDone&, VppError*), (override));
+    MOCK_METHOD(::ndk::ScopedAStatus, eventReconfigDone, (const ReconfigDone&, VppError*),
+                (override));
+    MOCK_METHOD(::ndk::ScopedAStatus, inputBufferDone, (const VppBuffer&, VppError*), (override));
+    MOCK_METHOD(::ndk::ScopedAStatus, outputBufferDone, (const VppBuffer&, VppError*), (override));
+};
+
+// A service whose sessions are default implementations; enough to hand out an interface.
+class FakeService : public BnVppService {
+public:
+    ::ndk::ScopedAStatus getNewVppSession(int32_t,
+                                          std::shared_ptr<IVppSession>* _aidl_return) override {
+        *_aidl_return = ::ndk::SharedRefBase::make<IVppSessionDefault>();
+        return ::ndk::ScopedAStatus::ok();
+    }
+};
+
+class BinderIdentityTest : public ::testing::Test {
+protected:
+    void SetUp() override { descriptorsBefore_ = openDescriptorCount(); }
+    void TearDown() override { EXPECT_EQ(openDescriptorCount(), descriptorsBefore_); }
+
+private:
+    size_t descriptorsBefore_ = 0;
+};
+
+TEST_F(BinderIdentityTest, FromBinderOnLocalStubIsTheImplementation) {
+    auto callbacks = ::ndk::SharedRefBase::make<MockCallbacks>();
+    ::ndk::SpAIBinder binder = callbacks->asBinder();
+    ASSERT_NE(binder.get(), nullptr);
+    EXPECT_EQ(callbacks->asBinder().get(), binder.get()) << "one binder per live object";
+    EXPECT_FALSE(callbacks->isRemote());
+
+    std::shared_ptr<IVppCallbacks> found = IVppCallbacks::fromBinder(binder);
+    EXPECT_EQ(found.get(), callbacks.get());
+    EXPECT_EQ(found->asBinder().get(), binder.get());
+
+    // Calls through the interface reach the implementation directly.
+    EXPECT_CALL(*callbacks, eventFlushDone(Field(&FlushDone::port, 1), _))
+        .WillOnce(DoAll(SetArgPointee<1>(VppError::VPP_OK), Return(::ndk::ScopedAStatus::ok())));
+    FlushDone done;
+    done.port = 1;
+    VppError result = VppError::VPP_ERR;
+    EXPECT_TRUE(found->eventFlushDone(done, &result).isOk());
+    EXPECT_EQ(result, VppError::VPP_OK);
+
+    auto service = ::ndk::SharedRefBase::make<FakeService>();
+    EXPECT_EQ(IVppService::fromBinder(service->asBinder()).get(), service.get());
+}
+
+TEST_F(BinderIdentityTest, FromBinderRefusesOtherInterfacesAndNull) {
+    auto service = ::ndk::SharedRefBase::make<FakeService>();
+    EXPECT_EQ(IVppCallbacks::fromBinder(service->asBinder()), nullptr);
+    EXPECT_EQ(IVppSession::fromBinder(service->asBinder()), nullptr);
+    EXPECT_EQ(IVppService::fromBinder(::ndk::SpAIBinder()), nullptr);
+}
+
+// The binder keeps its implementation alive, and lets go of it once the last reference goes.
+TEST_F(BinderIdentityTest, BinderOwnsItsImplementation) {
+    auto service = ::ndk::SharedRefBase::make<FakeService>();
+    std::weak_ptr<FakeService> watch = service;
+    ::ndk::SpAIBinder binder = service->asBinder();
+    service.reset();
+    ASSERT_FALSE(watch.expired());
+
+    std::shared_ptr<IVppService> again = IVppService::fromBinder(binder);
+    std::shared_ptr<IVppSession> session;
+    EXPECT_TRUE(again->getNewVppSession(0, &session).isOk());
+    ASSERT_NE(session, nullptr);
+    again.reset();
+    session.reset();
+
+    binder = ::ndk::SpAIBinder();
+    EXPECT_TRUE(watch.expired());
+}
+
+TEST_F(BinderIdentityTest, StubsReportVersionAndHash) {
+    auto callbacks = ::ndk::SharedRefBase::make<MockCallbacks>();
+    int32_t version = 0;
+    std::string hash;
+    EXPECT_TRUE(callbacks->getInterfaceVersion(&version).isOk());
+    EXPECT_TRUE(callbacks->getInterfaceHash(&hash).isOk());
+    EXPECT_EQ(version, IVppCallbacks::version);
+    EXPECT_EQ(hash, IVppCallbacks::hash);
+}
+
+TEST_F(BinderIdentityTest, DefaultImplementationAnswersUnknownTransaction) {
+    auto session = ::ndk::SharedRefBase::make<IVppSessionDefault>();
+    VppError result = VppError::VPP_OK;
+    ::ndk::ScopedAStatus status = session->queueBuf(0, VppBuffer(), &result);
+    EXPECT_FALSE(status.isOk());
+    EXPECT_EQ(status.getStatus(), STATUS_UNKNOWN_TRANSACTION);
+    EXPECT_EQ(session->term().getStatus(), STATUS_UNKNOWN_TRANSACTION);
+    int32_t version = -1;
+    std::string hash = "x";
+    EXPECT_TRUE(session->getInterfaceVersion(&version).isOk());
+    EXPECT_TRUE(session->getInterfaceHash(&hash).isOk());
+    EXPECT_EQ(version, 0);
+    EXPECT_EQ(hash, "");
+    EXPECT_EQ(session->asBinder().get(), nullptr);
+    EXPECT_FALSE(session->isRemote());
+}
+
+TEST_F(BinderIdentityTest, DelegatorForwardsEveryCall) {
+    auto inner = ::ndk::SharedRefBase::make<MockCallbacks>();
+    auto delegator = ::ndk::SharedRefBase::make<IVppCallbacksDelegator>(inner);
+    EXPECT_CALL(*inner, eventError(VppError::VPP_ERR_HW, _))
+        .WillOnce(DoAll(SetArgPointee<1>(VppError::VPP_PENDING),
+                        Return(::ndk::ScopedAStatus::ok())));
+    EXPECT_CALL(*inner, outputBufferDone(Field(&VppBuffer::cookie, 77), _))
+        .WillOnce(Return(::ndk::ScopedAStatus::fromServiceSpecificError(3)));
+    VppError result = VppError::VPP_OK;
+    EXPECT_TRUE(delegator->eventError(VppError::VPP_ERR_HW, &result).isOk());
+    EXPECT_EQ(result, VppError::VPP_PENDING);
+    VppBuffer buffer;
+    buffer.cookie = 77;
+    EXPECT_EQ(delegator->outputBufferDone(buffer, &result).getServiceSpecificError(), 3);
+
+    // The delegator is a stub of its own, distinct from the wrapped one.
+    EXPECT_NE(delegator->asBinder().get(), inner->asBinder().get());
+    EXPECT_EQ(IVppCallbacks::fromBinder(delegator->asBinder()).get(), delegator.get());
+}
+
+// A proxy cannot carry a call yet, whatever the binder: it reports failure and leaves the results
+// alone rather than pretending success.
+TEST_F(BinderIdentityTest, ProxyNeverReportsSuccessWithoutAReply) {
+    auto callbacks = ::ndk::SharedRefBase::make<MockCallbacks>();
+    auto proxy = ::ndk::SharedRefBase::make<BpVppCallbacks>(callbacks->asBinder());
+    EXPECT_EQ(proxy->asBinder().get(), callbacks->asBinder().get());
+    EXPECT_FALSE(proxy->isRemote());
+    VppError result = VppError::VPP_ERR_FATAL;
+    EXPECT_FALSE(proxy->eventDrainDone(&result).isOk());
+    EXPECT_EQ(result, VppError::VPP_ERR_FATAL);
+    int32_t version = -1;
+    EXPECT_FALSE(proxy->getInterfaceVersion(&version).isOk());
+
+    auto noBinder = ::ndk::SharedRefBase::make<BpVppService>(::ndk::SpAIBinder());
+    std::shared_ptr<IVppSession> session;
+    EXPECT_FALSE(noBinder->getNewVppSession(0, &session).isOk());
+    EXPECT_EQ(session, nullptr);
+}
+
+// With a default implementation set, a call the peer does not know goes to it instead. Kept to
+// one interface per process: the default can be set only once.
+TEST_F(BinderIdentityTest, ProxyFallsBackToDefaultImplementation) {
+    class CountingDefault : public IVppServiceDefault {
+    public:
+        ::ndk::ScopedAStatus getNewVppSession(int32_t flags,
+                                              std::shared_ptr<IVppSession>*) override {
+            calls++;
+            lastFlags = flags;
+            return ::ndk::ScopedAStatus::ok();
+        }
+        int calls = 0;
+        int32_t lastFlags = -1;
+    };
+    auto fallback = ::ndk::SharedRefBase::make<CountingDefault>();
+    EXPECT_FALSE(IVppService::setDefaultImpl(nullptr));
+    ASSERT_TRUE(IVppService::setDefaultImpl(fallback));
+    EXPECT_EQ(IVppService::getDefaultImpl().get(), fallback.get());
+
+    // The local stub answers every transaction as unknown, so the proxy uses the default.
+    auto service = ::ndk::SharedRefBase::make<FakeService>();
+    auto proxy = ::ndk::SharedRefBase::make<BpVppService>(service->asBinder());
+    std::shared_ptr<IVppSession> session;
+    ::ndk::ScopedAStatus status = proxy->getNewVppSession(5, &session);
+    if (fallback->calls == 0) {
+        // The host binder refused the transaction before it reached the stub.
+        EXPECT_FALSE(status.isOk());
+    } else {
+        EXPECT_TRUE(status.isOk());
+        EXPECT_EQ(fallback->lastFlags, 5);
+    }
+}
+
+}  // namespace
+}  // namespace vpp_aidl_test
