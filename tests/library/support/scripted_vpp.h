@@ -1,0 +1,182 @@
+// A scriptable VPP session and service for tests: every call is recorded with its arguments, each
+// method answers a chosen VppError, or fails the way a broken transaction does (an error status
+// with the out-value left unwritten).
+#pragma once
+
+#include <aidl/vendor/zux/hardware/vpp/BnVppService.h>
+#include <aidl/vendor/zux/hardware/vpp/BnVppSession.h>
+#include <sys/types.h>
+
+#include <functional>
+#include <map>
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace vpptest {
+
+using ::aidl::vendor::zux::hardware::vpp::BnVppService;
+using ::aidl::vendor::zux::hardware::vpp::BnVppSession;
+using ::aidl::vendor::zux::hardware::vpp::IVppCallbacks;
+using ::aidl::vendor::zux::hardware::vpp::IVppSession;
+using ::aidl::vendor::zux::hardware::vpp::VppBuffer;
+using ::aidl::vendor::zux::hardware::vpp::VppBufferRequirements;
+using ::aidl::vendor::zux::hardware::vpp::VppCtrlFrc;
+using ::aidl::vendor::zux::hardware::vpp::VppError;
+using ::aidl::vendor::zux::hardware::vpp::VppPortParam;
+using ::aidl::vendor::zux::hardware::vpp::VppStats;
+
+// How a scripted method answers.
+struct Reply {
+    bool broken = false;                 // error status, out-value not written
+    VppError error = VppError::VPP_OK;   // written to the out-value otherwise
+};
+inline Reply Answer(VppError error) { return Reply{false, error}; }
+inline Reply BrokenTransaction() { return Reply{true, VppError::VPP_OK}; }
+
+// A descriptor of a queued buffer as the session saw it during the call.
+struct FdSeen {
+    int fd = -1;
+    bool open = false;
+    bool closeOnExec = false;
+    dev_t device = 0;
+    ino_t inode = 0;
+};
+
+// A queued buffer, field by field, as the session saw it during the call.
+struct BufferSeen {
+    std::vector<FdSeen> fds;
+    std::vector<int32_t> ints;
+    int32_t offset = 0;
+    int32_t bufferLen = 0;
+    int32_t filledLen = 0;
+    int32_t allocLen = 0;
+    size_t extraFds = 0;
+    size_t extraInts = 0;
+    int64_t extraOffset = 0;
+    int64_t extraLen = 0;
+    size_t metadataCount = 0;
+    int32_t flags = 0;
+    int64_t timestamp = 0;
+    int64_t portType = 0;
+    int64_t cookie = 0;
+};
+
+// One recorded call.
+struct Call {
+    std::string method;
+    int32_t port = -1;       // flush, queueBuf, setParameter
+    int32_t value = -1;      // setMode's mode, init's flags
+    VppPortParam param;      // setParameter
+    VppCtrlFrc ctrl;         // setCtrlFrc
+    bool withCallbacks = false;  // init received a callbacks object
+    std::optional<BufferSeen> buffer;  // queueBuf
+};
+
+// Records what a descriptor refers to right now.
+FdSeen InspectFd(int fd);
+
+class ScriptedSession : public BnVppSession {
+public:
+    // Replies of a method, used in order; the last one repeats. Unscripted methods answer VPP_OK.
+    void Script(const std::string& method, std::vector<Reply> replies);
+    // Runs during each call of the method, after it was recorded and before it replies.
+    void OnCall(const std::string& method, std::function<void(const Call&)> hook);
+
+    std::vector<Call> Calls() const;
+    std::vector<std::string> Methods() const;  // method names in call order
+    std::vector<Call> CallsOf(const std::string& method) const;
+    std::shared_ptr<IVppCallbacks> Callbacks() const;
+
+    ndk::ScopedAStatus close(VppError* _aidl_return) override;
+    ndk::ScopedAStatus drain(VppError* _aidl_return) override;
+    ndk::ScopedAStatus flush(int32_t in_port, VppError* _aidl_return) override;
+    ndk::ScopedAStatus getBufferRequirements(int32_t in_port, VppBufferRequirements* out,
+                                             VppError* _aidl_return) override;
+    ndk::ScopedAStatus init(int32_t in_flags, const std::shared_ptr<IVppCallbacks>& in_callbacks,
+                            VppError* _aidl_return) override;
+    ndk::ScopedAStatus open(VppError* _aidl_return) override;
+    ndk::ScopedAStatus queueBuf(int32_t in_port, const VppBuffer& in_buffer,
+                                VppError* _aidl_return) override;
+    ndk::ScopedAStatus getCtrlFrc(VppCtrlFrc* out_ctrl, VppError* _aidl_return) override;
+    ndk::ScopedAStatus getMode(int32_t* out_mode, VppError* _aidl_return) override;
+    ndk::ScopedAStatus getParameter(int32_t in_port, VppPortParam* out_param,
+                                    VppError* _aidl_return) override;
+    ndk::ScopedAStatus getState(int32_t* out_state, VppError* _aidl_return) override;
+    ndk::ScopedAStatus getStats(VppStats* out_stats, VppError* _aidl_return) override;
+    ndk::ScopedAStatus reconfigure(const VppPortParam& in_inputParam,
+                                   const VppPortParam& in_outputParam,
+                                   VppError* _aidl_return) override;
+    ndk::ScopedAStatus resetStats(VppError* _aidl_return) override;
+    ndk::ScopedAStatus setCtrlFrc(const VppCtrlFrc& in_ctrl, VppError* _aidl_return) override;
+    ndk::ScopedAStatus setDebugFlags(int32_t in_flags, VppError* _aidl_return) override;
+    ndk::ScopedAStatus setFrameRate(int32_t in_numerator, int32_t in_denominator,
+                                    VppError* _aidl_return) override;
+    ndk::ScopedAStatus setMaxQueuedBuffers(int32_t in_port, int32_t in_count,
+                                           VppError* _aidl_return) override;
+    ndk::ScopedAStatus setName(const std::string& in_name, VppError* _aidl_return) override;
+    ndk::ScopedAStatus setMode(int32_t in_mode, VppError* _aidl_return) override;
+    ndk::ScopedAStatus setParameter(int32_t in_port, const VppPortParam& in_param,
+                                    VppError* _aidl_return) override;
+    ndk::ScopedAStatus setPriority(int32_t in_priority, VppError* _aidl_return) override;
+    ndk::ScopedAStatus setTimestampMode(int32_t in_mode, VppError* _aidl_return) override;
+    ndk::ScopedAStatus setPassThrough(int32_t in_enable, VppError* _aidl_return) override;
+    ndk::ScopedAStatus ping(VppError* _aidl_return) override;
+    ndk::ScopedAStatus term() override;
+
+private:
+    // Records the call, runs its hook, and answers by its script.
+    ndk::ScopedAStatus Handle(Call call, VppError* _aidl_return);
+
+    mutable std::mutex m_mutex;
+    std::vector<Call> m_calls;
+    std::map<std::string, std::vector<Reply>> m_scripts;
+    std::map<std::string, size_t> m_scriptPositions;
+    std::map<std::string, std::function<void(const Call&)>> m_hooks;
+    std::shared_ptr<IVppCallbacks> m_callbacks;
+};
+
+class ScriptedService : public BnVppService {
+public:
+    enum class Mode {
+        kNewSession,    // fills the handle, answers OK
+        kFillButFail,   // fills the handle, answers an error status
+        kOkButEmpty,    // leaves the handle empty, answers OK
+    };
+    void SetMode(Mode mode);
+    // The session handed out by the next getNewVppSession calls; a new one each call otherwise.
+    void SetSession(std::shared_ptr<ScriptedSession> session);
+    std::vector<std::shared_ptr<ScriptedSession>> Sessions() const;
+    std::shared_ptr<ScriptedSession> LastSession() const;
+    int GetNewVppSessionCalls() const;
+
+    ndk::ScopedAStatus getNewVppSession(int32_t in_flags,
+                                        std::shared_ptr<IVppSession>* _aidl_return) override;
+
+private:
+    mutable std::mutex m_mutex;
+    Mode m_mode = Mode::kNewSession;
+    std::shared_ptr<ScriptedSession> m_session;
+    std::vector<std::shared_ptr<ScriptedSession>> m_sessions;
+    int m_calls = 0;
+};
+
+// Instance name under which nodes look the service up.
+std::string DefaultInstanceName();
+
+// Registers a service under the default instance name for the object's life.
+class ServiceRegistration {
+public:
+    explicit ServiceRegistration(std::shared_ptr<ScriptedService> service);
+    ~ServiceRegistration();
+    ServiceRegistration(const ServiceRegistration&) = delete;
+    ServiceRegistration& operator=(const ServiceRegistration&) = delete;
+    const std::shared_ptr<ScriptedService>& service() const { return m_service; }
+
+private:
+    std::shared_ptr<ScriptedService> m_service;
+};
+
+}  // namespace vpptest

@@ -1,0 +1,129 @@
+// The test node's handlers, the Android log capture and descriptor counting.
+#include "test_node.h"
+
+#include <dirent.h>
+
+#include <chrono>
+
+namespace vpptest {
+
+TestNode::TestNode(const char* pName, uint32_t width, uint32_t height) {
+    m_pNodeName = pName;
+    m_width = width;
+    m_height = height;
+}
+
+TestNode::~TestNode() = default;
+
+void TestNode::Record(std::string event) {
+    {
+        std::lock_guard<std::mutex> lock(m_eventsMutex);
+        m_events.push_back(std::move(event));
+    }
+    m_eventsChanged.notify_all();
+}
+
+void TestNode::OnVppServiceDied() {
+    if (onServiceDied) {
+        onServiceDied();
+    }
+    Record("died");
+}
+
+void TestNode::OnVppInputBufferDone(const VppBuffer& buffer) {
+    Record("input:" + std::to_string(buffer.cookie));
+}
+
+void TestNode::OnVppOutputBufferDone(const VppBuffer& buffer) {
+    Record("output:" + std::to_string(buffer.cookie));
+}
+
+void TestNode::OnVppFlushDone(const FlushDone& flushDone) {
+    if (m_pFlushSessionLock != nullptr) {
+        m_pFlushSessionLock->Lock();
+        if (flushDone.port == 0) {
+            m_inputFlushDone = 1;
+        } else {
+            m_outputFlushDone = 1;
+        }
+        m_pWaitFlushSessionDone->Signal();
+        m_pFlushSessionLock->Unlock();
+    }
+    Record("flush:" + std::to_string(flushDone.port));
+}
+
+void TestNode::OnVppDrainDone() { Record("drain"); }
+
+void TestNode::OnVppReconfigDone(const ReconfigDone& /*reconfigDone*/) { Record("reconfig"); }
+
+void TestNode::OnVppError(VppError error) {
+    Record("error:" + std::to_string(static_cast<int32_t>(error)));
+}
+
+std::vector<std::string> TestNode::Events() const {
+    std::lock_guard<std::mutex> lock(m_eventsMutex);
+    return m_events;
+}
+
+bool TestNode::WaitForEvents(size_t count, int timeoutMs) const {
+    std::unique_lock<std::mutex> lock(m_eventsMutex);
+    return m_eventsChanged.wait_for(lock, std::chrono::milliseconds(timeoutMs),
+                                    [&] { return m_events.size() >= count; });
+}
+
+void TestNode::ResetStatics() {
+    s_vppService.reset();
+    s_sessionCount = 0;
+    if (s_pSessionCountLock != nullptr) {
+        s_pSessionCountLock->Destroy();
+        s_pSessionCountLock = nullptr;
+    }
+}
+
+namespace {
+
+std::mutex g_androidLogMutex;
+std::vector<AndroidLogLine> g_androidLogLines;
+
+void CaptureAndroidLog(const struct __android_logger_data* pData, const char* pMessage) {
+    std::lock_guard<std::mutex> lock(g_androidLogMutex);
+    g_androidLogLines.push_back(AndroidLogLine{pData->priority,
+                                               pData->tag != nullptr ? pData->tag : "",
+                                               pMessage != nullptr ? pMessage : ""});
+}
+
+}  // namespace
+
+AndroidLogCapture::AndroidLogCapture() {
+    {
+        std::lock_guard<std::mutex> lock(g_androidLogMutex);
+        g_androidLogLines.clear();
+    }
+    __android_log_set_logger(CaptureAndroidLog);
+}
+
+AndroidLogCapture::~AndroidLogCapture() {
+    __android_log_set_logger(__android_log_stderr_logger);
+}
+
+std::vector<AndroidLogLine> AndroidLogCapture::Lines() const {
+    std::lock_guard<std::mutex> lock(g_androidLogMutex);
+    return g_androidLogLines;
+}
+
+int OpenFdCount() {
+    int count = 0;
+    DIR* pDir = opendir("/proc/self/fd");
+    if (pDir == nullptr) {
+        return -1;
+    }
+    while (struct dirent* pEntry = readdir(pDir)) {
+        if (pEntry->d_name[0] != '.') {
+            count++;
+        }
+    }
+    closedir(pDir);
+    return count - 1;  // the directory's own descriptor
+}
+
+}  // namespace vpptest
