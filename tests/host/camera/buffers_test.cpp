@@ -1,0 +1,322 @@
+// Tests of the real-memory image records: geometry, memfd camera buffers and their handles,
+// image buffers, request records and heap image lists.
+#include <fcntl.h>
+#include <sys/mman.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cstring>
+#include <set>
+
+#include "camera_host/camera_buffers.h"
+#include "fd_count.h"
+#include "gtest/gtest.h"
+
+namespace {
+
+using camera_host::CameraBuffer;
+using camera_host::CameraBufferSpec;
+using camera_host::HandleMode;
+using camera_host::ImageBuffer;
+using camera_host::ImageGeometry;
+using camera_host::PixelSource;
+using camera_host::PlainImageList;
+using camera_host::RequestBuffers;
+using camera_test::OpenDescriptorCount;
+
+ImageGeometry Geometry(uint32_t format, uint32_t width, uint32_t height, uint32_t stride = 0,
+                       uint32_t scanline = 0) {
+    ImageGeometry geometry;
+    geometry.format = format;
+    geometry.width = width;
+    geometry.height = height;
+    geometry.stride = stride;
+    geometry.scanline = scanline;
+    return geometry;
+}
+
+CameraBufferSpec Spec(uint32_t format, bool descriptorPerPlane = false) {
+    CameraBufferSpec spec;
+    spec.geometry = Geometry(format, 64, 48, 96, 50);
+    spec.descriptorPerPlane = descriptorPerPlane;
+    return spec;
+}
+
+bool IsOpen(int fd) {
+    return fcntl(fd, F_GETFD) != -1;
+}
+
+size_t DescriptorSize(int fd) {
+    struct stat info = {};
+    return fstat(fd, &info) == 0 ? static_cast<size_t>(info.st_size) : 0;
+}
+
+// Reads length bytes at offset of fd through a fresh shared mapping.
+std::vector<uint8_t> ReadThroughMapping(int fd, size_t offset, size_t length) {
+    const size_t mapLength = DescriptorSize(fd);
+    void* pMapped = mmap(nullptr, mapLength, PROT_READ, MAP_SHARED, fd, 0);
+    EXPECT_NE(pMapped, MAP_FAILED);
+    if (pMapped == MAP_FAILED || offset + length > mapLength) {
+        return {};
+    }
+    const uint8_t* pBytes = static_cast<const uint8_t*>(pMapped) + offset;
+    std::vector<uint8_t> bytes(pBytes, pBytes + length);
+    munmap(pMapped, mapLength);
+    return bytes;
+}
+
+// Fills every byte of a plane with a pattern particular to the plane.
+void FillPlane(uint8_t* pPlane, size_t size, uint32_t plane) {
+    for (size_t i = 0; i < size; ++i) {
+        pPlane[i] = static_cast<uint8_t>(i * 7 + plane * 31 + 1);
+    }
+}
+
+std::vector<uint8_t> ExpectedPlane(size_t size, uint32_t plane) {
+    std::vector<uint8_t> bytes(size);
+    FillPlane(bytes.data(), size, plane);
+    return bytes;
+}
+
+TEST(DescribeImage, PlaneLayoutsOfEachFormat) {
+    struct Case {
+        uint32_t format;
+        uint32_t planes;
+        IxoPlaneLayout layout[3];
+    };
+    // 640x481 with stride 704 and scanline 496; odd heights round the chroma rows up.
+    const Case cases[] = {
+        {IxoFormatY8, 1, {{481, 704, 496}}},
+        {IxoFormatNV12, 2, {{481, 704, 496}, {241, 704, 248}}},
+        {IxoFormatNV21, 2, {{481, 704, 496}, {241, 704, 248}}},
+        {IxoFormatYUV420P, 3, {{481, 704, 496}, {241, 352, 248}, {241, 352, 248}}},
+    };
+    for (const Case& c : cases) {
+        IxoImageList list;
+        ASSERT_TRUE(camera_host::DescribeImage(Geometry(c.format, 640, 481, 704, 496), &list));
+        EXPECT_EQ(list.formatBlock.width, 640u);
+        EXPECT_EQ(list.formatBlock.height, 481u);
+        EXPECT_EQ(list.formatBlock.format, c.format);
+        ASSERT_EQ(list.numberOfPlanes, c.planes) << "format " << c.format;
+        for (uint32_t p = 0; p < IXO_MAX_PLANES; ++p) {
+            const IxoPlaneLayout want = p < c.planes ? c.layout[p] : IxoPlaneLayout{};
+            const IxoPlaneLayout& got = list.formatBlock.planeLayout[p];
+            EXPECT_EQ(got.height, want.height) << "format " << c.format << " plane " << p;
+            EXPECT_EQ(got.stride, want.stride) << "format " << c.format << " plane " << p;
+            EXPECT_EQ(got.scanline, want.scanline) << "format " << c.format << " plane " << p;
+            EXPECT_EQ(list.planeSize[p], uint64_t{want.stride} * want.scanline);
+        }
+    }
+}
+
+TEST(DescribeImage, DefaultsAndRejections) {
+    IxoImageList list;
+    ASSERT_TRUE(camera_host::DescribeImage(Geometry(IxoFormatNV12, 100, 30), &list));
+    EXPECT_EQ(list.formatBlock.planeLayout[0].stride, 128u) << "width aligned up to 64";
+    EXPECT_EQ(list.formatBlock.planeLayout[0].scanline, 30u);
+
+    const IxoImageList before = list;
+    for (const ImageGeometry& bad :
+         {Geometry(IxoFormatNV12, 100, 30, 99), Geometry(IxoFormatNV12, 100, 30, 100, 29),
+          Geometry(IxoFormatUnknown, 100, 30), Geometry(5, 100, 30), Geometry(IxoFormatY8, 0, 30),
+          Geometry(IxoFormatY8, 30, 0)}) {
+        EXPECT_FALSE(camera_host::DescribeImage(bad, &list));
+    }
+    EXPECT_EQ(memcmp(&list.formatBlock, &before.formatBlock, sizeof(IxoImageFormat)), 0);
+    EXPECT_EQ(list.numberOfPlanes, before.numberOfPlanes);
+
+    const int descriptors = OpenDescriptorCount();
+    CameraBufferSpec spec;
+    spec.geometry = Geometry(IxoFormatNV12, 100, 30, 99);
+    EXPECT_EQ(CameraBuffer::Create(spec), nullptr);
+    EXPECT_EQ(ImageBuffer::Create(spec), nullptr);
+    EXPECT_EQ(OpenDescriptorCount(), descriptors);
+}
+
+// Both descriptor layouts: memory written through pAddr is what a fresh mapping of the handle's
+// descriptors shows, and destruction closes every descriptor.
+TEST(CameraBuffer, PlanesLiveInTheHandlesDescriptors) {
+    for (uint32_t format : {IxoFormatY8, IxoFormatNV12, IxoFormatNV21, IxoFormatYUV420P}) {
+        for (bool perPlane : {false, true}) {
+            SCOPED_TRACE(testing::Message() << "format " << format << " perPlane " << perPlane);
+            const int descriptorsBefore = OpenDescriptorCount();
+            CameraBufferSpec spec = Spec(format, perPlane);
+            spec.ints = {7, -3};
+            std::unique_ptr<CameraBuffer> buffer = CameraBuffer::Create(spec);
+            ASSERT_NE(buffer, nullptr);
+            const uint32_t planes = buffer->numberOfPlanes;
+            const int descriptorCount = perPlane ? static_cast<int>(planes) : 1;
+
+            void* pAddress = buffer->GetHandleAddress();
+            ASSERT_NE(pAddress, nullptr);
+            const native_handle_t* pHandle = *static_cast<native_handle_t**>(pAddress);
+            ASSERT_NE(pHandle, nullptr);
+            EXPECT_EQ(pHandle, buffer->Handle());
+            EXPECT_EQ(pHandle->version, static_cast<int>(sizeof(native_handle_t)));
+            ASSERT_EQ(pHandle->numFds, descriptorCount);
+            ASSERT_EQ(pHandle->numInts, 2);
+            EXPECT_EQ(pHandle->data[descriptorCount], 7);
+            EXPECT_EQ(pHandle->data[descriptorCount + 1], -3);
+            EXPECT_EQ(OpenDescriptorCount(), descriptorsBefore + descriptorCount);
+
+            std::set<int> descriptors;
+            size_t total = 0;
+            for (int i = 0; i < descriptorCount; ++i) {
+                const int fd = pHandle->data[i];
+                descriptors.insert(fd);
+                EXPECT_TRUE(fcntl(fd, F_GETFD) & FD_CLOEXEC);
+                EXPECT_EQ(DescriptorSize(fd), buffer->DescriptorSize(i));
+                total += DescriptorSize(fd);
+            }
+            EXPECT_EQ(descriptors.size(), static_cast<size_t>(descriptorCount));
+            EXPECT_EQ(total, buffer->TotalSize());
+
+            for (uint32_t p = 0; p < planes; ++p) {
+                ASSERT_EQ(buffer->pAddr[0][p], buffer->PlaneAddress(p));
+                FillPlane(buffer->pAddr[0][p], buffer->planeSize[p], p);
+            }
+            for (uint32_t p = 0; p < planes; ++p) {
+                const int fd = buffer->PlaneDescriptor(p);
+                EXPECT_EQ(fd, pHandle->data[perPlane ? p : 0]);
+                EXPECT_EQ(ReadThroughMapping(fd, buffer->PlaneOffset(p), buffer->planeSize[p]),
+                          ExpectedPlane(buffer->planeSize[p], p))
+                    << "plane " << p;
+            }
+
+            buffer.reset();
+            EXPECT_EQ(OpenDescriptorCount(), descriptorsBefore);
+            for (int fd : descriptors) {
+                EXPECT_FALSE(IsOpen(fd));
+            }
+        }
+    }
+}
+
+TEST(CameraBuffer, HandleModesStillOwnTheirDescriptors) {
+    const int descriptorsBefore = OpenDescriptorCount();
+    CameraBufferSpec spec = Spec(IxoFormatNV12);
+    spec.handleMode = HandleMode::NullAddress;
+    std::unique_ptr<CameraBuffer> nullAddress = CameraBuffer::Create(spec);
+    spec.handleMode = HandleMode::NullHandle;
+    std::unique_ptr<CameraBuffer> nullHandle = CameraBuffer::Create(spec);
+    ASSERT_NE(nullAddress, nullptr);
+    ASSERT_NE(nullHandle, nullptr);
+
+    EXPECT_EQ(nullAddress->GetHandleAddress(), nullptr);
+    void* pAddress = nullHandle->GetHandleAddress();
+    ASSERT_NE(pAddress, nullptr);
+    EXPECT_EQ(*static_cast<native_handle_t**>(pAddress), nullptr);
+    // Reached through the base class, as a node does.
+    IxoImageList* pList = nullHandle.get();
+    EXPECT_EQ(pList->GetHandleAddress(), pAddress);
+
+    for (CameraBuffer* pBuffer : {nullAddress.get(), nullHandle.get()}) {
+        ASSERT_NE(pBuffer->Handle(), nullptr);
+        EXPECT_TRUE(IsOpen(pBuffer->Handle()->data[0]));
+        pBuffer->pAddr[0][1][0] = 0x5a;  // the memory is there all the same
+    }
+    EXPECT_EQ(OpenDescriptorCount(), descriptorsBefore + 2);
+    nullAddress.reset();
+    nullHandle.reset();
+    EXPECT_EQ(OpenDescriptorCount(), descriptorsBefore);
+}
+
+TEST(ImageBuffer, WrapsACameraBufferAndAnInternalMemfd) {
+    const int descriptorsBefore = OpenDescriptorCount();
+    for (PixelSource pixels : {PixelSource::Camera, PixelSource::Internal}) {
+        std::unique_ptr<ImageBuffer> image =
+            ImageBuffer::Create(Spec(IxoFormatYUV420P, true), pixels);
+        ASSERT_NE(image, nullptr);
+        CameraBuffer* pCamera = image->Camera();
+        ASSERT_EQ(image->pImageList, pCamera);
+        EXPECT_EQ(image->GetHandleAddress(), nullptr);
+        EXPECT_NE(pCamera->GetHandleAddress(), nullptr);
+        EXPECT_EQ(OpenDescriptorCount(), descriptorsBefore + 4);  // three planes + internal
+
+        EXPECT_EQ(image->bufferFd, image->InternalDescriptor());
+        EXPECT_TRUE(fcntl(image->bufferFd, F_GETFD) & FD_CLOEXEC);
+        EXPECT_EQ(DescriptorSize(image->bufferFd), pCamera->TotalSize());
+        EXPECT_EQ(memcmp(&image->formatBlock, &pCamera->formatBlock, sizeof(IxoImageFormat)), 0);
+        EXPECT_EQ(image->numberOfPlanes, 3u);
+        EXPECT_EQ(image->numberOfImages, 1u);
+        size_t offset = 0;
+        for (uint32_t p = 0; p < 3; ++p) {
+            EXPECT_EQ(image->planeSize[p], pCamera->planeSize[p]);
+            FillPlane(image->pAddr[0][p], image->planeSize[p], p);
+            const std::vector<uint8_t> want = ExpectedPlane(image->planeSize[p], p);
+            if (pixels == PixelSource::Camera) {
+                EXPECT_EQ(image->pAddr[0][p], pCamera->pAddr[0][p]);
+                EXPECT_EQ(ReadThroughMapping(pCamera->PlaneDescriptor(p), 0, want.size()), want);
+            } else {
+                EXPECT_EQ(image->pAddr[0][p], image->InternalAddress() + offset);
+                EXPECT_EQ(ReadThroughMapping(image->bufferFd, offset, want.size()), want);
+            }
+            offset += image->planeSize[p];
+        }
+    }
+    EXPECT_EQ(OpenDescriptorCount(), descriptorsBefore);
+}
+
+TEST(RequestBuffers, RecordPointsAtItsOwnImagesAndFrcInfo) {
+    const int descriptorsBefore = OpenDescriptorCount();
+    {
+        std::unique_ptr<RequestBuffers> request = RequestBuffers::Create(
+            17, 123456789, Spec(IxoFormatNV12), Spec(IxoFormatNV21, true), 4);
+        ASSERT_NE(request, nullptr);
+        const IxoRequestBufferInfo& info = request->info;
+        EXPECT_EQ(info.requestId, 17u);
+        EXPECT_EQ(info.frameTimestamp, 123456789u);
+        EXPECT_EQ(info.pImageBuffer, request->input.get());
+        EXPECT_EQ(info.pOutputImageBuffer, request->output.get());
+        ASSERT_EQ(info.pFrcRatioInfo, &request->frcRatioInfo);
+        EXPECT_EQ(info.pFrcRatioInfo->frcRatio, 4u);
+        EXPECT_EQ(info.pFrcRatioInfo->inputQueuedNum, 0u);
+        EXPECT_EQ(info.pFrcRatioInfo->outputQueuedNum, 0u);
+        EXPECT_EQ(info.pImageBuffer->formatBlock.format, uint32_t{IxoFormatNV12});
+        EXPECT_EQ(info.pOutputImageBuffer->formatBlock.format, uint32_t{IxoFormatNV21});
+        // Input: one camera descriptor and the internal one; output: two planes and internal.
+        EXPECT_EQ(OpenDescriptorCount(), descriptorsBefore + 5);
+    }
+    EXPECT_EQ(OpenDescriptorCount(), descriptorsBefore);
+}
+
+TEST(PlainImageList, OwnsZeroedAlignedPlanesPerImage) {
+    std::unique_ptr<PlainImageList> list =
+        PlainImageList::Create(Geometry(IxoFormatNV12, 30, 11, 40, 12), 3);
+    ASSERT_NE(list, nullptr);
+    EXPECT_EQ(list->numberOfImages, 3u);
+    EXPECT_EQ(list->GetHandleAddress(), nullptr);
+    std::set<uint8_t*> addresses;
+    for (uint32_t k = 0; k < 3; ++k) {
+        for (uint32_t p = 0; p < 2; ++p) {
+            uint8_t* pPlane = list->pAddr[k][p];
+            ASSERT_EQ(pPlane, list->PlaneAddress(k, p));
+            EXPECT_EQ(reinterpret_cast<uintptr_t>(pPlane) % 64, 0u);
+            EXPECT_EQ(std::vector<uint8_t>(pPlane, pPlane + list->planeSize[p]),
+                      std::vector<uint8_t>(list->planeSize[p], 0));
+            // Planes do not overlap: each keeps its own pattern after all are written.
+            FillPlane(pPlane, list->planeSize[p], k * 2 + p);
+            addresses.insert(pPlane);
+        }
+        EXPECT_EQ(list->pAddr[k][2], nullptr);
+    }
+    for (uint32_t k = 0; k < 3; ++k) {
+        for (uint32_t p = 0; p < 2; ++p) {
+            EXPECT_EQ(
+                std::vector<uint8_t>(list->pAddr[k][p], list->pAddr[k][p] + list->planeSize[p]),
+                ExpectedPlane(list->planeSize[p], k * 2 + p));
+        }
+    }
+    EXPECT_EQ(addresses.size(), 6u);
+    // Callers may repoint pAddr (e.g. to alias planes); the list still frees its own memory.
+    list->pAddr[0][1] = list->pAddr[0][0];
+    list.reset();
+
+    std::unique_ptr<PlainImageList> empty = PlainImageList::Create(Geometry(IxoFormatY8, 8, 8), 0);
+    ASSERT_NE(empty, nullptr);
+    EXPECT_EQ(empty->pAddr[0][0], nullptr);
+    EXPECT_EQ(empty->planeSize[0], 64u * 8);
+    EXPECT_EQ(PlainImageList::Create(Geometry(IxoFormatY8, 8, 8), IXO_MAX_IMAGES + 1), nullptr);
+}
+
+}  // namespace
