@@ -1,0 +1,220 @@
+// Tests of the progress reporter, latency percentiles, duration text and the descriptor count.
+#include "media/progress.h"
+
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <stdlib.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cmath>
+#include <random>
+
+#include "test_util.h"
+
+namespace {
+
+using media::ProgressReporter;
+
+// Reference percentile: sort, then interpolate between the closest ranks.
+double SortedPercentile(std::vector<double> v, double p) {
+    std::sort(v.begin(), v.end());
+    double rank = p / 100 * (v.size() - 1);
+    size_t lo = static_cast<size_t>(rank);
+    size_t hi = std::min(lo + 1, v.size() - 1);
+    return v[lo] + (v[hi] - v[lo]) * (rank - lo);
+}
+
+TEST(PercentileTest, MatchesSortedReferenceAndHandlesEdges) {
+    EXPECT_EQ(media::Percentile({}, 50), 0);
+    EXPECT_EQ(media::Percentile({7}, 99), 7);
+    EXPECT_DOUBLE_EQ(media::Percentile({2, 1}, 50), 1.5);
+    EXPECT_EQ(media::Percentile({3, 1, 2}, -5), 1);
+    EXPECT_EQ(media::Percentile({3, 1, 2}, 250), 3);
+
+    std::mt19937 rng(5);
+    for (size_t n : {2u, 3u, 10u, 101u, 1000u}) {
+        std::vector<double> values(n);
+        // Heavy duplicates, like latencies measured in whole microseconds.
+        for (auto& v : values) v = static_cast<double>(rng() % 50);
+        for (double p : {0.0, 1.0, 50.0, 90.0, 99.0, 99.9, 100.0}) {
+            EXPECT_DOUBLE_EQ(media::Percentile(values, p), SortedPercentile(values, p))
+                << "n=" << n << " p=" << p;
+        }
+    }
+    std::vector<double> ramp;
+    for (int i = 1; i <= 100; ++i) ramp.push_back(101 - i);
+    auto summary = media::SummarizeLatencies(ramp);
+    EXPECT_EQ(summary.count, 100u);
+    EXPECT_EQ(summary.min, 1);
+    EXPECT_EQ(summary.max, 100);
+    EXPECT_DOUBLE_EQ(summary.mean, 50.5);
+    EXPECT_DOUBLE_EQ(summary.p50, 50.5);
+    EXPECT_DOUBLE_EQ(summary.p99, 99.01);
+}
+
+TEST(FormatDurationTest, MinutesThenHours) {
+    EXPECT_EQ(media::FormatDuration(0), "0:00");
+    EXPECT_EQ(media::FormatDuration(59.4), "0:59");
+    EXPECT_EQ(media::FormatDuration(59.6), "1:00");
+    EXPECT_EQ(media::FormatDuration(754), "12:34");
+    EXPECT_EQ(media::FormatDuration(3725), "1:02:05");
+    EXPECT_EQ(media::FormatDuration(-1), "--:--");
+    EXPECT_EQ(media::FormatDuration(INFINITY), "--:--");
+    EXPECT_EQ(media::FormatDuration(NAN), "--:--");
+}
+
+TEST(OpenDescriptorCountTest, FollowsOpenAndClose) {
+    const int before = media::OpenDescriptorCount();
+    EXPECT_EQ(before, media_test::CountOpenFds());
+    int fds[2];
+    ASSERT_EQ(pipe(fds), 0);
+    EXPECT_EQ(media::OpenDescriptorCount(), before + 2);
+    close(fds[0]);
+    close(fds[1]);
+    EXPECT_EQ(media::OpenDescriptorCount(), before);
+}
+
+// Captures what a reporter prints, with a clock the test moves by hand.
+class ProgressTest : public ::testing::Test {
+  protected:
+    void SetUp() override { stream_ = open_memstream(&data_, &size_); }
+    void TearDown() override {
+        fclose(stream_);
+        free(data_);
+    }
+    ProgressReporter::Options Options(ProgressReporter::Style style) {
+        ProgressReporter::Options options;
+        options.style = style;
+        options.label = "converting";
+        options.columns = 80;
+        options.clock = [this] { return now_; };
+        return options;
+    }
+    std::string Output() {
+        fflush(stream_);
+        return std::string(data_, size_);
+    }
+    static std::vector<std::string> Lines(const std::string& text) {
+        std::vector<std::string> lines;
+        size_t start = 0, end;
+        while ((end = text.find('\n', start)) != std::string::npos) {
+            lines.push_back(text.substr(start, end - start));
+            start = end + 1;
+        }
+        return lines;
+    }
+
+    FILE* stream_ = nullptr;
+    char* data_ = nullptr;
+    size_t size_ = 0;
+    double now_ = 100;
+};
+
+TEST_F(ProgressTest, PlainLinesAtEveryTenPercentAndAFinalSummary) {
+    {
+        ProgressReporter progress(stream_, 200, Options(ProgressReporter::Style::kLines));
+        EXPECT_FALSE(progress.usesBar());
+        for (int i = 1; i <= 200; ++i) {
+            now_ += 0.05;
+            progress.Update(i);
+            if (i == 100) {
+                EXPECT_NE(Output().find("100/200 frames (50%), 20.0 frames/s, ETA 0:05"),
+                          std::string::npos)
+                    << Output();
+            }
+        }
+        progress.Finish();
+        progress.Finish();
+    }
+    std::string out = Output();
+    EXPECT_EQ(out.find('\r'), std::string::npos);
+    auto lines = Lines(out);
+    ASSERT_EQ(lines.size(), 10u) << out;  // 10% .. 90%, then the summary
+    EXPECT_EQ(lines[0], "converting: 20/200 frames (10%), 20.0 frames/s, ETA 0:09");
+    EXPECT_EQ(lines[9], "converting: 200/200 frames (100%) in 0:10, 20.0 frames/s");
+}
+
+TEST_F(ProgressTest, PlainLinesKeepComingWhenProgressIsSlowOrTotalUnknown) {
+    ProgressReporter progress(stream_, 0, Options(ProgressReporter::Style::kLines));
+    for (int i = 1; i <= 100; ++i) {
+        now_ += 0.5;  // 50 s in all: a line every 5 s
+        progress.Update(i);
+    }
+    auto lines = Lines(Output());
+    EXPECT_EQ(lines.size(), 10u) << Output();
+    EXPECT_EQ(lines.back(), "converting: 100 frames, 2.0 frames/s");
+}
+
+TEST_F(ProgressTest, BarRedrawsInPlaceAtMostTenTimesASecond) {
+    {
+        ProgressReporter progress(stream_, 1000, Options(ProgressReporter::Style::kBar));
+        EXPECT_TRUE(progress.usesBar());
+        for (int i = 1; i <= 1000; ++i) {
+            now_ += 0.002;  // 2 s in all
+            progress.Update(i);
+        }
+        progress.Finish();
+    }
+    std::string out = Output();
+    const auto redraws = std::count(out.begin(), out.end(), '\r');
+    EXPECT_GE(redraws, 15);
+    EXPECT_LE(redraws, 22);
+    ASSERT_EQ(std::count(out.begin(), out.end(), '\n'), 1) << out;
+    EXPECT_EQ(out.back(), '\n');
+    const std::string last = out.substr(out.rfind('\r') + 1);
+    EXPECT_EQ(last.rfind("converting [", 0), 0u) << last;
+    const size_t close = last.find(']');
+    ASSERT_NE(close, std::string::npos);
+    EXPECT_EQ(last.substr(12, close - 12), std::string(close - 12, '#')) << last;
+    EXPECT_EQ(last.substr(close, 38), "] 100% 1000/1000 frames in 0:02, 500 f") << last;
+    // Every drawn line fits the terminal and is padded over the previous one.
+    size_t start = 0, previous = 0;
+    while ((start = out.find('\r', start)) != std::string::npos) {
+        size_t end = out.find_first_of("\r\n", start + 1);
+        size_t length = end - start - 1;
+        EXPECT_LT(length, 80u);
+        EXPECT_GE(length, previous);
+        previous = length;
+        start = end;
+    }
+}
+
+TEST_F(ProgressTest, BarLineIsEndedWhenTheJobStopsEarly) {
+    {
+        ProgressReporter progress(stream_, 10, Options(ProgressReporter::Style::kBar));
+        progress.Update(3);
+    }
+    std::string out = Output();
+    EXPECT_NE(out.find("30% 3/10 frames"), std::string::npos) << out;
+    EXPECT_EQ(out.back(), '\n');
+}
+
+TEST(ProgressAutoTest, ChoosesTheBarOnlyForATerminal) {
+    const int fds = media_test::CountOpenFds();
+    const char* term = getenv("TERM");
+    const std::string savedTerm = term != nullptr ? term : "";
+    setenv("TERM", "xterm", 1);
+    int master = posix_openpt(O_RDWR | O_NOCTTY | O_CLOEXEC);
+    ASSERT_GE(master, 0);
+    ASSERT_EQ(grantpt(master), 0);
+    ASSERT_EQ(unlockpt(master), 0);
+    FILE* terminal = fopen(ptsname(master), "w");
+    ASSERT_NE(terminal, nullptr);
+    EXPECT_TRUE(ProgressReporter(terminal, 10).usesBar());
+    fclose(terminal);
+    close(master);
+
+    FILE* file = tmpfile();
+    ASSERT_NE(file, nullptr);
+    EXPECT_FALSE(ProgressReporter(file, 10).usesBar());
+    fclose(file);
+    if (savedTerm.empty()) {
+        unsetenv("TERM");
+    } else {
+        setenv("TERM", savedTerm.c_str(), 1);
+    }
+    EXPECT_EQ(media_test::CountOpenFds(), fds);
+}
+
+}  // namespace
