@@ -1,0 +1,104 @@
+// Internal state of the host binder: object layouts shared by the implementation files.
+#pragma once
+
+#include <android/binder_ibinder.h>
+#include <android/binder_shell.h>
+#include <android/binder_status.h>
+
+#include <atomic>
+#include <condition_variable>
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <mutex>
+#include <string>
+#include <thread>
+#include <vector>
+
+struct AStatus {
+    binder_exception_t exception = EX_NONE;
+    // Service-specific code for EX_SERVICE_SPECIFIC, transport status for EX_TRANSACTION_FAILED.
+    int32_t errorCode = 0;
+    std::string message;
+};
+
+struct AIBinder_Class {
+    std::string descriptor;
+    AIBinder_Class_onCreate onCreate = nullptr;
+    AIBinder_Class_onDestroy onDestroy = nullptr;
+    AIBinder_Class_onTransact onTransact = nullptr;
+    std::atomic<AIBinder_onDump> onDump{nullptr};
+    std::atomic<AIBinder_handleShellCommand> handleShellCommand{nullptr};
+    std::atomic<bool> writeHeader{true};
+};
+
+namespace binder_host {
+
+// Identity shared by a binder and its weak handles; outlives the binder itself.
+struct BinderIdentity {
+    std::mutex mutex;
+    AIBinder* binder = nullptr;  // NULL once the binder is being destroyed
+    uint64_t id = 0;             // unique for the life of the process
+};
+
+struct RecipientCore;
+
+// One (binder, cookie) link of a recipient.
+struct DeathLink {
+    std::weak_ptr<RecipientCore> recipient;
+    const AIBinder* binder = nullptr;  // identity only, never dereferenced through the link
+    void* cookie = nullptr;
+    AIBinder_DeathRecipient_onBinderUnlinked onUnlinked = nullptr;
+};
+
+// Shared state of a death recipient, kept alive by deliveries in flight.
+struct RecipientCore {
+    AIBinder_DeathRecipient_onBinderDied onBinderDied = nullptr;
+    std::atomic<AIBinder_DeathRecipient_onBinderUnlinked> onUnlinked{nullptr};
+
+    std::mutex mutex;
+    std::condition_variable deliveryDone;
+    // The recipient's links, oldest first. Removing an entry from here is what makes each link
+    // end exactly once (death, unlink, recipient deletion or binder destruction).
+    std::vector<std::shared_ptr<DeathLink>> links;
+    // Threads running a callback of this recipient right now.
+    std::vector<std::thread::id> delivering;
+    bool deleted = false;
+};
+
+binder_status_t pruneStatus(binder_status_t status);
+binder_exception_t pruneException(binder_exception_t exception);
+
+// Writes one line to the system log.
+void logMessage(int priority, const char* format, ...) __attribute__((format(printf, 2, 3)));
+
+// Queues a task for the pool (run once the pool has started).
+void postToPool(std::function<void()> task);
+
+// Zeroes the pool's start counters (the pool itself keeps running).
+void resetPoolCounters();
+
+// Marks binder dead and queues the delivery of its death links.
+binder_status_t markDead(AIBinder* binder);
+
+}  // namespace binder_host
+
+struct AIBinder {
+    const AIBinder_Class* clazz = nullptr;
+    void* userData = nullptr;
+    std::atomic<int32_t> strong{1};
+    std::atomic<bool> dead{false};
+    std::shared_ptr<binder_host::BinderIdentity> identity;
+
+    std::mutex mutex;  // guards the members below; taken before any recipient's mutex
+    std::vector<std::weak_ptr<binder_host::DeathLink>> links;
+    AIBinder* extension = nullptr;
+};
+
+struct AIBinder_Weak {
+    std::shared_ptr<binder_host::BinderIdentity> identity;
+};
+
+struct AIBinder_DeathRecipient {
+    std::shared_ptr<binder_host::RecipientCore> core;
+};

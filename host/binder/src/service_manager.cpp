@@ -1,0 +1,213 @@
+// In-process service manager: a registry of binders by instance name, plus host controls.
+#include <android/binder_manager.h>
+#include <binder_host/binder_host.h>
+
+#include <algorithm>
+#include <chrono>
+#include <condition_variable>
+#include <map>
+#include <mutex>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "binder_internal.h"
+
+namespace {
+
+constexpr uint32_t kDefaultPollIntervalMs = 1000;
+constexpr uint32_t kDefaultPollLimitMs = 5000;
+
+// Intentionally leaked, like the pool: lookups may happen during static destruction.
+struct Registry {
+    std::mutex mutex;
+    std::condition_variable changed;
+    std::map<std::string, AIBinder*> services;  // each holds one strong reference
+    uint64_t checkCalls = 0;
+    uint32_t pollIntervalMs = kDefaultPollIntervalMs;
+    uint32_t pollLimitMs = kDefaultPollLimitMs;
+
+    // +1 or NULL. Caller holds mutex.
+    AIBinder* findLocked(const std::string& instance) {
+        auto it = services.find(instance);
+        if (it == services.end()) {
+            return nullptr;
+        }
+        AIBinder_incStrong(it->second);
+        return it->second;
+    }
+
+    // Removes instance; returns the registry's reference to release outside the lock.
+    AIBinder* takeLocked(const std::string& instance) {
+        auto it = services.find(instance);
+        if (it == services.end()) {
+            return nullptr;
+        }
+        AIBinder* binder = it->second;
+        services.erase(it);
+        return binder;
+    }
+};
+
+Registry& registry() {
+    static Registry* const instance = new Registry();
+    return *instance;
+}
+
+}  // namespace
+
+binder_exception_t AServiceManager_addService(AIBinder* binder, const char* instance) {
+    if (binder == nullptr || instance == nullptr) {
+        return EX_ILLEGAL_ARGUMENT;
+    }
+    Registry& r = registry();
+    AIBinder_incStrong(binder);
+    AIBinder* previous = nullptr;
+    {
+        std::lock_guard<std::mutex> lock(r.mutex);
+        AIBinder*& slot = r.services[instance];
+        previous = slot;
+        slot = binder;
+    }
+    r.changed.notify_all();
+    // Released outside the lock: the last reference runs the implementation's destructor.
+    if (previous != nullptr) {
+        AIBinder_decStrong(previous);
+    }
+    return EX_NONE;
+}
+
+binder_exception_t AServiceManager_addServiceWithFlags(AIBinder* binder, const char* instance,
+                                                       enum AServiceManager_AddServiceFlag) {
+    return AServiceManager_addService(binder, instance);
+}
+
+AIBinder* AServiceManager_checkService(const char* instance) {
+    Registry& r = registry();
+    std::lock_guard<std::mutex> lock(r.mutex);
+    ++r.checkCalls;
+    if (instance == nullptr) {
+        return nullptr;
+    }
+    return r.findLocked(instance);
+}
+
+AIBinder* AServiceManager_getService(const char* instance) {
+    if (instance == nullptr) {
+        return nullptr;
+    }
+    Registry& r = registry();
+    std::unique_lock<std::mutex> lock(r.mutex);
+    const auto deadline =
+        std::chrono::steady_clock::now() + std::chrono::milliseconds(r.pollLimitMs);
+    for (;;) {
+        if (AIBinder* binder = r.findLocked(instance)) {
+            return binder;
+        }
+        auto now = std::chrono::steady_clock::now();
+        if (now >= deadline) {
+            return nullptr;
+        }
+        // Woken early by a registration; otherwise checks again after one poll interval.
+        auto wake = std::min(deadline, now + std::chrono::milliseconds(r.pollIntervalMs));
+        r.changed.wait_until(lock, wake);
+    }
+}
+
+AIBinder* AServiceManager_waitForService(const char* instance) {
+    if (instance == nullptr) {
+        return nullptr;
+    }
+    Registry& r = registry();
+    std::unique_lock<std::mutex> lock(r.mutex);
+    AIBinder* binder = nullptr;
+    r.changed.wait(lock, [&]() { return (binder = r.findLocked(instance)) != nullptr; });
+    return binder;
+}
+
+// "Declared" means currently registered on the host.
+bool AServiceManager_isDeclared(const char* instance) {
+    if (instance == nullptr) {
+        return false;
+    }
+    Registry& r = registry();
+    std::lock_guard<std::mutex> lock(r.mutex);
+    return r.services.count(instance) != 0;
+}
+
+binder_status_t ABinderHost_declareDead(const char* instance) {
+    if (instance == nullptr) {
+        return STATUS_UNEXPECTED_NULL;
+    }
+    Registry& r = registry();
+    AIBinder* binder = nullptr;
+    {
+        std::lock_guard<std::mutex> lock(r.mutex);
+        binder = r.takeLocked(instance);
+    }
+    if (binder == nullptr) {
+        return STATUS_NAME_NOT_FOUND;
+    }
+    r.changed.notify_all();
+    binder_status_t status = binder_host::markDead(binder);
+    AIBinder_decStrong(binder);
+    return status;
+}
+
+binder_status_t ABinderHost_declareBinderDead(AIBinder* binder) {
+    if (binder == nullptr) {
+        return STATUS_UNEXPECTED_NULL;
+    }
+    return binder_host::markDead(binder);
+}
+
+bool ABinderHost_isDead(const AIBinder* binder) {
+    return binder != nullptr && binder->dead.load();
+}
+
+binder_status_t ABinderHost_removeService(const char* instance) {
+    if (instance == nullptr) {
+        return STATUS_UNEXPECTED_NULL;
+    }
+    Registry& r = registry();
+    AIBinder* binder = nullptr;
+    {
+        std::lock_guard<std::mutex> lock(r.mutex);
+        binder = r.takeLocked(instance);
+    }
+    if (binder == nullptr) {
+        return STATUS_NAME_NOT_FOUND;
+    }
+    r.changed.notify_all();
+    AIBinder_decStrong(binder);
+    return STATUS_OK;
+}
+
+uint64_t ABinderHost_getCheckServiceCount() {
+    Registry& r = registry();
+    std::lock_guard<std::mutex> lock(r.mutex);
+    return r.checkCalls;
+}
+
+void ABinderHost_setGetServicePolling(uint32_t intervalMs, uint32_t limitMs) {
+    Registry& r = registry();
+    std::lock_guard<std::mutex> lock(r.mutex);
+    r.pollIntervalMs = intervalMs;
+    r.pollLimitMs = limitMs;
+}
+
+void ABinderHost_resetForTesting() {
+    Registry& r = registry();
+    std::map<std::string, AIBinder*> services;
+    {
+        std::lock_guard<std::mutex> lock(r.mutex);
+        services.swap(r.services);
+        r.checkCalls = 0;
+        r.pollIntervalMs = kDefaultPollIntervalMs;
+        r.pollLimitMs = kDefaultPollLimitMs;
+    }
+    binder_host::resetPoolCounters();
+    for (auto& entry : services) {
+        AIBinder_decStrong(entry.second);
+    }
+}
