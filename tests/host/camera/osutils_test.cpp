@@ -1,5 +1,4 @@
-// Tests of the host OS utilities: mutexes, conditions, threads, failure injection and counters.
-#include <atomic>
+// Tests of the host OS utilities: conditions, mutexes, threads, failure injection and counters.
 #include <chrono>
 #include <cstring>
 #include <set>
@@ -16,19 +15,16 @@ namespace {
 using Pavo::Condition;
 using Pavo::Mutex;
 using Pavo::OsUtils;
-using Clock = std::chrono::steady_clock;
 
-int64_t MillisecondsSince(Clock::time_point start) {
-    return std::chrono::duration_cast<std::chrono::milliseconds>(Clock::now() - start).count();
+int64_t MillisecondsSince(std::chrono::steady_clock::time_point start) {
+    return std::chrono::duration_cast<std::chrono::milliseconds>(std::chrono::steady_clock::now() -
+                                                                 start)
+        .count();
 }
 
 // Every test must leave no live object and no injection behind.
 class OsUtilsTest : public ::testing::Test {
   protected:
-    void SetUp() override {
-        m_mutexes = camera_host::LiveMutexCount();
-        m_conditions = camera_host::LiveConditionCount();
-    }
     void TearDown() override {
         camera_host::ResetFailureInjection();
         EXPECT_EQ(camera_host::LiveMutexCount(), m_mutexes);
@@ -36,171 +32,83 @@ class OsUtilsTest : public ::testing::Test {
         EXPECT_EQ(camera_host::LiveThreadCount(), 0);
     }
 
-    int m_mutexes = 0;
-    int m_conditions = 0;
-};
+    // A handshake as a node's flush uses it: a flag guarded by the mutex, and the condition.
+    Mutex* m_pMutex = Mutex::Create("HandshakeLock");
+    Condition* m_pCondition = Condition::Create("HandshakeDone");
+    bool m_done = false;
+    const int m_mutexes = camera_host::LiveMutexCount();
+    const int m_conditions = camera_host::LiveConditionCount();
 
-// A mutex, a condition and a flag, as a node's flush handshake uses them.
-struct Handshake {
-    Mutex* pMutex = Mutex::Create("HandshakeLock");
-    Condition* pCondition = Condition::Create("HandshakeDone");
-    bool done = false;  // guarded by pMutex
-
-    ~Handshake() {
-        pCondition->Destroy();
-        pMutex->Destroy();
-    }
-    void Complete() {
-        pMutex->Lock();
-        done = true;
-        pCondition->Signal();
-        pMutex->Unlock();
+    ~OsUtilsTest() override {
+        m_pCondition->Destroy();
+        m_pMutex->Destroy();
     }
 };
 
 TEST_F(OsUtilsTest, TimedWaitTimesOutAfterTheGivenTime) {
-    Handshake handshake;
-    handshake.pMutex->Lock();
-    const auto start = Clock::now();
-    EXPECT_EQ(handshake.pCondition->TimedWait(handshake.pMutex->GetNativeHandle(), 30),
-              LumResultETimeout);
-    const int64_t elapsed = MillisecondsSince(start);
-    EXPECT_GE(elapsed, 30);
-    EXPECT_LT(elapsed, 5000);
-    EXPECT_EQ(handshake.pCondition->TimedWait(handshake.pMutex->GetNativeHandle(), 0),
-              LumResultETimeout);
-    // The mutex is held again after a timed-out wait.
-    EXPECT_EQ(handshake.pMutex->TryLock(), LumResultEBusy);
-    handshake.pMutex->Unlock();
+    m_pMutex->Lock();
+    const auto start = std::chrono::steady_clock::now();
+    EXPECT_EQ(m_pCondition->TimedWait(m_pMutex->GetNativeHandle(), 30), LumResultETimeout);
+    EXPECT_GE(MillisecondsSince(start), 30);
+    EXPECT_LT(MillisecondsSince(start), 5000);
+    EXPECT_EQ(m_pCondition->TimedWait(m_pMutex->GetNativeHandle(), 0), LumResultETimeout);
+    // The wait gives the mutex back held.
+    std::thread other([this] { EXPECT_EQ(m_pMutex->TryLock(), LumResultEBusy); });
+    other.join();
+    m_pMutex->Unlock();
 }
 
 TEST_F(OsUtilsTest, TimedWaitReturnsSuccessWhenSignalled) {
-    Handshake handshake;
-    handshake.pMutex->Lock();
-    // The signaller needs the mutex, so it signals while the wait below holds none.
-    std::thread signaller([&handshake] { handshake.Complete(); });
-    const auto start = Clock::now();
-    while (!handshake.done) {
-        // A timeout with a sub-second part beyond the current second checks the deadline's
-        // carry into seconds; a malformed deadline fails at once instead of waiting.
-        ASSERT_EQ(handshake.pCondition->TimedWait(handshake.pMutex->GetNativeHandle(), 20999),
-                  LumResultSuccess);
+    m_pMutex->Lock();
+    // The signaller needs the mutex, so it can only signal while the wait below releases it.
+    std::thread signaller([this] {
+        m_pMutex->Lock();
+        m_done = true;
+        m_pCondition->Signal();
+        m_pMutex->Unlock();
+    });
+    const auto start = std::chrono::steady_clock::now();
+    while (!m_done) {
+        // The 999 ms part carries into the deadline's seconds most of the time; a malformed
+        // deadline would fail at once instead of waiting.
+        ASSERT_EQ(m_pCondition->TimedWait(m_pMutex->GetNativeHandle(), 20999), LumResultSuccess);
     }
     EXPECT_LT(MillisecondsSince(start), 20000);
-    handshake.pMutex->Unlock();
+    m_pMutex->Unlock();
     signaller.join();
 }
 
-TEST_F(OsUtilsTest, WaitAndBroadcastWakeEveryWaiter) {
-    Handshake handshake;
-    std::atomic<int> woken{0};
-    std::vector<std::thread> waiters;
-    for (int i = 0; i < 3; ++i) {
-        waiters.emplace_back([&] {
-            handshake.pMutex->Lock();
-            while (!handshake.done) {
-                EXPECT_EQ(handshake.pCondition->Wait(handshake.pMutex->GetNativeHandle()),
-                          LumResultSuccess);
-            }
-            handshake.pMutex->Unlock();
-            ++woken;
-        });
-    }
-    handshake.pMutex->Lock();
-    handshake.done = true;
-    handshake.pCondition->Broadcast();
-    handshake.pMutex->Unlock();
-    for (std::thread& waiter : waiters) {
-        waiter.join();
-    }
-    EXPECT_EQ(woken.load(), 3);
-}
-
-TEST_F(OsUtilsTest, MutexExcludesAndKeepsItsName) {
-    Mutex* pMutex = Mutex::Create("VppSessionCountLock");
-    ASSERT_NE(pMutex, nullptr);
-    EXPECT_STREQ(pMutex->Name(), "VppSessionCountLock");
-    EXPECT_EQ(camera_host::LiveMutexCount(), m_mutexes + 1);
-    EXPECT_EQ(pMutex->TryLock(), LumResultSuccess);
-    std::thread other([pMutex] { EXPECT_EQ(pMutex->TryLock(), LumResultEBusy); });
-    other.join();
-    pMutex->Unlock();
-
-    // Many threads incrementing under the lock lose no update.
-    int counter = 0;
-    std::vector<std::thread> threads;
-    for (int t = 0; t < 4; ++t) {
-        threads.emplace_back([pMutex, &counter] {
-            for (int i = 0; i < 1000; ++i) {
-                pMutex->Lock();
-                ++counter;
-                pMutex->Unlock();
-            }
-        });
-    }
-    for (std::thread& thread : threads) {
-        thread.join();
-    }
-    EXPECT_EQ(counter, 4000);
-    pMutex->Destroy();
-
-    const std::string longName(100, 'n');
-    Mutex* pLong = Mutex::Create(longName.c_str());
-    Condition* pUnnamed = Condition::Create(nullptr);
-    ASSERT_NE(pLong, nullptr);
-    ASSERT_NE(pUnnamed, nullptr);
-    EXPECT_EQ(std::string(pLong->Name()), longName.substr(0, 63));
-    EXPECT_STREQ(pUnnamed->Name(), "");
-    pLong->Destroy();
-    pUnnamed->Destroy();
-}
-
 TEST_F(OsUtilsTest, CreationFailsByNameUntilReset) {
-    std::vector<std::string> mutexNames;
-    camera_host::SetMutexCreateFailure([&mutexNames](const char* pName) {
-        mutexNames.push_back(pName);
+    std::vector<std::string> names;
+    camera_host::SetMutexCreateFailure([&names](const char* pName) {
+        names.push_back(pName);
         return strcmp(pName, "VPPFlushSessionLock") == 0;
     });
     camera_host::SetConditionCreateFailure(
         [](const char* pName) { return strcmp(pName, "VPPWaitFlushSessionDone") == 0; });
-
     EXPECT_EQ(Mutex::Create("VPPFlushSessionLock"), nullptr);
     EXPECT_EQ(Condition::Create("VPPWaitFlushSessionDone"), nullptr);
     EXPECT_EQ(camera_host::LiveMutexCount(), m_mutexes);
     EXPECT_EQ(camera_host::LiveConditionCount(), m_conditions);
     Mutex* pOther = Mutex::Create("VppSessionCountLock");
-    Condition* pOtherCondition = Condition::Create("Other");
     ASSERT_NE(pOther, nullptr);
-    ASSERT_NE(pOtherCondition, nullptr);
-    EXPECT_EQ(mutexNames, (std::vector<std::string>{"VPPFlushSessionLock", "VppSessionCountLock"}));
+    EXPECT_STREQ(pOther->Name(), "VppSessionCountLock");
     pOther->Destroy();
-    pOtherCondition->Destroy();
+    Condition::Create("Other")->Destroy();
+    EXPECT_EQ(names, (std::vector<std::string>{"VPPFlushSessionLock", "VppSessionCountLock"}));
+
+    // A predicate may itself create objects: it is not called under the injection lock.
+    camera_host::SetMutexCreateFailure([](const char* pName) {
+        if (strcmp(pName, "inner") != 0) {
+            Mutex::Create("inner")->Destroy();
+        }
+        return false;
+    });
+    Mutex::Create("outer")->Destroy();
 
     camera_host::ResetFailureInjection();
-    Mutex* pMutex = Mutex::Create("VPPFlushSessionLock");
-    Condition* pCondition = Condition::Create("VPPWaitFlushSessionDone");
-    EXPECT_NE(pMutex, nullptr);
-    EXPECT_NE(pCondition, nullptr);
-    pMutex->Destroy();
-    pCondition->Destroy();
-}
-
-// A predicate may itself use the utilities it controls without deadlocking them.
-TEST_F(OsUtilsTest, InjectionPredicateMayCreateObjects) {
-    camera_host::SetMutexCreateFailure([](const char* pName) {
-        if (strcmp(pName, "inner") == 0) {
-            return false;
-        }
-        Mutex* pInner = Mutex::Create("inner");
-        EXPECT_NE(pInner, nullptr);
-        pInner->Destroy();
-        return true;
-    });
-    EXPECT_EQ(Mutex::Create("outer"), nullptr);
-    camera_host::SetMutexCreateFailure(nullptr);
-    Mutex* pMutex = Mutex::Create("outer");
-    EXPECT_NE(pMutex, nullptr);
-    pMutex->Destroy();
+    Mutex::Create("VPPFlushSessionLock")->Destroy();
+    Condition::Create("VPPWaitFlushSessionDone")->Destroy();
 }
 
 void* Increment(void* pArg) {
@@ -219,7 +127,6 @@ TEST_F(OsUtilsTest, ThreadsRunAndAreJoinedById) {
     EXPECT_NE(secondId, 0);
     EXPECT_NE(firstId, secondId);
     EXPECT_EQ(camera_host::LiveThreadCount(), 2);
-
     EXPECT_EQ(OsUtils::ThreadWait(secondId), LumResultSuccess);
     EXPECT_EQ(second, 1);
     EXPECT_EQ(camera_host::LiveThreadCount(), 1);
@@ -229,55 +136,44 @@ TEST_F(OsUtilsTest, ThreadsRunAndAreJoinedById) {
     EXPECT_EQ(OsUtils::ThreadWait(firstId), LumResultEInvalidArg) << "already joined";
     EXPECT_EQ(OsUtils::ThreadWait(0), LumResultEInvalidArg);
     EXPECT_EQ(OsUtils::ThreadCreate(nullptr, nullptr, &firstId), LumResultEInvalidPointer);
-    EXPECT_EQ(OsUtils::ThreadCreate(Increment, &first, nullptr), LumResultEInvalidPointer);
 }
 
 TEST_F(OsUtilsTest, InjectedThreadFailureWritesNothingAndRunsNothing) {
     int runs = 0;
-    camera_host::SetThreadCreateFailure([] { return LumResultENoMemory; });
     Pavo::OSThreadHandle id = 12345;
+    camera_host::SetThreadCreateFailure([] { return LumResultENoMemory; });
     EXPECT_EQ(OsUtils::ThreadCreate(Increment, &runs, &id), LumResultENoMemory);
     EXPECT_EQ(id, 12345);
     EXPECT_EQ(camera_host::LiveThreadCount(), 0);
 
-    camera_host::SetThreadCreateFailure([] { return LumResultSuccess; });
-    ASSERT_EQ(OsUtils::ThreadCreate(Increment, &runs, &id), LumResultSuccess);
-    EXPECT_EQ(OsUtils::ThreadWait(id), LumResultSuccess);
-    EXPECT_EQ(runs, 1);
-
-    camera_host::SetThreadCreateFailure([] { return LumResultEFailed; });
     camera_host::ResetFailureInjection();
     ASSERT_EQ(OsUtils::ThreadCreate(Increment, &runs, &id), LumResultSuccess);
     EXPECT_EQ(OsUtils::ThreadWait(id), LumResultSuccess);
-    EXPECT_EQ(runs, 2);
+    EXPECT_EQ(runs, 1);
 }
 
 // Threads made and joined from several threads at once get distinct ids and are all released.
 TEST_F(OsUtilsTest, ConcurrentCreateAndWait) {
-    constexpr int kCreators = 4;
-    constexpr int kPerCreator = 50;
-    std::vector<std::vector<Pavo::OSThreadHandle>> ids(kCreators);
+    std::vector<std::vector<Pavo::OSThreadHandle>> ids(4);
     std::vector<std::thread> creators;
-    for (int c = 0; c < kCreators; ++c) {
-        creators.emplace_back([c, &ids] {
-            for (int i = 0; i < kPerCreator; ++i) {
+    for (auto& list : ids) {
+        creators.emplace_back([&list] {
+            for (int i = 0; i < 50; ++i) {
                 int value = 0;
                 Pavo::OSThreadHandle id = 0;
                 ASSERT_EQ(OsUtils::ThreadCreate(Increment, &value, &id), LumResultSuccess);
                 ASSERT_EQ(OsUtils::ThreadWait(id), LumResultSuccess);
                 EXPECT_EQ(value, 1);
-                ids[c].push_back(id);
+                list.push_back(id);
             }
         });
     }
-    for (std::thread& creator : creators) {
-        creator.join();
-    }
     std::set<Pavo::OSThreadHandle> unique;
-    for (const auto& list : ids) {
-        unique.insert(list.begin(), list.end());
+    for (size_t c = 0; c < creators.size(); ++c) {
+        creators[c].join();
+        unique.insert(ids[c].begin(), ids[c].end());
     }
-    EXPECT_EQ(unique.size(), static_cast<size_t>(kCreators * kPerCreator));
+    EXPECT_EQ(unique.size(), 200u);
     EXPECT_EQ(unique.count(0), 0u);
 }
 
@@ -287,7 +183,6 @@ TEST_F(OsUtilsTest, SleepAndMonotonicTime) {
     const uint64_t after = OsUtils::GetNanoTime();
     EXPECT_GE(after - before, 20000000u);
     EXPECT_LT(after - before, 5000000000u);
-    EXPECT_LE(after, OsUtils::GetNanoTime());
 }
 
 }  // namespace
