@@ -12,6 +12,7 @@
 #include <vector>
 
 #include "camera_host/camera_host.h"
+#include "fd_count.h"
 #include "gmock/gmock.h"
 #include "gtest/gtest.h"
 #include "ixolog.h"
@@ -59,8 +60,16 @@ class StderrRedirect {
 
 class LogTest : public ::testing::Test {
   protected:
-    void SetUp() override { camera_host::SetStderrLogging(false); }
-    void TearDown() override { camera_host::SetStderrLogging(true); }
+    void SetUp() override {
+        m_descriptors = camera_test::OpenDescriptorCount();
+        camera_host::SetStderrLogging(false);
+    }
+    void TearDown() override {
+        camera_host::SetStderrLogging(true);
+        EXPECT_EQ(camera_test::OpenDescriptorCount(), m_descriptors);
+    }
+
+    int m_descriptors = 0;
 };
 
 TEST_F(LogTest, CaptureRecordsBothSinksWithEveryArgument) {
