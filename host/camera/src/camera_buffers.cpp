@@ -95,21 +95,21 @@ bool DescribeImage(const ImageGeometry& geometry, IxoImageList* pList) {
     return true;
 }
 
-std::unique_ptr<CameraBuffer> CameraBuffer::Create(const CameraBufferSpec& spec) {
+std::unique_ptr<CameraBuffer> CameraBuffer::Create(const CameraBufferConfig& config) {
     std::unique_ptr<CameraBuffer> buffer(new (std::nothrow) CameraBuffer());
-    if (buffer == nullptr || !buffer->Allocate(spec)) {
+    if (buffer == nullptr || !buffer->Allocate(config)) {
         return nullptr;
     }
     return buffer;
 }
 
-bool CameraBuffer::Allocate(const CameraBufferSpec& spec) {
-    if (!DescribeImage(spec.geometry, this)) {
+bool CameraBuffer::Allocate(const CameraBufferConfig& config) {
+    if (!DescribeImage(config.geometry, this)) {
         return false;
     }
     numberOfImages = 1;
-    m_mode = spec.handleMode;
-    m_descriptorPerPlane = spec.descriptorPerPlane;
+    m_mode = config.handleMode;
+    m_descriptorPerPlane = config.descriptorPerPlane;
 
     // Plane groups: each plane alone, or all planes back to back in one memfd.
     std::vector<size_t> groupSizes;
@@ -139,7 +139,7 @@ bool CameraBuffer::Allocate(const CameraBufferSpec& spec) {
         pAddr[0][p] = PlaneAddress(p);
     }
 
-    const int numInts = static_cast<int>(spec.ints.size());
+    const int numInts = static_cast<int>(config.ints.size());
     m_pOwnedHandle = native_handle_create(static_cast<int>(m_descriptors.size()), numInts);
     if (m_pOwnedHandle == nullptr) {
         return false;
@@ -148,7 +148,7 @@ bool CameraBuffer::Allocate(const CameraBufferSpec& spec) {
         m_pOwnedHandle->data[i] = m_descriptors[i];
     }
     for (int i = 0; i < numInts; ++i) {
-        m_pOwnedHandle->data[m_descriptors.size() + static_cast<size_t>(i)] = spec.ints[i];
+        m_pOwnedHandle->data[m_descriptors.size() + static_cast<size_t>(i)] = config.ints[i];
     }
     m_pHandle = m_mode == HandleMode::NullHandle ? nullptr : m_pOwnedHandle;
     return true;
@@ -206,12 +206,13 @@ size_t CameraBuffer::TotalSize() const {
     return total;
 }
 
-std::unique_ptr<ImageBuffer> ImageBuffer::Create(const CameraBufferSpec& spec, PixelSource pixels) {
+std::unique_ptr<ImageBuffer> ImageBuffer::Create(const CameraBufferConfig& config,
+                                                 PixelSource pixels) {
     std::unique_ptr<ImageBuffer> image(new (std::nothrow) ImageBuffer());
     if (image == nullptr) {
         return nullptr;
     }
-    image->m_camera = CameraBuffer::Create(spec);
+    image->m_camera = CameraBuffer::Create(config);
     if (image->m_camera == nullptr) {
         return nullptr;
     }
@@ -249,8 +250,8 @@ ImageBuffer::~ImageBuffer() {
 }
 
 std::unique_ptr<RequestBuffers> RequestBuffers::Create(uint64_t requestId, uint64_t frameTimestamp,
-                                                       const CameraBufferSpec& input,
-                                                       const CameraBufferSpec& output,
+                                                       const CameraBufferConfig& input,
+                                                       const CameraBufferConfig& output,
                                                        uint32_t frcRatio, PixelSource pixels) {
     std::unique_ptr<RequestBuffers> request(new (std::nothrow) RequestBuffers());
     if (request == nullptr) {

@@ -29,11 +29,11 @@ ImageGeometry Geometry(uint32_t format, uint32_t width, uint32_t height, uint32_
     return geometry;
 }
 
-CameraBufferSpec Spec(uint32_t format, bool descriptorPerPlane = false) {
-    CameraBufferSpec spec;
-    spec.geometry = Geometry(format, 64, 48, 96, 50);
-    spec.descriptorPerPlane = descriptorPerPlane;
-    return spec;
+CameraBufferConfig Config(uint32_t format, bool descriptorPerPlane = false) {
+    CameraBufferConfig config;
+    config.geometry = Geometry(format, 64, 48, 96, 50);
+    config.descriptorPerPlane = descriptorPerPlane;
+    return config;
 }
 
 size_t DescriptorSize(int fd) {
@@ -111,10 +111,10 @@ TEST(DescribeImage, DefaultsAndRejections) {
     EXPECT_EQ(memcmp(&list.formatBlock, &before.formatBlock, sizeof(IxoImageFormat)), 0);
 
     const int descriptors = OpenDescriptorCount();
-    CameraBufferSpec spec;
-    spec.geometry = Geometry(IxoFormatNV12, 100, 30, 99);
-    EXPECT_EQ(CameraBuffer::Create(spec), nullptr);
-    EXPECT_EQ(ImageBuffer::Create(spec), nullptr);
+    CameraBufferConfig config;
+    config.geometry = Geometry(IxoFormatNV12, 100, 30, 99);
+    EXPECT_EQ(CameraBuffer::Create(config), nullptr);
+    EXPECT_EQ(ImageBuffer::Create(config), nullptr);
     EXPECT_EQ(OpenDescriptorCount(), descriptors);
 }
 
@@ -125,9 +125,9 @@ TEST(CameraBuffer, PlanesLiveInTheHandlesDescriptors) {
         for (bool perPlane : {false, true}) {
             SCOPED_TRACE(testing::Message() << "format " << format << " perPlane " << perPlane);
             const int descriptorsBefore = OpenDescriptorCount();
-            CameraBufferSpec spec = Spec(format, perPlane);
-            spec.ints = {7, -3};
-            std::unique_ptr<CameraBuffer> buffer = CameraBuffer::Create(spec);
+            CameraBufferConfig config = Config(format, perPlane);
+            config.ints = {7, -3};
+            std::unique_ptr<CameraBuffer> buffer = CameraBuffer::Create(config);
             ASSERT_NE(buffer, nullptr);
             const uint32_t planes = buffer->numberOfPlanes;
             const int fds = perPlane ? static_cast<int>(planes) : 1;
@@ -171,11 +171,11 @@ TEST(CameraBuffer, PlanesLiveInTheHandlesDescriptors) {
 
 TEST(CameraBuffer, HandleModesStillOwnTheirDescriptors) {
     const int descriptorsBefore = OpenDescriptorCount();
-    CameraBufferSpec spec = Spec(IxoFormatNV12);
-    spec.handleMode = HandleMode::NullAddress;
-    std::unique_ptr<CameraBuffer> nullAddress = CameraBuffer::Create(spec);
-    spec.handleMode = HandleMode::NullHandle;
-    std::unique_ptr<CameraBuffer> nullHandle = CameraBuffer::Create(spec);
+    CameraBufferConfig config = Config(IxoFormatNV12);
+    config.handleMode = HandleMode::NullAddress;
+    std::unique_ptr<CameraBuffer> nullAddress = CameraBuffer::Create(config);
+    config.handleMode = HandleMode::NullHandle;
+    std::unique_ptr<CameraBuffer> nullHandle = CameraBuffer::Create(config);
     ASSERT_NE(nullAddress, nullptr);
     ASSERT_NE(nullHandle, nullptr);
     EXPECT_EQ(nullAddress->GetHandleAddress(), nullptr);
@@ -191,7 +191,7 @@ TEST(ImageBuffer, WrapsACameraBufferAndAnInternalMemfd) {
     const int descriptorsBefore = OpenDescriptorCount();
     for (PixelSource pixels : {PixelSource::Camera, PixelSource::Internal}) {
         std::unique_ptr<ImageBuffer> image =
-            ImageBuffer::Create(Spec(IxoFormatYUV420P, true), pixels);
+            ImageBuffer::Create(Config(IxoFormatYUV420P, true), pixels);
         ASSERT_NE(image, nullptr);
         CameraBuffer* pCamera = image->Camera();
         ASSERT_EQ(image->pImageList, pCamera);
@@ -217,8 +217,8 @@ TEST(ImageBuffer, WrapsACameraBufferAndAnInternalMemfd) {
 
 TEST(RequestBuffers, RecordPointsAtItsOwnImagesAndFrcInfo) {
     const int descriptorsBefore = OpenDescriptorCount();
-    std::unique_ptr<RequestBuffers> request =
-        RequestBuffers::Create(17, 123456789, Spec(IxoFormatNV12), Spec(IxoFormatNV21, true), 4);
+    std::unique_ptr<RequestBuffers> request = RequestBuffers::Create(
+        17, 123456789, Config(IxoFormatNV12), Config(IxoFormatNV21, true), 4);
     ASSERT_NE(request, nullptr);
     const IxoRequestBufferInfo& info = request->info;
     EXPECT_EQ(info.requestId, 17u);

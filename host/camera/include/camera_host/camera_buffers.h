@@ -38,7 +38,7 @@ enum class HandleMode {
 };
 
 // What a camera buffer object is made of.
-struct CameraBufferSpec {
+struct CameraBufferConfig {
     ImageGeometry geometry;
     bool descriptorPerPlane = false;  // false: every plane in one memfd; true: one memfd per plane
     std::vector<int32_t> ints;        // appended to the native handle after the descriptors
@@ -51,7 +51,7 @@ struct CameraBufferSpec {
 class CameraBuffer : public IxoImageList {
   public:
     // Returns null when the geometry is invalid or a descriptor or mapping cannot be made.
-    static std::unique_ptr<CameraBuffer> Create(const CameraBufferSpec& spec);
+    static std::unique_ptr<CameraBuffer> Create(const CameraBufferConfig& config);
     ~CameraBuffer() override;
     CameraBuffer(const CameraBuffer&) = delete;
     CameraBuffer& operator=(const CameraBuffer&) = delete;
@@ -73,7 +73,7 @@ class CameraBuffer : public IxoImageList {
 
   private:
     CameraBuffer() = default;
-    bool Allocate(const CameraBufferSpec& spec);
+    bool Allocate(const CameraBufferConfig& config);
 
     struct Mapping {
         uint8_t* pAddress;
@@ -95,7 +95,7 @@ enum class PixelSource { Camera, Internal };
 // memfd of the same total size and plane offsets. Its own GetHandleAddress is the base one (null).
 class ImageBuffer : public IxoImageList {
   public:
-    static std::unique_ptr<ImageBuffer> Create(const CameraBufferSpec& spec,
+    static std::unique_ptr<ImageBuffer> Create(const CameraBufferConfig& config,
                                                PixelSource pixels = PixelSource::Camera);
     ~ImageBuffer() override;
     ImageBuffer(const ImageBuffer&) = delete;
@@ -122,8 +122,8 @@ class RequestBuffers {
   public:
     // frcRatio goes into the FRC record, whose counters start at 0. Null if a buffer fails.
     static std::unique_ptr<RequestBuffers> Create(uint64_t requestId, uint64_t frameTimestamp,
-                                                  const CameraBufferSpec& input,
-                                                  const CameraBufferSpec& output,
+                                                  const CameraBufferConfig& input,
+                                                  const CameraBufferConfig& output,
                                                   uint32_t frcRatio = 1,
                                                   PixelSource pixels = PixelSource::Camera);
     RequestBuffers(const RequestBuffers&) = delete;
