@@ -1,0 +1,147 @@
+// Tests of motion-compensated interpolation: known translations and moving objects must be
+// rebuilt far better than by blending; scene cuts and bad input fall back to blend.
+#include "frc/motion.h"
+
+#include <gtest/gtest.h>
+
+#include "frc/ops.h"
+#include "frc_test_util.h"
+
+namespace {
+
+using frc::MotionInterpolator;
+using frc::PixelFormat;
+using frc_test::OwnedFrame;
+
+constexpr int kW = 160;
+constexpr int kH = 96;
+
+struct Outcome {
+    double motion;
+    double blend;
+};
+
+// Interpolates frame `mid` from `a` and `b` at phase k/n and compares motion and blend with it.
+Outcome rebuild(const OwnedFrame& a, const OwnedFrame& b, const OwnedFrame& mid, int k, int n,
+                MotionInterpolator& mi, int margin) {
+    OwnedFrame m(a.view().format, a.width(), a.height());
+    OwnedFrame bl(a.view().format, a.width(), a.height());
+    EXPECT_TRUE(mi.push(a.cview()));
+    EXPECT_TRUE(mi.push(b.cview()));
+    EXPECT_TRUE(mi.interpolate(k, n, m.view()));
+    EXPECT_TRUE(frc::blendFrames(a.cview(), b.cview(), k, n, bl.view()));
+    return {frc_test::psnrLuma(m, mid, margin), frc_test::psnrLuma(bl, mid, margin)};
+}
+
+TEST(Motion, RebuildsGlobalTranslationsInEveryFormatAndPhase) {
+    // Sub-pixel velocities in both directions, per input interval.
+    const double velocities[][2] = {{6.5, -3.25}, {-11.0, 4.75}, {0.75, 0.5}};
+    for (PixelFormat f : {PixelFormat::kI420, PixelFormat::kNv12, PixelFormat::kNv21}) {
+        for (const auto& v : velocities) {
+            for (int n : {2, 3}) {
+                SCOPED_TRACE(testing::Message() << "format " << static_cast<int>(f) << " v " << v[0]
+                                                << "," << v[1] << " n " << n);
+                OwnedFrame a(f, kW, kH);
+                OwnedFrame b(f, kW, kH);
+                OwnedFrame mid(f, kW, kH);
+                frc_test::fillTranslated(a, 0, 0);
+                frc_test::fillTranslated(b, v[0], v[1]);
+                frc_test::fillTranslated(mid, v[0] / n, v[1] / n);
+                MotionInterpolator mi;
+                const Outcome o = rebuild(a, b, mid, 1, n, mi, 16);
+                EXPECT_GT(o.motion, 34.0);
+                if (std::abs(v[0]) > 2) {
+                    EXPECT_GT(o.motion, o.blend + 8.0);
+                }
+                // Chroma follows the halved luma vectors.
+                OwnedFrame m(f, kW, kH);
+                ASSERT_TRUE(mi.interpolate(1, n, m.view()));
+                EXPECT_GT(frc_test::psnrChroma(m, mid, 0, 8), 34.0);
+                EXPECT_GT(frc_test::psnrChroma(m, mid, 1, 8), 34.0);
+                EXPECT_FALSE(mi.lastPairWasSceneCut());
+            }
+        }
+    }
+}
+
+TEST(Motion, RebuildsAMovingObjectOverAStillBackground) {
+    auto draw = [](OwnedFrame& f, double ox, double oy) {
+        f.fill(
+            [&](double x, double y) {
+                const bool inside = x >= ox && x < ox + 40 && y >= oy && y < oy + 32;
+                return frc_test::clamp8(inside ? frc_test::texture(x - ox, y - oy, 3)
+                                               : frc_test::texture(x, y, 1));
+            },
+            [&](int c, double, double) { return c ? 100 : 150; });
+    };
+    OwnedFrame a(PixelFormat::kNv12, kW, kH);
+    OwnedFrame b(PixelFormat::kNv12, kW, kH);
+    OwnedFrame mid(PixelFormat::kNv12, kW, kH);
+    draw(a, 30, 20);
+    draw(mid, 42, 26);
+    draw(b, 54, 32);
+    MotionInterpolator mi;
+    const Outcome o = rebuild(a, b, mid, 1, 2, mi, 0);
+    EXPECT_GT(o.motion, o.blend + 3.0);
+}
+
+TEST(Motion, FallsBackToBlendOnASceneCut) {
+    OwnedFrame a(PixelFormat::kNv12, kW, kH);
+    OwnedFrame b(PixelFormat::kNv12, kW, kH);
+    frc_test::fillTranslated(a, 0, 0, 0);
+    // An unrelated picture: different texture, inverted and brighter.
+    b.fill([](double x, double y) { return frc_test::clamp8(255 - frc_test::texture(y, x, 7)); },
+           [](int c, double, double) { return c ? 60 : 200; });
+    MotionInterpolator mi;
+    ASSERT_TRUE(mi.push(a.cview()));
+    ASSERT_TRUE(mi.push(b.cview()));
+    EXPECT_TRUE(mi.lastPairWasSceneCut());
+    OwnedFrame m(PixelFormat::kNv12, kW, kH);
+    OwnedFrame bl(PixelFormat::kNv12, kW, kH);
+    ASSERT_TRUE(mi.interpolate(1, 2, m.view()));
+    ASSERT_TRUE(frc::blendFrames(a.cview(), b.cview(), 1, 2, bl.view()));
+    EXPECT_TRUE(m.samePixels(bl));
+    EXPECT_EQ(mi.stats().sceneCuts, 1u);
+    EXPECT_EQ(mi.stats().fallbackBlocks, mi.stats().blocks);
+
+    // The next pair continues normally, with no cut.
+    OwnedFrame c(PixelFormat::kNv12, kW, kH);
+    c.fill(
+        [](double x, double y) { return frc_test::clamp8(255 - frc_test::texture(y - 3, x, 7)); },
+        [](int cc, double, double) { return cc ? 60 : 200; });
+    ASSERT_TRUE(mi.push(c.cview()));
+    EXPECT_FALSE(mi.lastPairWasSceneCut());
+}
+
+TEST(Motion, StillFramesStayUnchangedAndOddTinyFramesWork) {
+    OwnedFrame a(PixelFormat::kI420, kW, kH);
+    frc_test::fillTranslated(a, 0, 0);
+    MotionInterpolator mi;
+    OwnedFrame m(PixelFormat::kI420, kW, kH);
+    ASSERT_TRUE(mi.push(a.cview()));
+    EXPECT_FALSE(mi.interpolate(1, 2, m.view()));  // no pair yet
+    ASSERT_TRUE(mi.push(a.cview()));
+    ASSERT_TRUE(mi.interpolate(1, 2, m.view()));
+    EXPECT_TRUE(m.samePixels(a));
+    EXPECT_FALSE(mi.interpolate(0, 2, m.view()));
+    EXPECT_FALSE(mi.interpolate(2, 2, m.view()));
+    OwnedFrame wrong(PixelFormat::kNv12, kW, kH);
+    EXPECT_FALSE(mi.interpolate(1, 2, wrong.view()));
+
+    // Sizes that are odd or smaller than a block start a new stream and stay in bounds.
+    for (auto [w, h] : {std::pair{1, 1}, {7, 5}, {33, 17}, {161, 97}}) {
+        for (PixelFormat f : {PixelFormat::kI420, PixelFormat::kNv21}) {
+            OwnedFrame x(f, w, h, 2 * frc::chromaWidth(w) + 6, h + 3);
+            OwnedFrame y(f, w, h, 2 * frc::chromaWidth(w) + 6, h + 3);
+            OwnedFrame d(f, w, h, 2 * frc::chromaWidth(w) + 6, h + 3);
+            frc_test::fillTranslated(x, 0, 0);
+            frc_test::fillTranslated(y, 1, 1);
+            ASSERT_TRUE(mi.push(x.cview()));
+            ASSERT_TRUE(mi.push(y.cview()));
+            ASSERT_TRUE(mi.interpolate(1, 2, d.view()));
+            EXPECT_TRUE(d.guardIntact());
+        }
+    }
+}
+
+}  // namespace
