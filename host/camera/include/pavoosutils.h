@@ -24,6 +24,7 @@ public:
     void Destroy();
     void Lock();
     void Unlock();
+    // LumResultSuccess when taken, LumResultEBusy when held (also by the caller).
     LumResult TryLock();
     pthread_mutex_t* GetNativeHandle();
     const char* Name() const;
@@ -46,7 +47,9 @@ public:
     // Waits until signalled; the caller holds pMutex.
     LumResult Wait(pthread_mutex_t* pMutex);
     // Waits until signalled or until timeoutMilliseconds have passed; the caller holds pMutex.
-    // LumResultSuccess when signalled, LumResultETimeout when the time ran out.
+    // LumResultSuccess when signalled, LumResultETimeout when the time ran out, LumResultEFailed
+    // on any other failure. The time is measured on the monotonic clock. One wait, no loop: a
+    // spurious wake-up also returns LumResultSuccess, so callers re-check their predicate.
     LumResult TimedWait(pthread_mutex_t* pMutex, uint32_t timeoutMilliseconds);
     void Signal();
     void Broadcast();
@@ -65,9 +68,12 @@ private:
 class OsUtils {
 public:
     // Starts a joinable thread running pFunc(pArg) and writes its id to *phThread.
-    // LumResultSuccess, or a failure code (LumResultEFailed, LumResultENoMemory, ...).
+    // LumResultSuccess, or a failure code (LumResultEFailed, LumResultENoMemory, ...; an
+    // injected failure's code; LumResultEInvalidPointer for a null function or id pointer), in
+    // which case *phThread is not written.
     static LumResult ThreadCreate(OSThreadFunc pFunc, void* pArg, OSThreadHandle* phThread);
-    // Blocks until the thread has ended and releases it.
+    // Blocks until the thread has ended and releases it. LumResultEInvalidArg for an id that is
+    // not a created, not yet waited-for thread.
     static LumResult ThreadWait(OSThreadHandle hThread);
     // Sleeps for at least the given number of microseconds.
     static void SleepMicroseconds(uint32_t microseconds);

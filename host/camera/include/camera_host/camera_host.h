@@ -27,7 +27,8 @@ struct LogLine {
 };
 
 // Captures every line that reaches IxoLog::LogSystem or IxoLog::IxeEncryptLogSystem while alive
-// (one capture at a time; lines are still written to stderr unless silenced).
+// (one capture at a time: a nested one shares the same lines; lines are still written to stderr
+// unless silenced).
 class LogCapture {
 public:
     LogCapture();
