@@ -38,7 +38,7 @@ class AtomicFile {
     std::string failure_;
 };
 
-// Writes err into *error when error is not null (every media function takes an optional error).
+// Stores message in *error unless error is null: every media function takes an optional error.
 void SetError(std::string* error, const std::string& message);
 
 }  // namespace media

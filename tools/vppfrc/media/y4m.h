@@ -82,8 +82,7 @@ class Y4mWriter {
     Y4mWriter() = default;
     Y4mWriter(const Y4mWriter&) = delete;
     Y4mWriter& operator=(const Y4mWriter&) = delete;
-    // Destroying a writer that was not committed removes the temporary file.
-    ~Y4mWriter() = default;
+    ~Y4mWriter() = default;  // the file member removes an uncommitted temporary file
 
     // Writes to a temporary file in the same folder; Commit() renames it into place. Destroying
     // a writer that was not committed removes the temporary file: no partial output is left.
