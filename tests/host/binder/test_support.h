@@ -1,0 +1,46 @@
+// Helpers shared by the host binder tests: descriptor counting and a minimal counted binder class.
+#pragma once
+
+#include <android/binder_ibinder.h>
+#include <dirent.h>
+
+#include <atomic>
+
+namespace binder_test {
+
+// Entries of /proc/self/fd, excluding the one opendir itself uses.
+inline int openFdCount() {
+    DIR* dir = opendir("/proc/self/fd");
+    if (dir == nullptr) {
+        return -1;
+    }
+    int count = 0;
+    while (readdir(dir) != nullptr) {
+        ++count;
+    }
+    closedir(dir);
+    return count - 3;  // ".", ".." and the directory's own descriptor
+}
+
+// A binder class whose user data counts live instances.
+struct Counted {
+    static std::atomic<int>& live() {
+        static std::atomic<int> count{0};
+        return count;
+    }
+    static void* onCreate(void* args) {
+        live()++;
+        return args;
+    }
+    static void onDestroy(void*) { live()--; }
+    static binder_status_t onTransact(AIBinder*, transaction_code_t, const AParcel*, AParcel*) {
+        return STATUS_OK;
+    }
+    static const AIBinder_Class* clazz() {
+        static const AIBinder_Class* c =
+            AIBinder_Class_define("test.Counted", onCreate, onDestroy, onTransact);
+        return c;
+    }
+};
+
+}  // namespace binder_test
