@@ -134,8 +134,14 @@ AIBinder_Class* AIBinder_Class_define(const char* interfaceDescriptor,
         onTransact == nullptr) {
         return nullptr;
     }
-    // Classes live for the whole process, like the device's.
+    // Classes live for the whole process, like the device's; the list keeps them reachable.
+    static std::mutex* const classesMutex = new std::mutex();
+    static std::vector<AIBinder_Class*>* const classes = new std::vector<AIBinder_Class*>();
     AIBinder_Class* clazz = new AIBinder_Class();
+    {
+        std::lock_guard<std::mutex> lock(*classesMutex);
+        classes->push_back(clazz);
+    }
     clazz->descriptor = interfaceDescriptor;
     clazz->onCreate = onCreate;
     clazz->onDestroy = onDestroy;

@@ -219,6 +219,7 @@ TEST(BinderTransact, LocalDispatchAndArgumentChecks) {
     int32_t reply = 0;
     EXPECT_EQ(AParcel_readInt32(out.get(), &reply), STATUS_OK);
     EXPECT_EQ(reply, 42);
+    out.set(nullptr);  // getR() below would overwrite it without releasing
 
     // The stub's own error comes back pruned, with no reply parcel.
     ASSERT_EQ(AIBinder_prepareTransaction(binder.get(), in.getR()), STATUS_OK);
