@@ -55,7 +55,8 @@ class AddressNode : public TestNode {
 };
 
 // Asserts the bridge's fixed answer: an OK status and VPP_OK written over the preset.
-void ExpectOkAnswer(const ndk::ScopedAStatus& status, VppError answer) {
+// The answer is taken by reference: it is read only after the call that writes it.
+void ExpectOkAnswer(const ndk::ScopedAStatus& status, const VppError& answer) {
     ASSERT_NE(status.get(), nullptr);
     EXPECT_TRUE(status.isOk());
     EXPECT_EQ(status.getStatus(), STATUS_OK);

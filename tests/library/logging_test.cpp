@@ -27,31 +27,42 @@ const char* const kLevelLetter[] = {"E", "W", "I", "V"};
 const int kLevelPriority[] = {ANDROID_LOG_ERROR, ANDROID_LOG_WARN, ANDROID_LOG_INFO,
                               ANDROID_LOG_INFO};
 
-// Source lines of the statements below, recorded on the statement's own line.
+// Source lines of the statements below. Each statement is written on one line together with
+// the recording of that line, so the two agree whatever the compiler.
 int g_statementLine[4];
+int g_ixeLine[2];
+#define EMIT_AT(slot, STATEMENT, kind)                \
+    do {                                              \
+        (slot) = __LINE__;                            \
+        STATEMENT("[%s] " kind " %d", "node", value); \
+    } while (0)
 
 // One node-form statement of the given level, with a message that names its argument.
-// clang-format off
 void EmitNode(Level level, int value) {
     switch (level) {
-        case kError: g_statementLine[kError] = __LINE__; VPP_LOG_ERROR("[%s] value %d", "node", value); break;
-        case kWarn: g_statementLine[kWarn] = __LINE__; VPP_LOG_WARN("[%s] value %d", "node", value); break;
-        case kInfo: g_statementLine[kInfo] = __LINE__; VPP_LOG_INFO("[%s] value %d", "node", value); break;
-        case kVerbose: g_statementLine[kVerbose] = __LINE__; VPP_LOG_VERBOSE("[%s] value %d", "node", value); break;
+        case kError:
+            EMIT_AT(g_statementLine[kError], VPP_LOG_ERROR, "value");
+            break;
+        case kWarn:
+            EMIT_AT(g_statementLine[kWarn], VPP_LOG_WARN, "value");
+            break;
+        case kInfo:
+            EMIT_AT(g_statementLine[kInfo], VPP_LOG_INFO, "value");
+            break;
+        case kVerbose:
+            EMIT_AT(g_statementLine[kVerbose], VPP_LOG_VERBOSE, "value");
+            break;
     }
 }
-
-int g_ixeLine[2];
 
 // Extension-layer statements (the only levels the library uses in that form).
 void EmitIxe(bool error, int value) {
     if (error) {
-        g_ixeLine[0] = __LINE__; VPP_IXE_LOG_ERROR("[%s] ixe %d", "node", value);
+        EMIT_AT(g_ixeLine[0], VPP_IXE_LOG_ERROR, "ixe");
     } else {
-        g_ixeLine[1] = __LINE__; VPP_IXE_LOG_INFO("[%s] ixe %d", "node", value);
+        EMIT_AT(g_ixeLine[1], VPP_IXE_LOG_INFO, "ixe");
     }
 }
-// clang-format on
 
 // Statement whose argument counts its evaluations.
 int g_evaluations = 0;
@@ -138,8 +149,10 @@ TEST_F(LoggingTest, EncryptionSendsToTheEncryptingSinkAloneWithTheExtensionGroup
     // Any other value of the switch is the clear path.
     g_logIxeEncryption = 2;
     camera_host::LogCapture capture;
+    AndroidLogCapture android;
     EmitNode(kError, 6);
     ExpectLines(capture.Lines(), {Error("EmitNode", "[node] value 6")});
+    ExpectAndroidTwins(capture.Lines(), android.Lines());
 }
 
 TEST_F(LoggingTest, ClearGroupBitSilencesItsLevelWhateverTheOtherSwitches) {
