@@ -1,0 +1,309 @@
+// Fixture and helpers of the buffer-path tests: a node wired to a scripted session, real camera
+// buffers, exact comparison of the lines that reach both log sinks, and descriptor checks.
+#pragma once
+
+#include <binder_host/binder_host.h>
+#include <camera_host/camera_buffers.h>
+#include <camera_host/camera_host.h>
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cstdio>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "ixolog.h"
+#include "scripted_vpp.h"
+#include "syslog_capture.h"
+#include "test_node.h"
+
+namespace vpptest {
+
+// Which log statement form a line must have been written in.
+enum class Form {
+    kNode,  // group "VPP" of the node masks, Android tag "IxoNode"
+    kIxe,   // group "FRC" of the extension-layer masks, Android tag "Ixo"
+};
+
+// A line as the library must write it: level letter ('E', 'W', 'I', 'V'), function, message.
+struct ExpectedLine {
+    char level;
+    std::string function;
+    std::string message;
+    Form form = Form::kNode;
+};
+
+inline ExpectedLine Node(char level, std::string function, std::string message) {
+    return ExpectedLine{level, std::move(function), std::move(message), Form::kNode};
+}
+
+inline ExpectedLine Ixe(char level, std::string function, std::string message) {
+    return ExpectedLine{level, std::move(function), std::move(message), Form::kIxe};
+}
+
+// A pointer as "%p" prints it ("(nil)" for null).
+inline std::string Ptr(const void* pointer) {
+    char text[32];
+    snprintf(text, sizeof(text), "%p", pointer);
+    return text;
+}
+
+// The address of a request member, as the cookie a VppBuffer carries.
+inline int64_t CookieOf(const void* pMember) {
+    return static_cast<int64_t>(reinterpret_cast<uintptr_t>(pMember));
+}
+
+// The final line of QueueOutput and QueueTempBuffertoVPPOutput; verb is "success!" or "failed!".
+// Output buffers never carry a timestamp or a port type.
+inline std::string OutputOutcome(const char* verb, unsigned count, const std::string& requestId,
+                                 unsigned index, uint32_t length, const void* pHandle,
+                                 const void* pCookie) {
+    return std::string("[BufNode] queueOutput ") + verb +
+           " portType: 0, outputQueuedNum: " + std::to_string(count) + ", reqId: " + requestId +
+           ", index: " + std::to_string(index) + ", buffer len: " + std::to_string(length) +
+           ", timestamp: 0, nativeHandle: " + Ptr(pHandle) + ", cookie: " + Ptr(pCookie);
+}
+
+// Identity of an open descriptor's file.
+struct FileIdentity {
+    dev_t device = 0;
+    ino_t inode = 0;
+    bool operator==(const FileIdentity& other) const {
+        return device == other.device && inode == other.inode;
+    }
+};
+
+inline FileIdentity IdentityOf(int fd) {
+    struct stat status {};
+    EXPECT_EQ(fstat(fd, &status), 0) << "descriptor " << fd << " is not open";
+    return FileIdentity{status.st_dev, status.st_ino};
+}
+
+inline FileIdentity IdentityOf(const FdSeen& seen) {
+    return FileIdentity{seen.device, seen.inode};
+}
+
+inline bool IsOpen(int fd) {
+    return fd >= 0 && fcntl(fd, F_GETFD) >= 0;
+}
+
+// A descriptor number that nothing in the process has open.
+inline int UnusedDescriptorNumber() {
+    int fd = 900;
+    while (IsOpen(fd)) {
+        fd++;
+    }
+    return fd;
+}
+
+// A camera buffer object over a native handle that the test owns and may fill with any numbers.
+class FakeCameraBuffer : public IxoImageList {
+  public:
+    FakeCameraBuffer(int numFds, int numInts) : m_pHandle(native_handle_create(numFds, numInts)) {}
+    ~FakeCameraBuffer() override { native_handle_delete(m_pHandle); }
+    FakeCameraBuffer(const FakeCameraBuffer&) = delete;
+    FakeCameraBuffer& operator=(const FakeCameraBuffer&) = delete;
+    void* GetHandleAddress() override { return &m_pHandle; }
+    native_handle_t* Handle() const { return m_pHandle; }
+
+  private:
+    native_handle_t* m_pHandle;
+};
+
+// NV12 64x32 with a 64-byte stride: planes of 2048 and 1024 bytes.
+inline camera_host::CameraBufferConfig SmallNv12(bool descriptorPerPlane = false,
+                                                 std::vector<int32_t> ints = {}) {
+    camera_host::CameraBufferConfig spec;
+    spec.geometry.width = 64;
+    spec.geometry.height = 32;
+    spec.geometry.format = IxoFormatNV12;
+    spec.descriptorPerPlane = descriptorPerPlane;
+    spec.ints = std::move(ints);
+    return spec;
+}
+
+constexpr int32_t kSmallNv12Size = 3072;
+
+// Enables every level the buffer path writes at, for both statement forms, with the Android log.
+inline void EnableBufferPathLogs() {
+    g_logIxeEncryption = 0;
+    g_enableSystemLog = 1;
+    for (int index : {0, 1, 4, 6}) {
+        g_enableIxoNodeLogs[index] = ~0ULL;
+        g_enableIxeLogs[index] = ~0ULL;
+    }
+}
+
+inline void DisableAllLogs() {
+    for (int index = 0; index < IXO_LOG_LEVEL_COUNT; index++) {
+        g_enableIxoNodeLogs[index] = 0;
+        g_enableIxeLogs[index] = 0;
+    }
+}
+
+class BufferPathTest : public ::testing::Test {
+  protected:
+    static constexpr const char* kNodeName = "BufNode";
+
+    void SetUp() override {
+        camera_host::SetStderrLogging(false);
+        EnableBufferPathLogs();
+        g_enableSystemLog = 0;
+        TestNode::ResetStatics();
+        ABinderHost_resetForTesting();
+        m_fdsBefore = OpenFdCount();
+
+        service = ndk::SharedRefBase::make<ScriptedService>();
+        registration = std::make_unique<ServiceRegistration>(service);
+        session = ndk::SharedRefBase::make<ScriptedSession>();
+        node = std::make_unique<TestNode>(kNodeName);
+        // The buffer path needs only a session; the lifecycle around it is tested elsewhere.
+        node->m_pVppSession = session;
+        node->m_skipWaitForClose = 1;
+    }
+
+    void TearDown() override {
+        StopCapture();
+        node.reset();
+        registration.reset();
+        session.reset();
+        service.reset();
+        TestNode::ResetStatics();
+        ABinderHost_resetForTesting();
+        camera_host::SetStderrLogging(true);
+        EXPECT_EQ(OpenFdCount(), m_fdsBefore) << "descriptors leaked or closed by the test";
+    }
+
+    // Starts recording both log sinks and syslog afresh. The Android log is on only while
+    // recording, so that lines outside a check do not reach stderr.
+    void StartCapture() {
+        StopCapture();
+        m_logs.emplace();
+        m_androidLogs.emplace();
+        m_syslog.emplace();
+        g_enableSystemLog = 1;
+    }
+
+    void StopCapture() {
+        g_enableSystemLog = 0;
+        m_syslog.reset();
+        m_androidLogs.reset();
+        m_logs.reset();
+    }
+
+    // The lines written since StartCapture, to the character, in both sinks.
+    void ExpectLog(const std::vector<ExpectedLine>& expected) {
+        ASSERT_TRUE(m_logs.has_value()) << "StartCapture was not called";
+        const std::vector<camera_host::LogLine> lines = SinkLines();
+        const std::vector<AndroidLogLine> androidLines = AndroidLines();
+
+        std::vector<std::string> want;
+        std::vector<std::string> got;
+        std::vector<std::string> wantAndroid;
+        std::vector<std::string> gotAndroid;
+        for (size_t i = 0; i < expected.size(); i++) {
+            const ExpectedLine& line = expected[i];
+            const Level level = LevelOf(line.level);
+            const char* pGroup = line.form == Form::kNode ? "VPP" : "FRC";
+            want.push_back(std::string("normal|") + level.pTag + "|" + level.pLetter + "|" +
+                           pGroup + "|pavovppservicebase|" + line.function + "|" + line.message);
+            // The Android line carries the statement's line number, which the framework sink
+            // received as an argument.
+            const std::string number = i < lines.size() ? std::to_string(lines[i].line) : "?";
+            wantAndroid.push_back(std::to_string(level.priority) + "|" +
+                                  (line.form == Form::kNode ? "IxoNode" : "Ixo") + "|" +
+                                  level.pTag + pGroup + " pavovppservicebase:" + number + " " +
+                                  line.function + "() " + line.message + "\n");
+        }
+        for (const camera_host::LogLine& line : lines) {
+            got.push_back(
+                std::string(line.sink == camera_host::LogSink::Normal ? "normal" : "encrypt") +
+                "|" + line.levelTag + "|" + line.levelLetter + "|" + line.group + "|" + line.file +
+                "|" + line.function + "|" + line.message);
+            EXPECT_GT(line.line, 0);
+        }
+        for (const AndroidLogLine& line : androidLines) {
+            gotAndroid.push_back(std::to_string(line.priority) + "|" + line.tag + "|" +
+                                 line.message);
+        }
+        EXPECT_EQ(got, want);
+        EXPECT_EQ(gotAndroid, wantAndroid);
+    }
+
+    // What the framework sinks and the Android log received since StartCapture.
+    std::vector<camera_host::LogLine> SinkLines() const {
+        return m_logs.has_value() ? m_logs->Lines() : std::vector<camera_host::LogLine>();
+    }
+    std::vector<AndroidLogLine> AndroidLines() const {
+        return m_androidLogs.has_value() ? m_androidLogs->Lines() : std::vector<AndroidLogLine>();
+    }
+
+    std::vector<SyslogLine> SyslogLines() const {
+        return m_syslog.has_value() ? m_syslog->Lines() : std::vector<SyslogLine>();
+    }
+
+    // The buffers the session received through queueBuf, with their ports.
+    std::vector<Call> Queued() const { return session->CallsOf("queueBuf"); }
+
+    std::unique_ptr<camera_host::RequestBuffers> MakeRequest(
+        uint64_t requestId = 7, uint64_t frameTimestamp = 33333,
+        const camera_host::CameraBufferConfig& spec = SmallNv12()) {
+        std::unique_ptr<camera_host::RequestBuffers> request =
+            camera_host::RequestBuffers::Create(requestId, frameTimestamp, spec, spec);
+        EXPECT_NE(request, nullptr);
+        return request;
+    }
+
+    // Expects a descriptor seen by the session to be a close-on-exec duplicate of original.
+    static void ExpectDuplicateOf(const FdSeen& seen, int original) {
+        EXPECT_TRUE(seen.open) << "slot " << seen.fd << " was not open during the call";
+        EXPECT_NE(seen.fd, original) << "the caller's own descriptor was sent";
+        EXPECT_TRUE(seen.closeOnExec);
+        EXPECT_EQ(IdentityOf(seen), IdentityOf(original));
+    }
+
+    // Expects a descriptor number the session saw to be closed now (or reused for another file).
+    static void ExpectReleased(const FdSeen& seen) {
+        if (IsOpen(seen.fd)) {
+            EXPECT_FALSE(IdentityOf(seen.fd) == IdentityOf(seen))
+                << "duplicate " << seen.fd << " is still open";
+        }
+    }
+
+    std::shared_ptr<ScriptedService> service;
+    std::unique_ptr<ServiceRegistration> registration;
+    std::shared_ptr<ScriptedSession> session;
+    std::unique_ptr<TestNode> node;
+
+  private:
+    struct Level {
+        const char* pTag;
+        const char* pLetter;
+        int priority;
+    };
+
+    static Level LevelOf(char letter) {
+        switch (letter) {
+            case 'E':
+                return Level{"[ERROR]", "E", ANDROID_LOG_ERROR};
+            case 'W':
+                return Level{"[ WARN]", "W", ANDROID_LOG_WARN};
+            case 'I':
+                return Level{"[ INFO]", "I", ANDROID_LOG_INFO};
+            default:
+                return Level{"[VERBOSE]", "V", ANDROID_LOG_INFO};
+        }
+    }
+
+    camera_host::LogSwitchesGuard m_switches;
+    int m_fdsBefore = 0;
+    std::optional<camera_host::LogCapture> m_logs;
+    std::optional<AndroidLogCapture> m_androidLogs;
+    std::optional<SyslogCapture> m_syslog;
+};
+
+}  // namespace vpptest
