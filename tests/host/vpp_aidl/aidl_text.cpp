@@ -52,7 +52,8 @@ std::string lastIdentifier(const std::string& s) {
     while (end > 0 && !(std::isalnum(static_cast<unsigned char>(s[end - 1])) || s[end - 1] == '_'))
         end--;
     size_t begin = end;
-    while (begin > 0 && (std::isalnum(static_cast<unsigned char>(s[begin - 1])) || s[begin - 1] == '_'))
+    while (begin > 0 &&
+           (std::isalnum(static_cast<unsigned char>(s[begin - 1])) || s[begin - 1] == '_'))
         begin--;
     return s.substr(begin, end - begin);
 }

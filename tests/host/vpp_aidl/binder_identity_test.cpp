@@ -3,8 +3,7 @@
 #include <aidl/vendor/zux/hardware/vpp/BnVppCallbacks.h>
 #include <aidl/vendor/zux/hardware/vpp/BnVppService.h>
 #include <aidl/vendor/zux/hardware/vpp/BnVppSession.h>
-#include <aidl/vendor/zux/hardware/vpp/BpVppCallbacks.h>
-#include <aidl/vendor/zux/hardware/vpp/BpVppService.h>
+#include <aidl/vendor/zux/hardware/vpp/BpVppSession.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -12,6 +11,7 @@
 #include <string>
 
 #include "fd_count.h"
+#include "mock_vpp.h"
 
 namespace vpp_aidl_test {
 namespace {
@@ -23,20 +23,9 @@ using ::testing::Field;
 using ::testing::Return;
 using ::testing::SetArgPointee;
 
-class MockCallbacks : public BnVppCallbacks {
-public:
-    MOCK_METHOD(::ndk::ScopedAStatus, eventDrainDone, (VppError*), (override));
-    MOCK_METHOD(::ndk::ScopedAStatus, eventError, (VppError, VppError*), (override));
-    MOCK_METHOD(::ndk::ScopedAStatus, eventFlushDone, (const FlushDone&, VppError*), (override));
-    MOCK_METHOD(::ndk::ScopedAStatus, eventReconfigDone, (const ReconfigDone&, VppError*),
-                (override));
-    MOCK_METHOD(::ndk::ScopedAStatus, inputBufferDone, (const VppBuffer&, VppError*), (override));
-    MOCK_METHOD(::ndk::ScopedAStatus, outputBufferDone, (const VppBuffer&, VppError*), (override));
-};
-
 // A service whose sessions are default implementations; enough to hand out an interface.
 class FakeService : public BnVppService {
-public:
+  public:
     ::ndk::ScopedAStatus getNewVppSession(int32_t,
                                           std::shared_ptr<IVppSession>* _aidl_return) override {
         *_aidl_return = ::ndk::SharedRefBase::make<IVppSessionDefault>();
@@ -45,11 +34,11 @@ public:
 };
 
 class BinderIdentityTest : public ::testing::Test {
-protected:
+  protected:
     void SetUp() override { descriptorsBefore_ = openDescriptorCount(); }
     void TearDown() override { EXPECT_EQ(openDescriptorCount(), descriptorsBefore_); }
 
-private:
+  private:
     size_t descriptorsBefore_ = 0;
 };
 
@@ -134,8 +123,8 @@ TEST_F(BinderIdentityTest, DelegatorForwardsEveryCall) {
     auto inner = ::ndk::SharedRefBase::make<MockCallbacks>();
     auto delegator = ::ndk::SharedRefBase::make<IVppCallbacksDelegator>(inner);
     EXPECT_CALL(*inner, eventError(VppError::VPP_ERR_HW, _))
-        .WillOnce(DoAll(SetArgPointee<1>(VppError::VPP_PENDING),
-                        Return(::ndk::ScopedAStatus::ok())));
+        .WillOnce(
+            DoAll(SetArgPointee<1>(VppError::VPP_PENDING), Return(::ndk::ScopedAStatus::ok())));
     EXPECT_CALL(*inner, outputBufferDone(Field(&VppBuffer::cookie, 77), _))
         .WillOnce(Return(::ndk::ScopedAStatus::fromServiceSpecificError(3)));
     VppError result = VppError::VPP_OK;
@@ -150,56 +139,28 @@ TEST_F(BinderIdentityTest, DelegatorForwardsEveryCall) {
     EXPECT_EQ(IVppCallbacks::fromBinder(delegator->asBinder()).get(), delegator.get());
 }
 
-// A proxy cannot carry a call yet, whatever the binder: it reports failure and leaves the results
-// alone rather than pretending success.
-TEST_F(BinderIdentityTest, ProxyNeverReportsSuccessWithoutAReply) {
-    auto callbacks = ::ndk::SharedRefBase::make<MockCallbacks>();
-    auto proxy = ::ndk::SharedRefBase::make<BpVppCallbacks>(callbacks->asBinder());
-    EXPECT_EQ(proxy->asBinder().get(), callbacks->asBinder().get());
-    EXPECT_FALSE(proxy->isRemote());
-    VppError result = VppError::VPP_ERR_FATAL;
-    EXPECT_FALSE(proxy->eventDrainDone(&result).isOk());
-    EXPECT_EQ(result, VppError::VPP_ERR_FATAL);
-    int32_t version = -1;
-    EXPECT_FALSE(proxy->getInterfaceVersion(&version).isOk());
-
-    auto noBinder = ::ndk::SharedRefBase::make<BpVppService>(::ndk::SpAIBinder());
-    std::shared_ptr<IVppSession> session;
-    EXPECT_FALSE(noBinder->getNewVppSession(0, &session).isOk());
-    EXPECT_EQ(session, nullptr);
-}
-
-// With a default implementation set, a call the peer does not know goes to it instead. Kept to
-// one interface per process: the default can be set only once.
+// A peer that lacks a method (here: a callbacks stub asked for a session's term) answers
+// STATUS_UNKNOWN_TRANSACTION; the proxy then uses the default implementation if one is set. Kept
+// to one test per process image: a default can be set only once.
 TEST_F(BinderIdentityTest, ProxyFallsBackToDefaultImplementation) {
-    class CountingDefault : public IVppServiceDefault {
-    public:
-        ::ndk::ScopedAStatus getNewVppSession(int32_t flags,
-                                              std::shared_ptr<IVppSession>*) override {
+    class CountingDefault : public IVppSessionDefault {
+      public:
+        ::ndk::ScopedAStatus term() override {
             calls++;
-            lastFlags = flags;
             return ::ndk::ScopedAStatus::ok();
         }
         int calls = 0;
-        int32_t lastFlags = -1;
     };
-    auto fallback = ::ndk::SharedRefBase::make<CountingDefault>();
-    EXPECT_FALSE(IVppService::setDefaultImpl(nullptr));
-    ASSERT_TRUE(IVppService::setDefaultImpl(fallback));
-    EXPECT_EQ(IVppService::getDefaultImpl().get(), fallback.get());
+    auto olderPeer = ::ndk::SharedRefBase::make<MockCallbacks>();
+    auto proxy = ::ndk::SharedRefBase::make<BpVppSession>(olderPeer->asBinder());
+    EXPECT_EQ(proxy->term().getStatus(), STATUS_UNKNOWN_TRANSACTION);
 
-    // The local stub answers every transaction as unknown, so the proxy uses the default.
-    auto service = ::ndk::SharedRefBase::make<FakeService>();
-    auto proxy = ::ndk::SharedRefBase::make<BpVppService>(service->asBinder());
-    std::shared_ptr<IVppSession> session;
-    ::ndk::ScopedAStatus status = proxy->getNewVppSession(5, &session);
-    if (fallback->calls == 0) {
-        // The host binder refused the transaction before it reached the stub.
-        EXPECT_FALSE(status.isOk());
-    } else {
-        EXPECT_TRUE(status.isOk());
-        EXPECT_EQ(fallback->lastFlags, 5);
-    }
+    auto fallback = ::ndk::SharedRefBase::make<CountingDefault>();
+    EXPECT_FALSE(IVppSession::setDefaultImpl(nullptr));
+    ASSERT_TRUE(IVppSession::setDefaultImpl(fallback));
+    EXPECT_EQ(IVppSession::getDefaultImpl().get(), fallback.get());
+    EXPECT_TRUE(proxy->term().isOk());
+    EXPECT_EQ(fallback->calls, 1);
 }
 
 }  // namespace

@@ -56,14 +56,20 @@ constexpr bool kVtableKnown =
 // (two entries: complete and deleting), asBinder, isRemote, dump, handleShellCommand.
 constexpr std::ptrdiff_t kFirstMethodSlot = 6;
 
+uint32_t codeAt(int id) {
+    return static_cast<uint32_t>(FIRST_CALL_TRANSACTION + id);
+}
+
 struct CppMethod {
     const char* name;
     uint32_t code;
     std::ptrdiff_t slot;
 };
 
-#define VPP_METHOD(Iface, method) \
-    CppMethod { #method, Iface::TRANSACTION_##method, vtableSlot(&Iface::method) }
+#define VPP_METHOD(Iface, method)                                        \
+    CppMethod {                                                          \
+#method, Iface::TRANSACTION_##method, vtableSlot(&Iface::method) \
+    }
 
 const std::vector<CppMethod>& sessionMethods() {
     static const std::vector<CppMethod> methods = {
@@ -99,9 +105,9 @@ const std::vector<CppMethod>& sessionMethods() {
 
 const std::vector<CppMethod>& callbackMethods() {
     static const std::vector<CppMethod> methods = {
-        VPP_METHOD(IVppCallbacks, eventDrainDone),    VPP_METHOD(IVppCallbacks, eventError),
-        VPP_METHOD(IVppCallbacks, eventFlushDone),    VPP_METHOD(IVppCallbacks, eventReconfigDone),
-        VPP_METHOD(IVppCallbacks, inputBufferDone),   VPP_METHOD(IVppCallbacks, outputBufferDone),
+        VPP_METHOD(IVppCallbacks, eventDrainDone),  VPP_METHOD(IVppCallbacks, eventError),
+        VPP_METHOD(IVppCallbacks, eventFlushDone),  VPP_METHOD(IVppCallbacks, eventReconfigDone),
+        VPP_METHOD(IVppCallbacks, inputBufferDone), VPP_METHOD(IVppCallbacks, outputBufferDone),
     };
     return methods;
 }
@@ -131,7 +137,7 @@ void expectMatchesAidl(const std::string& name, const std::vector<CppMethod>& cp
             ADD_FAILURE() << aidl[i].name << " is in the .aidl but not in the C++ table";
             continue;
         }
-        EXPECT_EQ(found->second->code, FIRST_CALL_TRANSACTION + aidl[i].id) << aidl[i].name;
+        EXPECT_EQ(found->second->code, codeAt(aidl[i].id)) << aidl[i].name;
         if (kVtableKnown) {
             EXPECT_EQ(found->second->slot, kFirstMethodSlot + static_cast<std::ptrdiff_t>(i))
                 << aidl[i].name << " is not in declaration order in the vtable";
@@ -139,7 +145,8 @@ void expectMatchesAidl(const std::string& name, const std::vector<CppMethod>& cp
     }
     if (kVtableKnown) {
         // A method declared in C++ only would push these two down.
-        const std::ptrdiff_t afterMethods = kFirstMethodSlot + static_cast<std::ptrdiff_t>(aidl.size());
+        const std::ptrdiff_t afterMethods =
+            kFirstMethodSlot + static_cast<std::ptrdiff_t>(aidl.size());
         EXPECT_EQ(vtableSlot(&Iface::getInterfaceVersion), afterMethods);
         EXPECT_EQ(vtableSlot(&Iface::getInterfaceHash), afterMethods + 1);
     }
@@ -162,29 +169,31 @@ TEST(TransactionOrder, ServiceMatchesAidl) {
 // These positions are fixed for every VPP service, whatever else the interface grows.
 TEST(TransactionOrder, SessionFixedPositions) {
     const std::map<std::string, int> fixed = {
-        {"close", 0}, {"flush", 2},       {"init", 4},         {"open", 5},  {"queueBuf", 6},
+        {"close", 0},       {"flush", 2},    {"init", 4},          {"open", 5},  {"queueBuf", 6},
         {"setCtrlFrc", 14}, {"setMode", 19}, {"setParameter", 20}, {"term", 25},
     };
-    const std::vector<AidlMethod> aidl = parseInterfaceMethods(
-        readAidlWithoutComments(aidlPath("IVppSession.aidl")), "IVppSession");
+    const std::vector<AidlMethod> aidl =
+        parseInterfaceMethods(readAidlWithoutComments(aidlPath("IVppSession.aidl")), "IVppSession");
     for (const AidlMethod& method : aidl) {
         auto position = fixed.find(method.name);
-        if (position != fixed.end()) EXPECT_EQ(method.id, position->second) << method.name;
+        if (position != fixed.end()) {
+            EXPECT_EQ(method.id, position->second) << method.name;
+        }
     }
-    EXPECT_EQ(IVppSession::TRANSACTION_close, FIRST_CALL_TRANSACTION + 0);
-    EXPECT_EQ(IVppSession::TRANSACTION_flush, FIRST_CALL_TRANSACTION + 2);
-    EXPECT_EQ(IVppSession::TRANSACTION_init, FIRST_CALL_TRANSACTION + 4);
-    EXPECT_EQ(IVppSession::TRANSACTION_open, FIRST_CALL_TRANSACTION + 5);
-    EXPECT_EQ(IVppSession::TRANSACTION_queueBuf, FIRST_CALL_TRANSACTION + 6);
-    EXPECT_EQ(IVppSession::TRANSACTION_setCtrlFrc, FIRST_CALL_TRANSACTION + 14);
-    EXPECT_EQ(IVppSession::TRANSACTION_setMode, FIRST_CALL_TRANSACTION + 19);
-    EXPECT_EQ(IVppSession::TRANSACTION_setParameter, FIRST_CALL_TRANSACTION + 20);
-    EXPECT_EQ(IVppSession::TRANSACTION_term, FIRST_CALL_TRANSACTION + 25);
+    EXPECT_EQ(IVppSession::TRANSACTION_close, codeAt(0));
+    EXPECT_EQ(IVppSession::TRANSACTION_flush, codeAt(2));
+    EXPECT_EQ(IVppSession::TRANSACTION_init, codeAt(4));
+    EXPECT_EQ(IVppSession::TRANSACTION_open, codeAt(5));
+    EXPECT_EQ(IVppSession::TRANSACTION_queueBuf, codeAt(6));
+    EXPECT_EQ(IVppSession::TRANSACTION_setCtrlFrc, codeAt(14));
+    EXPECT_EQ(IVppSession::TRANSACTION_setMode, codeAt(19));
+    EXPECT_EQ(IVppSession::TRANSACTION_setParameter, codeAt(20));
+    EXPECT_EQ(IVppSession::TRANSACTION_term, codeAt(25));
 }
 
 // A stub class for reaching the protected createBinder's slot.
 class CallbacksStubSlots : public BnVppCallbacks {
-public:
+  public:
     static std::ptrdiff_t createBinderSlot() {
         return vtableSlot(&CallbacksStubSlots::createBinder);
     }

@@ -33,7 +33,7 @@ bool isOpen(int fd) {
 // Files in a private directory whose closes are reported, in order, through inotify: each file is
 // named after its index, so the close order reads as a list of indexes.
 class CloseRecorder {
-public:
+  public:
     CloseRecorder() {
         char pattern[] = "/tmp/vpp_aidl_test.XXXXXX";
         if (mkdtemp(pattern) != nullptr) dir_ = pattern;
@@ -70,21 +70,21 @@ public:
         return order;
     }
 
-private:
+  private:
     std::string dir_;
     int notify_ = -1;
     std::vector<std::string> files_;
 };
 
 class NativeHandleTest : public ::testing::Test {
-protected:
+  protected:
     void SetUp() override { descriptorsBefore_ = openDescriptorCount(); }
     void TearDown() override {
         closelog();  // a failed close logs to syslog, whose socket stays open until closelog
         EXPECT_EQ(openDescriptorCount(), descriptorsBefore_) << "descriptors leaked";
     }
 
-private:
+  private:
     size_t descriptorsBefore_ = 0;
 };
 

@@ -1,5 +1,8 @@
-// VppBuffer: descriptor and parcel entry points.
+// VppBuffer: descriptor and parcel encoding.
 #include <aidl/vendor/zux/hardware/vpp/VppBuffer.h>
+#include <android/binder_parcel_utils.h>
+
+#include <cstdint>
 
 namespace aidl {
 namespace vendor {
@@ -8,13 +11,164 @@ namespace hardware {
 namespace vpp {
 const char* VppBuffer::descriptor = "vendor.zux.hardware.vpp.VppBuffer";
 
-// Parcels are only needed across processes; in-process calls pass the object itself.
-binder_status_t VppBuffer::readFromParcel(const AParcel* /*parcel*/) {
-    return STATUS_INVALID_OPERATION;
+binder_status_t VppBuffer::readFromParcel(const AParcel* _aidl_parcel) {
+    binder_status_t _aidl_ret_status = STATUS_OK;
+    int32_t _aidl_start_pos = AParcel_getDataPosition(_aidl_parcel);
+    int32_t _aidl_parcelable_size = 0;
+    _aidl_ret_status = AParcel_readInt32(_aidl_parcel, &_aidl_parcelable_size);
+    if (_aidl_ret_status != STATUS_OK) return _aidl_ret_status;
+
+    if (_aidl_parcelable_size < 4) return STATUS_BAD_VALUE;
+    if (_aidl_start_pos > INT32_MAX - _aidl_parcelable_size) return STATUS_BAD_VALUE;
+    // A parcelable written by an older peer ends early: the remaining fields keep their
+    // defaults.
+    if (AParcel_getDataPosition(_aidl_parcel) - _aidl_start_pos >= _aidl_parcelable_size) {
+        (void)AParcel_setDataPosition(_aidl_parcel, _aidl_start_pos + _aidl_parcelable_size);
+        return _aidl_ret_status;
+    }
+    _aidl_ret_status = ::ndk::AParcel_readData(_aidl_parcel, &bufferHandle);
+    if (_aidl_ret_status != STATUS_OK) return _aidl_ret_status;
+
+    if (AParcel_getDataPosition(_aidl_parcel) - _aidl_start_pos >= _aidl_parcelable_size) {
+        (void)AParcel_setDataPosition(_aidl_parcel, _aidl_start_pos + _aidl_parcelable_size);
+        return _aidl_ret_status;
+    }
+    _aidl_ret_status = ::ndk::AParcel_readData(_aidl_parcel, &offset);
+    if (_aidl_ret_status != STATUS_OK) return _aidl_ret_status;
+
+    if (AParcel_getDataPosition(_aidl_parcel) - _aidl_start_pos >= _aidl_parcelable_size) {
+        (void)AParcel_setDataPosition(_aidl_parcel, _aidl_start_pos + _aidl_parcelable_size);
+        return _aidl_ret_status;
+    }
+    _aidl_ret_status = ::ndk::AParcel_readData(_aidl_parcel, &bufferLen);
+    if (_aidl_ret_status != STATUS_OK) return _aidl_ret_status;
+
+    if (AParcel_getDataPosition(_aidl_parcel) - _aidl_start_pos >= _aidl_parcelable_size) {
+        (void)AParcel_setDataPosition(_aidl_parcel, _aidl_start_pos + _aidl_parcelable_size);
+        return _aidl_ret_status;
+    }
+    _aidl_ret_status = ::ndk::AParcel_readData(_aidl_parcel, &filledLen);
+    if (_aidl_ret_status != STATUS_OK) return _aidl_ret_status;
+
+    if (AParcel_getDataPosition(_aidl_parcel) - _aidl_start_pos >= _aidl_parcelable_size) {
+        (void)AParcel_setDataPosition(_aidl_parcel, _aidl_start_pos + _aidl_parcelable_size);
+        return _aidl_ret_status;
+    }
+    _aidl_ret_status = ::ndk::AParcel_readData(_aidl_parcel, &allocLen);
+    if (_aidl_ret_status != STATUS_OK) return _aidl_ret_status;
+
+    if (AParcel_getDataPosition(_aidl_parcel) - _aidl_start_pos >= _aidl_parcelable_size) {
+        (void)AParcel_setDataPosition(_aidl_parcel, _aidl_start_pos + _aidl_parcelable_size);
+        return _aidl_ret_status;
+    }
+    _aidl_ret_status = ::ndk::AParcel_readData(_aidl_parcel, &extraHandle);
+    if (_aidl_ret_status != STATUS_OK) return _aidl_ret_status;
+
+    if (AParcel_getDataPosition(_aidl_parcel) - _aidl_start_pos >= _aidl_parcelable_size) {
+        (void)AParcel_setDataPosition(_aidl_parcel, _aidl_start_pos + _aidl_parcelable_size);
+        return _aidl_ret_status;
+    }
+    _aidl_ret_status = ::ndk::AParcel_readData(_aidl_parcel, &extraOffset);
+    if (_aidl_ret_status != STATUS_OK) return _aidl_ret_status;
+
+    if (AParcel_getDataPosition(_aidl_parcel) - _aidl_start_pos >= _aidl_parcelable_size) {
+        (void)AParcel_setDataPosition(_aidl_parcel, _aidl_start_pos + _aidl_parcelable_size);
+        return _aidl_ret_status;
+    }
+    _aidl_ret_status = ::ndk::AParcel_readData(_aidl_parcel, &extraLen);
+    if (_aidl_ret_status != STATUS_OK) return _aidl_ret_status;
+
+    if (AParcel_getDataPosition(_aidl_parcel) - _aidl_start_pos >= _aidl_parcelable_size) {
+        (void)AParcel_setDataPosition(_aidl_parcel, _aidl_start_pos + _aidl_parcelable_size);
+        return _aidl_ret_status;
+    }
+    _aidl_ret_status = ::ndk::AParcel_readData(_aidl_parcel, &metadata);
+    if (_aidl_ret_status != STATUS_OK) return _aidl_ret_status;
+
+    if (AParcel_getDataPosition(_aidl_parcel) - _aidl_start_pos >= _aidl_parcelable_size) {
+        (void)AParcel_setDataPosition(_aidl_parcel, _aidl_start_pos + _aidl_parcelable_size);
+        return _aidl_ret_status;
+    }
+    _aidl_ret_status = ::ndk::AParcel_readData(_aidl_parcel, &flags);
+    if (_aidl_ret_status != STATUS_OK) return _aidl_ret_status;
+
+    if (AParcel_getDataPosition(_aidl_parcel) - _aidl_start_pos >= _aidl_parcelable_size) {
+        (void)AParcel_setDataPosition(_aidl_parcel, _aidl_start_pos + _aidl_parcelable_size);
+        return _aidl_ret_status;
+    }
+    _aidl_ret_status = ::ndk::AParcel_readData(_aidl_parcel, &timestamp);
+    if (_aidl_ret_status != STATUS_OK) return _aidl_ret_status;
+
+    if (AParcel_getDataPosition(_aidl_parcel) - _aidl_start_pos >= _aidl_parcelable_size) {
+        (void)AParcel_setDataPosition(_aidl_parcel, _aidl_start_pos + _aidl_parcelable_size);
+        return _aidl_ret_status;
+    }
+    _aidl_ret_status = ::ndk::AParcel_readData(_aidl_parcel, &portType);
+    if (_aidl_ret_status != STATUS_OK) return _aidl_ret_status;
+
+    if (AParcel_getDataPosition(_aidl_parcel) - _aidl_start_pos >= _aidl_parcelable_size) {
+        (void)AParcel_setDataPosition(_aidl_parcel, _aidl_start_pos + _aidl_parcelable_size);
+        return _aidl_ret_status;
+    }
+    _aidl_ret_status = ::ndk::AParcel_readData(_aidl_parcel, &cookie);
+    if (_aidl_ret_status != STATUS_OK) return _aidl_ret_status;
+
+    // Skips fields added by a newer peer.
+    (void)AParcel_setDataPosition(_aidl_parcel, _aidl_start_pos + _aidl_parcelable_size);
+    return _aidl_ret_status;
 }
 
-binder_status_t VppBuffer::writeToParcel(AParcel* /*parcel*/) const {
-    return STATUS_INVALID_OPERATION;
+binder_status_t VppBuffer::writeToParcel(AParcel* _aidl_parcel) const {
+    binder_status_t _aidl_ret_status;
+    int32_t _aidl_start_pos = AParcel_getDataPosition(_aidl_parcel);
+    _aidl_ret_status = AParcel_writeInt32(_aidl_parcel, 0);
+    if (_aidl_ret_status != STATUS_OK) return _aidl_ret_status;
+
+    _aidl_ret_status = ::ndk::AParcel_writeData(_aidl_parcel, bufferHandle);
+    if (_aidl_ret_status != STATUS_OK) return _aidl_ret_status;
+
+    _aidl_ret_status = ::ndk::AParcel_writeData(_aidl_parcel, offset);
+    if (_aidl_ret_status != STATUS_OK) return _aidl_ret_status;
+
+    _aidl_ret_status = ::ndk::AParcel_writeData(_aidl_parcel, bufferLen);
+    if (_aidl_ret_status != STATUS_OK) return _aidl_ret_status;
+
+    _aidl_ret_status = ::ndk::AParcel_writeData(_aidl_parcel, filledLen);
+    if (_aidl_ret_status != STATUS_OK) return _aidl_ret_status;
+
+    _aidl_ret_status = ::ndk::AParcel_writeData(_aidl_parcel, allocLen);
+    if (_aidl_ret_status != STATUS_OK) return _aidl_ret_status;
+
+    _aidl_ret_status = ::ndk::AParcel_writeData(_aidl_parcel, extraHandle);
+    if (_aidl_ret_status != STATUS_OK) return _aidl_ret_status;
+
+    _aidl_ret_status = ::ndk::AParcel_writeData(_aidl_parcel, extraOffset);
+    if (_aidl_ret_status != STATUS_OK) return _aidl_ret_status;
+
+    _aidl_ret_status = ::ndk::AParcel_writeData(_aidl_parcel, extraLen);
+    if (_aidl_ret_status != STATUS_OK) return _aidl_ret_status;
+
+    _aidl_ret_status = ::ndk::AParcel_writeData(_aidl_parcel, metadata);
+    if (_aidl_ret_status != STATUS_OK) return _aidl_ret_status;
+
+    _aidl_ret_status = ::ndk::AParcel_writeData(_aidl_parcel, flags);
+    if (_aidl_ret_status != STATUS_OK) return _aidl_ret_status;
+
+    _aidl_ret_status = ::ndk::AParcel_writeData(_aidl_parcel, timestamp);
+    if (_aidl_ret_status != STATUS_OK) return _aidl_ret_status;
+
+    _aidl_ret_status = ::ndk::AParcel_writeData(_aidl_parcel, portType);
+    if (_aidl_ret_status != STATUS_OK) return _aidl_ret_status;
+
+    _aidl_ret_status = ::ndk::AParcel_writeData(_aidl_parcel, cookie);
+    if (_aidl_ret_status != STATUS_OK) return _aidl_ret_status;
+
+    // The size prefix counts itself and every field.
+    int32_t _aidl_end_pos = AParcel_getDataPosition(_aidl_parcel);
+    (void)AParcel_setDataPosition(_aidl_parcel, _aidl_start_pos);
+    (void)AParcel_writeInt32(_aidl_parcel, _aidl_end_pos - _aidl_start_pos);
+    (void)AParcel_setDataPosition(_aidl_parcel, _aidl_end_pos);
+    return _aidl_ret_status;
 }
 }  // namespace vpp
 }  // namespace hardware

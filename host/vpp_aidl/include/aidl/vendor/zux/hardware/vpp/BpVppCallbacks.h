@@ -5,6 +5,7 @@
 #include <aidl/vendor/zux/hardware/vpp/IVppCallbacks.h>
 #include <android/binder_ibinder.h>
 
+#include <atomic>
 #include <mutex>
 #include <string>
 
@@ -37,7 +38,9 @@ class BpVppCallbacks : public ::ndk::BpCInterface<IVppCallbacks> {
         ::aidl::vendor::zux::hardware::vpp::VppError* _aidl_return) override;
     ::ndk::ScopedAStatus getInterfaceVersion(int32_t* _aidl_return) override;
     ::ndk::ScopedAStatus getInterfaceHash(std::string* _aidl_return) override;
-    int32_t _aidl_cached_version = -1;
+    // Answers of the peer, cached after the first successful query. The version is atomic
+    // because one proxy may be used from several threads.
+    std::atomic<int32_t> _aidl_cached_version = -1;
     std::string _aidl_cached_hash = "-1";
     std::mutex _aidl_cached_hash_mutex;
 };

@@ -4,6 +4,7 @@
 #include <aidl/vendor/zux/hardware/vpp/IVppSession.h>
 #include <android/binder_ibinder.h>
 
+#include <atomic>
 #include <mutex>
 #include <string>
 
@@ -81,7 +82,9 @@ class BpVppSession : public ::ndk::BpCInterface<IVppSession> {
     ::ndk::ScopedAStatus term() override;
     ::ndk::ScopedAStatus getInterfaceVersion(int32_t* _aidl_return) override;
     ::ndk::ScopedAStatus getInterfaceHash(std::string* _aidl_return) override;
-    int32_t _aidl_cached_version = -1;
+    // Answers of the peer, cached after the first successful query. The version is atomic
+    // because one proxy may be used from several threads.
+    std::atomic<int32_t> _aidl_cached_version = -1;
     std::string _aidl_cached_hash = "-1";
     std::mutex _aidl_cached_hash_mutex;
 };
