@@ -51,7 +51,8 @@ TEST(BinderRefs, NewAdoptCopyAndDestroy) {
         ndk::SpAIBinder moved(std::move(copy));
         EXPECT_EQ(AIBinder_debugGetRefCount(raw), 3);
         EXPECT_EQ(copy.get(), raw);
-        copy = copy;  // self-assignment keeps the reference
+        ndk::SpAIBinder& alias = copy;
+        copy = alias;  // self-assignment keeps the reference
         EXPECT_EQ(AIBinder_debugGetRefCount(raw), 3);
         EXPECT_TRUE(moved == owner);
         EXPECT_TRUE(raw == owner);
