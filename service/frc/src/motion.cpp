@@ -9,6 +9,7 @@
 #include <cstdlib>
 #include <vector>
 
+#include "frc/ops.h"
 #include "plane.h"
 
 namespace frc {
@@ -70,45 +71,11 @@ struct Field {
     }
 };
 
-// Horizontal and vertical weights of a bilinear tap set, fractions in 1/16 pixel.
-struct Taps {
-    int fx = 0;
-    int fy = 0;
-};
-
-// Bilinear sample of 8 consecutive elements (element size `step` bytes, so 8 bytes) scaled by
-// 256, from the 16-bit lanes of the loads.
-inline __m128i bilinear8(const uint8_t* p, ptrdiff_t stride, int step, Taps t) {
-    const __m128i zero = _mm_setzero_si128();
-    auto load = [&](const uint8_t* q) {
-        return _mm_unpacklo_epi8(_mm_loadl_epi64(reinterpret_cast<const __m128i*>(q)), zero);
-    };
-    if (t.fx == 0 && t.fy == 0) return _mm_slli_epi16(load(p), 8);
-    if (t.fy == 0) {
-        const __m128i w0 = _mm_set1_epi16(static_cast<short>((16 - t.fx) * 16));
-        const __m128i w1 = _mm_set1_epi16(static_cast<short>(t.fx * 16));
-        return _mm_add_epi16(_mm_mullo_epi16(load(p), w0), _mm_mullo_epi16(load(p + step), w1));
-    }
-    if (t.fx == 0) {
-        const __m128i w0 = _mm_set1_epi16(static_cast<short>((16 - t.fy) * 16));
-        const __m128i w1 = _mm_set1_epi16(static_cast<short>(t.fy * 16));
-        return _mm_add_epi16(_mm_mullo_epi16(load(p), w0), _mm_mullo_epi16(load(p + stride), w1));
-    }
-    const __m128i w00 = _mm_set1_epi16(static_cast<short>((16 - t.fx) * (16 - t.fy)));
-    const __m128i w01 = _mm_set1_epi16(static_cast<short>(t.fx * (16 - t.fy)));
-    const __m128i w10 = _mm_set1_epi16(static_cast<short>((16 - t.fx) * t.fy));
-    const __m128i w11 = _mm_set1_epi16(static_cast<short>(t.fx * t.fy));
-    const __m128i top =
-        _mm_add_epi16(_mm_mullo_epi16(load(p), w00), _mm_mullo_epi16(load(p + step), w01));
-    const __m128i bottom = _mm_add_epi16(_mm_mullo_epi16(load(p + stride), w10),
-                                         _mm_mullo_epi16(load(p + stride + step), w11));
-    return _mm_add_epi16(top, bottom);
-}
-
 }  // namespace
 
 struct MotionInterpolator::Impl {
     MotionParams params;
+    bool useAvx2 = detail::cpuHasAvx2();
     MotionStats stats;
 
     PixelFormat format = PixelFormat::kNv12;
@@ -132,6 +99,10 @@ struct MotionInterpolator::Impl {
     bool sceneCut = false;
 
     std::vector<uint16_t> acc;  // overlapped-block accumulation of one plane
+    std::vector<Vec> sortBuffer;
+    std::vector<int> aroundCost;  // per level-0 block: SAD at the final vector -x, +x, -y, +y
+    Vec dominant[2];
+    int numDominant = 0;
 
     const FrameData& prev() const { return frames[latest ^ 1]; }
     const FrameData& cur() const { return frames[latest]; }
@@ -141,7 +112,7 @@ struct MotionInterpolator::Impl {
     void estimate();
     int cost(int level, int bx, int by, Vec v) const;
     void searchLevel(int level);
-    void smoothLevel(int level);
+    void findDominant(int level);
     void refineSubpixel();
     void classify();
     void compensate(int plane, int k, int n, uint8_t* dst, ptrdiff_t dstStride);
@@ -185,6 +156,7 @@ void MotionInterpolator::Impl::configure(const ConstFrameView& f) {
     mv16.assign(static_cast<size_t>(nbx) * nby, Vec());
     previousMv16 = mv16;
     useMotion.assign(mv16.size(), 0);
+    aroundCost.assign(mv16.size() * 4, -1);
     badMatch.assign(mv16.size(), 0);
     havePreviousField = false;
     frameCount = 0;
@@ -210,131 +182,254 @@ int MotionInterpolator::Impl::cost(int level, int bx, int by, Vec v) const {
     return sad8x8(a.at(x0 + ax, y0 + ay), b.at(x0 + ax + v.x, y0 + ay + v.y), a.stride());
 }
 
+namespace {
+
+int median3(int a, int b, int c) {
+    return std::max(std::min(a, b), std::min(std::max(a, b), c));
+}
+
+// Median of nine values (partial sorting network).
+int median9(int* p) {
+    auto sort2 = [](int& a, int& b) {
+        if (a > b) std::swap(a, b);
+    };
+    sort2(p[1], p[2]);
+    sort2(p[4], p[5]);
+    sort2(p[7], p[8]);
+    sort2(p[0], p[1]);
+    sort2(p[3], p[4]);
+    sort2(p[6], p[7]);
+    sort2(p[1], p[2]);
+    sort2(p[4], p[5]);
+    sort2(p[7], p[8]);
+    sort2(p[0], p[3]);
+    sort2(p[5], p[8]);
+    sort2(p[4], p[7]);
+    sort2(p[3], p[6]);
+    sort2(p[1], p[4]);
+    sort2(p[2], p[5]);
+    sort2(p[4], p[7]);
+    sort2(p[4], p[2]);
+    sort2(p[6], p[4]);
+    sort2(p[4], p[2]);
+    return p[4];
+}
+
+}  // namespace
+
+// Block search at one pyramid level, in two passes over the grid (forward, then backward
+// raster order) so that good vectors propagate in every direction. Candidates: the coarser
+// level's vectors around the block, the dominant vectors of the coarser level, the previous
+// pair's vector, zero, and neighbours already searched; the best is refined by descending a
+// small diamond. Costs are penalised by the distance to a predictor (the median of the
+// neighbourhood), which keeps the field smooth where the picture has little texture and
+// suppresses chance matches in repetitive texture.
 void MotionInterpolator::Impl::searchLevel(int level) {
     Field& f = fields[level];
     const Field* parent = level + 1 < levels ? &fields[level + 1] : nullptr;
     const int r = (range + (1 << level) - 1) >> level;
     auto clampVec = [r](Vec v) { return Vec{clampInt(v.x, -r, r), clampInt(v.y, -r, r)}; };
+    const bool fine = level == 0;
+    auto at = [&f](int x, int y) -> Vec& { return f.v[static_cast<size_t>(y) * f.nbx + x]; };
+    auto parentAt = [&](int x, int y) {
+        x = clampInt(x, 0, parent->nbx - 1);
+        y = clampInt(y, 0, parent->nby - 1);
+        const Vec& pv = parent->v[static_cast<size_t>(y) * parent->nbx + x];
+        return Vec{pv.x * 2, pv.y * 2};
+    };
 
-    for (int by = 0; by < f.nby; ++by) {
-        for (int bx = 0; bx < f.nbx; ++bx) {
-            Vec cands[12];
-            int nc = 0;
-            auto add = [&](Vec v) {
-                v = clampVec(v);
-                for (int i = 0; i < nc; ++i) {
-                    if (cands[i] == v) return;
-                }
-                cands[nc++] = v;
-            };
-            Vec pred;
-            if (parent != nullptr) {
-                const int px = std::min(bx >> 1, parent->nbx - 1);
-                const int py = std::min(by >> 1, parent->nby - 1);
-                auto up = [&](int x, int y) {
-                    x = clampInt(x, 0, parent->nbx - 1);
-                    y = clampInt(y, 0, parent->nby - 1);
-                    const Vec& pv = parent->v[static_cast<size_t>(y) * parent->nbx + x];
-                    return Vec{pv.x * 2, pv.y * 2};
+    for (int pass = 0; pass < 2; ++pass) {
+        const bool forward = pass == 0;
+        for (int row = 0; row < f.nby; ++row) {
+            const int by = forward ? row : f.nby - 1 - row;
+            for (int col = 0; col < f.nbx; ++col) {
+                const int bx = forward ? col : f.nbx - 1 - col;
+                const size_t idx = static_cast<size_t>(by) * f.nbx + bx;
+                Vec cands[16];
+                int nc = 0;
+                auto add = [&](Vec v) {
+                    v = clampVec(v);
+                    for (int i = 0; i < nc; ++i) {
+                        if (cands[i] == v) return;
+                    }
+                    if (nc < 16) cands[nc++] = v;
                 };
-                pred = up(px, py);
-                add(pred);
-                const int sx = (bx & 1) ? 1 : -1;
-                const int sy = (by & 1) ? 1 : -1;
-                add(up(px + sx, py));
-                add(up(px, py + sy));
-                add(up(px + sx, py + sy));
-            }
-            if (havePreviousField) {
-                const int x0 = std::min((bx << level) + ((1 << level) >> 1), nbx - 1);
-                const int y0 = std::min((by << level) + ((1 << level) >> 1), nby - 1);
-                const Vec& tv = previousMv16[static_cast<size_t>(y0) * nbx + x0];
-                const int scale = 16 << level;
-                const Vec temporal{roundDiv(tv.x, scale), roundDiv(tv.y, scale)};
-                if (parent == nullptr) pred = temporal;
-                add(temporal);
-            }
-            add(Vec());
-            const size_t idx = static_cast<size_t>(by) * f.nbx + bx;
-            if (bx > 0) add(f.v[idx - 1]);
-            if (by > 0) {
-                add(f.v[idx - f.nbx]);
-                if (bx + 1 < f.nbx) add(f.v[idx - f.nbx + 1]);
-            }
+                // Neighbours searched before this block in this pass (and, in the backward
+                // pass, the others from the forward pass).
+                const int sx = forward ? -1 : 1;
+                const int sy = forward ? -1 : 1;
+                const bool hasH = bx + sx >= 0 && bx + sx < f.nbx;
+                const bool hasV = by + sy >= 0 && by + sy < f.nby;
+                const bool hasD = hasV && bx - sx >= 0 && bx - sx < f.nbx;
+                Vec pred;
+                Vec parentVec;
+                if (parent != nullptr) parentVec = parentAt(bx >> 1, by >> 1);
+                if (forward) {
+                    const Vec h = hasH ? at(bx + sx, by) : parentVec;
+                    const Vec v = hasV ? at(bx, by + sy) : parentVec;
+                    const Vec d = hasD ? at(bx - sx, by + sy) : parentVec;
+                    pred = parent != nullptr
+                               ? Vec{median3(h.x, v.x, parentVec.x), median3(h.y, v.y, parentVec.y)}
+                               : Vec{median3(h.x, v.x, d.x), median3(h.y, v.y, d.y)};
+                    if (parent == nullptr && !hasH && !hasV) pred = Vec();
+                } else {
+                    int xs[9];
+                    int ys[9];
+                    int n = 0;
+                    for (int dy = -1; dy <= 1; ++dy) {
+                        for (int dx = -1; dx <= 1; ++dx) {
+                            const Vec& w = at(clampInt(bx + dx, 0, f.nbx - 1),
+                                              clampInt(by + dy, 0, f.nby - 1));
+                            xs[n] = w.x;
+                            ys[n] = w.y;
+                            ++n;
+                        }
+                    }
+                    pred = Vec{median9(xs), median9(ys)};
+                }
 
-            auto penalised = [&](Vec v, int sad) {
-                return sad + kLambda * (std::abs(v.x - pred.x) + std::abs(v.y - pred.y));
-            };
-            Vec best;
-            int bestSad = 0;
-            int bestCost = -1;
-            auto consider = [&](Vec v) {
-                const int sad = cost(level, bx, by, v);
-                const int c = penalised(v, sad);
-                if (bestCost < 0 || c < bestCost) {
-                    bestCost = c;
-                    bestSad = sad;
-                    best = v;
+                if (forward) {
+                    if (parent != nullptr) {
+                        add(parentVec);
+                        const int qx = (bx & 1) ? 1 : -1;
+                        const int qy = (by & 1) ? 1 : -1;
+                        add(parentAt((bx >> 1) + qx, by >> 1));
+                        add(parentAt(bx >> 1, (by >> 1) + qy));
+                        if (!fine) add(parentAt((bx >> 1) + qx, (by >> 1) + qy));
+                        for (int i = 0; i < numDominant; ++i) {
+                            add(Vec{dominant[i].x * 2, dominant[i].y * 2});
+                        }
+                    }
+                    if (havePreviousField && !fine) {
+                        const int x0 = std::min((bx << level) + ((1 << level) >> 1), nbx - 1);
+                        const int y0 = std::min((by << level) + ((1 << level) >> 1), nby - 1);
+                        const Vec& tv = previousMv16[static_cast<size_t>(y0) * nbx + x0];
+                        const int scale = 16 << level;
+                        add(Vec{roundDiv(tv.x, scale), roundDiv(tv.y, scale)});
+                    }
+                    if (!fine) add(Vec());
+                    if (hasH) add(at(bx + sx, by));
+                    if (hasV) add(at(bx, by + sy));
+                    if (hasD) add(at(bx - sx, by + sy));
+                    add(pred);
+                } else {
+                    add(at(bx, by));
+                    add(pred);
+                    if (hasH) add(at(bx + sx, by));
+                    if (hasV) add(at(bx, by + sy));
+                    if (!fine && hasD) add(at(bx - sx, by + sy));
                 }
-            };
-            for (int i = 0; i < nc; ++i) consider(cands[i]);
-            if (parent == nullptr) {
-                // Coarsest level: exhaustive search of the whole (scaled) range.
-                for (int y = -r; y <= r; ++y) {
-                    for (int x = -r; x <= r; ++x) consider(Vec{x, y});
+
+                auto penalised = [&](Vec v, int sad) {
+                    return sad + kLambda * (std::abs(v.x - pred.x) + std::abs(v.y - pred.y));
+                };
+                Vec best;
+                int bestSad = 0;
+                int bestCost = -1;
+                Vec tried[32];
+                int triedSad[32];
+                int nt = 0;
+                auto consider = [&](Vec v) {
+                    for (int i = 0; i < nt; ++i) {
+                        if (tried[i] == v) return;
+                    }
+                    const int sad = cost(level, bx, by, v);
+                    if (nt < 32) {
+                        tried[nt] = v;
+                        triedSad[nt++] = sad;
+                    }
+                    const int c = penalised(v, sad);
+                    if (bestCost < 0 || c < bestCost) {
+                        bestCost = c;
+                        bestSad = sad;
+                        best = v;
+                    }
+                };
+                if (!forward) {
+                    // The vector from the forward pass, whose cost is known.
+                    best = at(bx, by);
+                    bestSad = f.cost[idx];
+                    bestCost = penalised(best, bestSad);
+                    tried[nt] = best;
+                    triedSad[nt++] = bestSad;
+                }
+                for (int i = 0; i < nc; ++i) consider(cands[i]);
+                if (parent == nullptr && forward) {
+                    // Coarsest level: exhaustive search of the whole (scaled) range.
+                    for (int y = -r; y <= r; ++y) {
+                        for (int x = -r; x <= r; ++x) {
+                            const Vec v{x, y};
+                            const int sad = cost(level, bx, by, v);
+                            const int c = penalised(v, sad);
+                            if (c < bestCost) {
+                                bestCost = c;
+                                bestSad = sad;
+                                best = v;
+                            }
+                        }
+                    }
+                }
+                // Descend a small diamond until no neighbour improves.
+                const int maxSteps = fine ? (forward || !(best == at(bx, by)) ? 2 : 0) : 8;
+                for (int step = 0; step < maxSteps; ++step) {
+                    const Vec centre = best;
+                    static constexpr int kDx[4] = {1, -1, 0, 0};
+                    static constexpr int kDy[4] = {0, 0, 1, -1};
+                    for (int d = 0; d < 4; ++d) {
+                        const Vec v{centre.x + kDx[d], centre.y + kDy[d]};
+                        if (std::abs(v.x) > r || std::abs(v.y) > r) continue;
+                        consider(v);
+                    }
+                    if (best == centre) break;
+                }
+                f.v[idx] = best;
+                f.cost[idx] = bestSad;
+                if (fine) {
+                    // Keep the costs around the final vector for the sub-pixel fit.
+                    int* around = &aroundCost[idx * 4];
+                    const Vec offsets[4] = {{-1, 0}, {1, 0}, {0, -1}, {0, 1}};
+                    for (int d = 0; d < 4; ++d) {
+                        around[d] = -1;
+                        const Vec w{best.x + offsets[d].x, best.y + offsets[d].y};
+                        for (int i = 0; i < nt; ++i) {
+                            if (tried[i] == w) around[d] = triedSad[i];
+                        }
+                    }
                 }
             }
-            // Descend a small diamond until no neighbour improves.
-            for (int iter = 0; iter < 16; ++iter) {
-                const Vec centre = best;
-                static constexpr int kDx[4] = {1, -1, 0, 0};
-                static constexpr int kDy[4] = {0, 0, 1, -1};
-                for (int d = 0; d < 4; ++d) {
-                    const Vec v{centre.x + kDx[d], centre.y + kDy[d]};
-                    if (std::abs(v.x) > r || std::abs(v.y) > r) continue;
-                    consider(v);
-                }
-                if (best == centre) break;
-            }
-            f.v[idx] = best;
-            f.cost[idx] = bestSad;
         }
     }
+    findDominant(level);
 }
 
-// Replaces each vector by the component-wise median of its 3x3 neighbourhood when that matches
-// nearly as well: removes isolated outliers without smearing real motion boundaries.
-void MotionInterpolator::Impl::smoothLevel(int level) {
-    Field& f = fields[level];
-    std::vector<Vec> out = f.v;
-    for (int by = 0; by < f.nby; ++by) {
-        for (int bx = 0; bx < f.nbx; ++bx) {
-            int xs[9];
-            int ys[9];
-            int n = 0;
-            for (int dy = -1; dy <= 1; ++dy) {
-                for (int dx = -1; dx <= 1; ++dx) {
-                    const int x = clampInt(bx + dx, 0, f.nbx - 1);
-                    const int y = clampInt(by + dy, 0, f.nby - 1);
-                    const Vec& v = f.v[static_cast<size_t>(y) * f.nbx + x];
-                    xs[n] = v.x;
-                    ys[n] = v.y;
-                    ++n;
-                }
-            }
-            std::nth_element(xs, xs + 4, xs + 9);
-            std::nth_element(ys, ys + 4, ys + 9);
-            const Vec med{xs[4], ys[4]};
-            const size_t idx = static_cast<size_t>(by) * f.nbx + bx;
-            if (med == f.v[idx]) continue;
-            const int c = cost(level, bx, by, med);
-            if (c <= f.cost[idx] + kBlock * kBlock) {
-                out[idx] = med;
-                f.cost[idx] = c;
+// The most frequent vectors of a level (at least 1/16 of the blocks each), offered to every
+// block of the next finer level: global motion reaches blocks whose own search went astray.
+void MotionInterpolator::Impl::findDominant(int level) {
+    const Field& f = fields[level];
+    sortBuffer.assign(f.v.begin(), f.v.end());
+    std::sort(sortBuffer.begin(), sortBuffer.end(),
+              [](const Vec& a, const Vec& b) { return a.x != b.x ? a.x < b.x : a.y < b.y; });
+    numDominant = 0;
+    size_t counts[2] = {0, 0};
+    const size_t minimum = std::max<size_t>(2, sortBuffer.size() / 16);
+    for (size_t i = 0; i < sortBuffer.size();) {
+        size_t j = i;
+        while (j < sortBuffer.size() && sortBuffer[j] == sortBuffer[i]) ++j;
+        const size_t count = j - i;
+        if (count >= minimum) {
+            if (count > counts[0]) {
+                counts[1] = counts[0];
+                dominant[1] = dominant[0];
+                counts[0] = count;
+                dominant[0] = sortBuffer[i];
+            } else if (count > counts[1]) {
+                counts[1] = count;
+                dominant[1] = sortBuffer[i];
             }
         }
+        i = j;
     }
-    f.v.swap(out);
+    numDominant = counts[1] > 0 ? 2 : (counts[0] > 0 ? 1 : 0);
 }
 
 // Sub-pixel position of each level-0 vector from the costs of its four integer neighbours,
@@ -354,10 +449,14 @@ void MotionInterpolator::Impl::refineSubpixel() {
             const size_t idx = static_cast<size_t>(by) * f.nbx + bx;
             const Vec v = f.v[idx];
             const int c0 = f.cost[idx];
-            const int cxm = cost(0, bx, by, Vec{v.x - 1, v.y});
-            const int cxp = cost(0, bx, by, Vec{v.x + 1, v.y});
-            const int cym = cost(0, bx, by, Vec{v.x, v.y - 1});
-            const int cyp = cost(0, bx, by, Vec{v.x, v.y + 1});
+            const int* around = &aroundCost[idx * 4];
+            auto known = [&](int d, Vec w) {
+                return around[d] >= 0 ? around[d] : cost(0, bx, by, w);
+            };
+            const int cxm = known(0, Vec{v.x - 1, v.y});
+            const int cxp = known(1, Vec{v.x + 1, v.y});
+            const int cym = known(2, Vec{v.x, v.y - 1});
+            const int cyp = known(3, Vec{v.x, v.y + 1});
             mv16[idx] = Vec{v.x * 16 + fit(cxm, c0, cxp), v.y * 16 + fit(cym, c0, cyp)};
         }
     }
@@ -367,16 +466,13 @@ void MotionInterpolator::Impl::refineSubpixel() {
 void MotionInterpolator::Impl::classify() {
     const Field& f = fields[0];
     const PaddedPlane& a = prev().planes[0];
-    const PaddedPlane& b = cur().planes[0];
     size_t badBlocks = 0;
     for (int by = 0; by < f.nby; ++by) {
         for (int bx = 0; bx < f.nbx; ++bx) {
             const size_t idx = static_cast<size_t>(by) * f.nbx + bx;
             const int x = bx * kBlock;
             const int y = by * kBlock;
-            const int act = (detail::activity8x8(a.at(x, y), a.stride()) +
-                             detail::activity8x8(b.at(x, y), b.stride())) /
-                            2;
+            const int act = detail::activity8x8(a.at(x, y), a.stride());
             bool isBad = f.cost[idx] * 8 > act * kBadShare + 8 * kNoise * kBlock * kBlock;
             // A vector that hardly any neighbour shares is a chance match (typical of
             // occlusions and unrelated pictures), however low its cost.
@@ -425,9 +521,9 @@ void MotionInterpolator::Impl::classify() {
 }
 
 void MotionInterpolator::Impl::estimate() {
+    numDominant = 0;
     for (int l = levels - 1; l >= 0; --l) {
         searchLevel(l);
-        smoothLevel(l);
     }
     refineSubpixel();
     classify();
@@ -436,6 +532,11 @@ void MotionInterpolator::Impl::estimate() {
 // Overlapped-block compensation of one plane at phase k/n: every block predicts a window twice
 // its size (half a block of overlap on each side) from both frames along its vector; windows
 // are weighted by separable triangular ramps that sum to one wherever they overlap.
+//
+// The prediction of a window sample is one weighted sum of up to eight samples (the bilinear
+// taps in both frames, with the phase weights folded in; weights total 256), and its window
+// weight (scaled by 256) is applied by a high multiply, so the accumulator holds 256 times
+// the result.
 void MotionInterpolator::Impl::compensate(int plane, int k, int n, uint8_t* dst,
                                           ptrdiff_t dstStride) {
     const PaddedPlane& a = prev().planes[plane];
@@ -449,27 +550,28 @@ void MotionInterpolator::Impl::compensate(int plane, int k, int n, uint8_t* dst,
     // The accumulator spans the windows of a ring of virtual blocks around the grid (they take
     // the vectors of the nearest real block) so that edge pixels get full weight too.
     const int accOrigin = bs + half;  // accumulator element of plane element 0
-    const int accWidth = (nbx + 3) * bs * step;
+    const ptrdiff_t accWidth = static_cast<ptrdiff_t>(nbx + 3) * bs * step;
     const int accRows = (nby + 3) * bs;
     acc.assign(static_cast<size_t>(accWidth) * accRows + 16, 0);
 
-    // Window weights: ramp sums to 16 across overlapping windows, the product to 256.
-    uint16_t ramp[16];
+    // Window weights: the ramp sums to 16 across overlapping windows, the product to 256.
+    int ramp[16];
     for (int i = 0; i < win; ++i) {
         const int r = i < bs ? 2 * i + 1 : 2 * (win - i) - 1;
-        ramp[i] = static_cast<uint16_t>(r * 8 / bs);
+        ramp[i] = r * 8 / bs;
     }
-    alignas(16) uint16_t colWeights[16];
-    for (int c = 0; c < winBytes; ++c) colWeights[c] = ramp[c / step];
-    for (int c = winBytes; c < 16; ++c) colWeights[c] = 0;
-    const __m128i colLo = _mm_load_si128(reinterpret_cast<const __m128i*>(colWeights));
-    const __m128i colHi = _mm_load_si128(reinterpret_cast<const __m128i*>(colWeights + 8));
+    alignas(32) uint16_t weights[16 * 16];
+    for (int r = 0; r < win; ++r) {
+        for (int c = 0; c < 16; ++c) {
+            weights[r * 16 + c] =
+                c < winBytes ? static_cast<uint16_t>(ramp[r] * ramp[c / step] * 256) : 0;
+        }
+    }
 
-    const int wB = (65536 * k + n / 2) / n;  // 1 .. 65535 for 0 < k < n
-    const __m128i vwA = _mm_set1_epi16(static_cast<short>(65536 - wB));
-    const __m128i vwB = _mm_set1_epi16(static_cast<short>(wB));
-    const __m128i round8 = _mm_set1_epi16(128);
-    const int div = chroma ? 2 * n : n;  // chroma vectors are half the luma ones
+    const int wB = (256 * k + n / 2) / n;  // phase weight of the later frame, of 256
+    const int div = chroma ? 2 * n : n;    // chroma vectors are half the luma ones
+    const ptrdiff_t stride = a.stride();
+    const auto kernel = useAvx2 ? &detail::accumulateWindowAvx2 : &detail::accumulateWindowSse2;
 
     for (int by = -1; by <= nby; ++by) {
         const int cby = clampInt(by, 0, nby - 1);
@@ -477,40 +579,43 @@ void MotionInterpolator::Impl::compensate(int plane, int k, int n, uint8_t* dst,
             const int cbx = clampInt(bx, 0, nbx - 1);
             const size_t idx = static_cast<size_t>(cby) * nbx + cbx;
             const Vec v = useMotion[idx] ? mv16[idx] : Vec();
-            // Offsets in 1/16 element: the previous frame is sampled at -k/n of the vector,
-            // the latest at +(n-k)/n.
-            const int oax = roundDiv(-k * v.x, div);
-            const int oay = roundDiv(-k * v.y, div);
-            const int obx = roundDiv((n - k) * v.x, div);
-            const int oby = roundDiv((n - k) * v.y, div);
             const int x0 = bx * bs - half;
             const int y0 = by * bs - half;
-            const uint8_t* pa = a.at(x0 + (oax >> 4), y0 + (oay >> 4));
-            const uint8_t* pb = b.at(x0 + (obx >> 4), y0 + (oby >> 4));
-            const Taps ta{oax & 15, oay & 15};
-            const Taps tb{obx & 15, oby & 15};
-            uint16_t* accRow = acc.data() + static_cast<size_t>(y0 + accOrigin) * accWidth +
-                               (x0 + accOrigin) * step;
-            for (int r = 0; r < win; ++r) {
-                const __m128i rowWeight = _mm_set1_epi16(static_cast<short>(ramp[r]));
-                const uint8_t* ra = pa + r * a.stride();
-                const uint8_t* rb = pb + r * b.stride();
-                for (int part = 0; part < winBytes; part += 8) {
-                    const __m128i sa = bilinear8(ra + part, a.stride(), step, ta);
-                    const __m128i sb = bilinear8(rb + part, b.stride(), step, tb);
-                    __m128i pred =
-                        _mm_add_epi16(_mm_mulhi_epu16(sa, vwA), _mm_mulhi_epu16(sb, vwB));
-                    pred = _mm_srli_epi16(_mm_add_epi16(pred, round8), 8);
-                    const __m128i w = _mm_mullo_epi16(rowWeight, part == 0 ? colLo : colHi);
-                    __m128i* out = reinterpret_cast<__m128i*>(accRow + part);
-                    _mm_storeu_si128(out,
-                                     _mm_add_epi16(_mm_loadu_si128(out), _mm_mullo_epi16(pred, w)));
+            detail::WindowTaps taps;
+            // Offsets in 1/16 element: the previous frame is sampled at -k/n of the vector,
+            // the latest at +(n-k)/n.
+            auto addTaps = [&](const PaddedPlane& p, int ox, int oy, int sideWeight) {
+                const uint8_t* base = p.at(x0 + (ox >> 4), y0 + (oy >> 4));
+                const int fx = ox & 15;
+                const int fy = oy & 15;
+                const int w[4] = {(16 - fx) * (16 - fy), fx * (16 - fy), (16 - fx) * fy, fx * fy};
+                const ptrdiff_t off[4] = {0, step, stride, stride + step};
+                for (int i = 0; i < 4; ++i) {
+                    const int scaled = (w[i] * sideWeight + 128) >> 8;
+                    if (scaled == 0) continue;
+                    taps.base[taps.count] = base + off[i];
+                    taps.weight[taps.count] = static_cast<int16_t>(scaled);
+                    ++taps.count;
                 }
-                accRow += accWidth;
+            };
+            addTaps(a, roundDiv(-k * v.x, div), roundDiv(-k * v.y, div), 256 - wB);
+            addTaps(b, roundDiv((n - k) * v.x, div), roundDiv((n - k) * v.y, div), wB);
+            // Rounding of the folded weights may leave their total off 256 by a unit or two;
+            // the largest weight absorbs the difference.
+            int total = 0;
+            int largest = 0;
+            for (int i = 0; i < taps.count; ++i) {
+                total += taps.weight[i];
+                if (taps.weight[i] > taps.weight[largest]) largest = i;
             }
+            taps.weight[largest] = static_cast<int16_t>(taps.weight[largest] + 256 - total);
+            uint16_t* accWin = acc.data() + static_cast<ptrdiff_t>(y0 + accOrigin) * accWidth +
+                               static_cast<ptrdiff_t>(x0 + accOrigin) * step;
+            kernel(taps, stride, weights, accWin, accWidth, win, winBytes);
         }
     }
 
+    const __m128i round8 = _mm_set1_epi16(128);
     const int rows = chroma ? chromaHeight(height) : height;
     const int rowBytes = (chroma ? chromaWidth(width) : width) * step;
     for (int y = 0; y < rows; ++y) {
@@ -565,6 +670,21 @@ bool MotionInterpolator::interpolate(int k, int n, const FrameView& dst) {
     if (!hasPair() || n < 2 || n > 16 || k <= 0 || k >= n || !dst.valid() ||
         dst.format != s.format || dst.width != s.width || dst.height != s.height) {
         return false;
+    }
+    if (s.sceneCut) {
+        // Nothing to compensate: the exact blend of the two frames.
+        ConstFrameView views[2];
+        for (int i = 0; i < 2; ++i) {
+            const FrameData& fd = s.frames[s.latest ^ (i == 0 ? 1 : 0)];
+            views[i].format = s.format;
+            views[i].width = s.width;
+            views[i].height = s.height;
+            for (int p = 0; p < planeCount(s.format); ++p) {
+                views[i].planes[p] = fd.planes[p].row(0);
+                views[i].strides[p] = fd.planes[p].stride();
+            }
+        }
+        return blendFrames(views[0], views[1], k, n, dst);
     }
     s.compensate(0, k, n, dst.planes[0], dst.strides[0]);
     s.compensate(1, k, n, dst.planes[1], dst.strides[1]);

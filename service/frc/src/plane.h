@@ -80,5 +80,24 @@ inline int activity8x8(const uint8_t* p, ptrdiff_t stride) {
     return _mm_cvtsi128_si32(acc) + _mm_cvtsi128_si32(_mm_srli_si128(acc, 8));
 }
 
+// One window of overlapped-block compensation: up to eight source samples per output sample,
+// each at a fixed offset from the window position, with weights totalling 256.
+struct WindowTaps {
+    const uint8_t* base[8];
+    int16_t weight[8];
+    int count = 0;
+};
+
+// acc[r][c] += (sum of taps at (r, c)) * weights[r * 16 + c] >> 16 for a window of `rows`
+// rows and `bytes` (8 or 16) bytes; sources share `stride`, weights rows are 16 wide.
+using WindowKernel = void (*)(const WindowTaps& taps, ptrdiff_t stride, const uint16_t* weights,
+                              uint16_t* acc, ptrdiff_t accStride, int rows, int bytes);
+void accumulateWindowSse2(const WindowTaps& taps, ptrdiff_t stride, const uint16_t* weights,
+                          uint16_t* acc, ptrdiff_t accStride, int rows, int bytes);
+// Same with AVX2 (falls back to SSE2 for 8-byte windows); call only when cpuHasAvx2().
+void accumulateWindowAvx2(const WindowTaps& taps, ptrdiff_t stride, const uint16_t* weights,
+                          uint16_t* acc, ptrdiff_t accStride, int rows, int bytes);
+bool cpuHasAvx2();
+
 }  // namespace detail
 }  // namespace frc
