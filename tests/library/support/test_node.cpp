@@ -111,6 +111,11 @@ std::vector<AndroidLogLine> AndroidLogCapture::Lines() const {
     return g_androidLogLines;
 }
 
+void AndroidLogCapture::Clear() {
+    std::lock_guard<std::mutex> lock(g_androidLogMutex);
+    g_androidLogLines.clear();
+}
+
 int OpenFdCount() {
     int count = 0;
     DIR* pDir = opendir("/proc/self/fd");

@@ -85,6 +85,8 @@ public:
     AndroidLogCapture(const AndroidLogCapture&) = delete;
     AndroidLogCapture& operator=(const AndroidLogCapture&) = delete;
     std::vector<AndroidLogLine> Lines() const;
+    // Forgets the lines captured so far.
+    void Clear();
 };
 
 // Number of descriptors the process has open.
