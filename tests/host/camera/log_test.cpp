@@ -188,7 +188,6 @@ TEST(LogSwitches, LevelNamesSetTheFourLevelMasks) {
     const std::tuple<const char*, std::vector<uint64_t>> cases[] = {
         {"verbose", {kAll, kAll, kAll, kAll}},
         {"INFO", {kAll, kAll, kAll, 0}},
-        {"warn", {kAll, kAll, 0, 0}},
         {"error", {kAll, 0, 0, 0}},
         {"off", {0, 0, 0, 0}}};
     for (const auto& [name, want] : cases) {
