@@ -9,6 +9,8 @@ namespace android {
 namespace hardware {
 namespace common {
 const char* NativeHandle::descriptor = "android.hardware.common.NativeHandle";
+// Defined out of line so that callers may take its address (or bind a reference to it).
+const ::ndk::parcelable_stability_t NativeHandle::_aidl_stability;
 
 binder_status_t NativeHandle::readFromParcel(const AParcel* _aidl_parcel) {
     binder_status_t _aidl_ret_status = STATUS_OK;

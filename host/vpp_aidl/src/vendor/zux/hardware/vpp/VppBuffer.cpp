@@ -10,6 +10,8 @@ namespace zux {
 namespace hardware {
 namespace vpp {
 const char* VppBuffer::descriptor = "vendor.zux.hardware.vpp.VppBuffer";
+// Defined out of line so that callers may take its address (or bind a reference to it).
+const ::ndk::parcelable_stability_t VppBuffer::_aidl_stability;
 
 binder_status_t VppBuffer::readFromParcel(const AParcel* _aidl_parcel) {
     binder_status_t _aidl_ret_status = STATUS_OK;

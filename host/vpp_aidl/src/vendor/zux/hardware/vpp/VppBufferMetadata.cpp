@@ -10,6 +10,8 @@ namespace zux {
 namespace hardware {
 namespace vpp {
 const char* VppBufferMetadata::descriptor = "vendor.zux.hardware.vpp.VppBufferMetadata";
+// Defined out of line so that callers may take its address (or bind a reference to it).
+const ::ndk::parcelable_stability_t VppBufferMetadata::_aidl_stability;
 
 binder_status_t VppBufferMetadata::readFromParcel(const AParcel* _aidl_parcel) {
     binder_status_t _aidl_ret_status = STATUS_OK;
