@@ -254,7 +254,7 @@ binder_status_t writePackedArray(AParcel* parcel, const T* data, int32_t length)
     if (parcel == nullptr) return STATUS_UNEXPECTED_NULL;
     binder_status_t status = checkArrayArgs(data, length);
     if (status != STATUS_OK) return status;
-    status = writeValue<int32_t>(parcel, data == nullptr ? -1 : length);
+    status = writeValue<int32_t>(parcel, length);
     if (status != STATUS_OK || data == nullptr || length <= 0) return status;
     if (static_cast<size_t>(length) > std::numeric_limits<int32_t>::max() / sizeof(T)) {
         return STATUS_NO_MEMORY;
@@ -759,7 +759,7 @@ binder_status_t AParcel_writeCharArray(AParcel* p, const char16_t* a, int32_t n)
     if (p == nullptr) return STATUS_UNEXPECTED_NULL;
     binder_status_t status = checkArrayArgs(a, n);
     if (status != STATUS_OK) return status;
-    status = writeValue<int32_t>(p, a == nullptr ? -1 : n);
+    status = writeValue<int32_t>(p, n);
     for (int32_t i = 0; status == STATUS_OK && a != nullptr && i < n; ++i) {
         status = writeValue<int32_t>(p, a[i]);
     }

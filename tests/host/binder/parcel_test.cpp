@@ -170,6 +170,26 @@ TEST(Parcel, VectorsEnumsAndNullableForms) {
     EXPECT_EQ(ndk::AParcel_readData(hostile.get(), &ints2), STATUS_NO_MEMORY);
 }
 
+TEST(Parcel, EmptyArraysStayApartFromNullOnes) {
+    // An empty vector usually has a NULL data pointer; it must still be written as length 0.
+    auto p = newParcel();
+    std::optional<std::vector<int32_t>> emptyInts = std::vector<int32_t>{};
+    std::optional<std::vector<char16_t>> emptyChars = std::vector<char16_t>{};
+    ASSERT_EQ(ndk::AParcel_writeNullableData(p.get(), emptyInts), STATUS_OK);
+    ASSERT_EQ(ndk::AParcel_writeNullableData(p.get(), emptyChars), STATUS_OK);
+    ASSERT_EQ(ndk::AParcel_writeData(p.get(), std::vector<uint8_t>{}), STATUS_OK);
+    rewind(p);
+    std::optional<std::vector<int32_t>> ints;
+    std::optional<std::vector<char16_t>> chars;
+    std::vector<uint8_t> bytes = {1};
+    ASSERT_EQ(ndk::AParcel_readNullableData(p.get(), &ints), STATUS_OK);
+    ASSERT_EQ(ndk::AParcel_readNullableData(p.get(), &chars), STATUS_OK);
+    ASSERT_EQ(ndk::AParcel_readData(p.get(), &bytes), STATUS_OK);
+    EXPECT_EQ(ints, emptyInts);
+    EXPECT_EQ(chars, emptyChars);
+    EXPECT_TRUE(bytes.empty());
+}
+
 TEST(Parcel, ParcelableWithDescriptorsOwnsDuplicates) {
     const int before = openFdCount();
     {
