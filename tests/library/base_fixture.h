@@ -124,6 +124,31 @@ inline void ExpectAndroidTwins(const std::vector<camera_host::LogLine>& lines,
     EXPECT_EQ(actual, expected);
 }
 
+// Both sinks captured together while alive: the framework's lines, and the Android log, which it
+// switches on. Lines from one thread at a time keep the same order in both.
+class BothSinks {
+  public:
+    BothSinks() { g_enableSystemLog = 1; }
+    std::vector<camera_host::LogLine> Lines() const { return m_framework.Lines(); }
+    std::vector<std::string> Messages() const { return m_framework.Messages(); }
+    std::vector<AndroidLogLine> AndroidLines() const { return m_android.Lines(); }
+    void Clear() {
+        m_framework.Clear();
+        m_android.Clear();
+    }
+
+  private:
+    camera_host::LogCapture m_framework;
+    AndroidLogCapture m_android;
+};
+
+// The expected lines on the framework sink, each with its Android twin.
+inline void ExpectLines(const BothSinks& sinks, const std::vector<Expected>& expected) {
+    const auto lines = sinks.Lines();
+    ExpectLines(lines, expected);
+    ExpectAndroidTwins(lines, sinks.AndroidLines());
+}
+
 // Enables or clears the node group bit at the given level indices, leaving other bits alone.
 inline void SetNodeGroup(std::initializer_list<int> indices, bool enabled) {
     for (int index : indices) {

@@ -74,13 +74,13 @@ TEST_F(NodeBaseTest, InitializeWithNullInterfaceFailsBeforeCreatingAnything) {
     });
     TestNode node("NullIf");
     node.m_skipWaitForClose = 1;
-    camera_host::LogCapture capture;
+    BothSinks capture;
 
     EXPECT_EQ(node.Initialize(nullptr), LumResultEInvalidPointer);
 
     const auto lines = capture.Lines();
     ExpectLines(
-        lines,
+        capture,
         {Error("Initialize", "[NullIf] pIxoNodeInterface is NULL"),
          Error("Initialize", "[NullIf] VPP base initialization failed: LumResultEInvalidPointer")});
     ASSERT_EQ(lines.size(), 2u);
@@ -135,7 +135,7 @@ TEST_P(InitializeFailureTest, AttemptsEverythingAndCleansUpOnAnyFailure) {
     node.m_skipWaitForClose = 1;
     // A count other than 0 shows that the lines print the live value.
     TestNode::s_sessionCount = 2;
-    camera_host::LogCapture capture;
+    BothSinks capture;
 
     std::vector<Expected> expected = {Verbose("Initialize", InitializeVerboseLine("Matrix"))};
     const LumResult result = node.Initialize(&g_nodeInterface);
@@ -158,7 +158,7 @@ TEST_P(InitializeFailureTest, AttemptsEverythingAndCleansUpOnAnyFailure) {
         expected.push_back(
             Error("Initialize", "[Matrix] VPP base initialization failed: LumResultENoMemory"));
     }
-    ExpectLines(capture.Lines(), expected);
+    ExpectLines(capture, expected);
 
     EXPECT_EQ(result, anyFails ? LumResultENoMemory : LumResultSuccess);
     // Every creation is attempted, whatever failed before it.
@@ -199,13 +199,12 @@ TEST_F(NodeBaseTest, SecondNodeReusesTheExistingCountLock) {
     });
     TestNode second("Second");
     second.m_skipWaitForClose = 1;
-    camera_host::LogCapture capture;
+    BothSinks capture;
     EXPECT_EQ(second.Initialize(&g_nodeInterface), LumResultSuccess);
 
-    ExpectLines(capture.Lines(),
-                {Verbose("Initialize", InitializeVerboseLine("Second")),
-                 Info("Initialize", "[Second] vpp SessionCount lock already exists"),
-                 Info("Initialize", InitializeInfoLine("Second", pLock))});
+    ExpectLines(capture, {Verbose("Initialize", InitializeVerboseLine("Second")),
+                          Info("Initialize", "[Second] vpp SessionCount lock already exists"),
+                          Info("Initialize", InitializeInfoLine("Second", pLock))});
     EXPECT_EQ(TestNode::s_pSessionCountLock, pLock);
     EXPECT_EQ(mutexNames, std::vector<std::string>{"VPPFlushSessionLock"});
     EXPECT_NE(second.m_pFlushSessionLock, first.m_pFlushSessionLock);
@@ -221,11 +220,11 @@ TEST_F(NodeBaseTest, FailureWithAnExistingLockLeavesTheLockAlone) {
     camera_host::SetMutexCreateFailure([](const char*) { return true; });
     TestNode second("Second");
     second.m_skipWaitForClose = 1;
-    camera_host::LogCapture capture;
+    BothSinks capture;
     EXPECT_EQ(second.Initialize(&g_nodeInterface), LumResultENoMemory);
 
     ExpectLines(
-        capture.Lines(),
+        capture,
         {Verbose("Initialize", InitializeVerboseLine("Second")),
          Info("Initialize", "[Second] vpp SessionCount lock already exists"),
          Info("Initialize", InitializeInfoLine("Second", pLock)),
@@ -276,22 +275,20 @@ TEST_F(NodeDestructionTest, OneOfTwoNodesOnlyLowersTheCount) {
     Pavo::Mutex* const pLock = TestNode::s_pSessionCountLock;
     const auto service = TestNode::s_vppService;
 
-    camera_host::LogCapture capture;
+    BothSinks capture;
     first.reset();
-    ExpectLines(capture.Lines(),
-                {Verbose("~IxoNodeVppBase", "[First] destructor of IxoNodeVppBase"),
-                 Info("~IxoNodeVppBase", "[First] s_sessionCount decrease to: 1")});
+    ExpectLines(capture, {Verbose("~IxoNodeVppBase", "[First] destructor of IxoNodeVppBase"),
+                          Info("~IxoNodeVppBase", "[First] s_sessionCount decrease to: 1")});
     EXPECT_EQ(TestNode::s_sessionCount, 1u);
     EXPECT_EQ(TestNode::s_vppService, service);
     EXPECT_EQ(TestNode::s_pSessionCountLock, pLock);
 
     capture.Clear();
     second.reset();
-    ExpectLines(capture.Lines(),
-                {Verbose("~IxoNodeVppBase", "[Second] destructor of IxoNodeVppBase"),
-                 Info("~IxoNodeVppBase", "[Second] s_sessionCount decrease to: 0"),
-                 Info("~IxoNodeVppBase", "[Second] Need release vpp service now"),
-                 Verbose("ReleaseVppService", ReleasedLine())});
+    ExpectLines(capture, {Verbose("~IxoNodeVppBase", "[Second] destructor of IxoNodeVppBase"),
+                          Info("~IxoNodeVppBase", "[Second] s_sessionCount decrease to: 0"),
+                          Info("~IxoNodeVppBase", "[Second] Need release vpp service now"),
+                          Verbose("ReleaseVppService", ReleasedLine())});
     EXPECT_EQ(TestNode::s_vppService, nullptr);
     EXPECT_EQ(TestNode::s_pSessionCountLock, nullptr);
     EXPECT_EQ(LiveMutexCount(), m_mutexes);
@@ -307,7 +304,7 @@ TEST_F(NodeDestructionTest, ThreeNodesReleaseOnlyWithTheLastAndTheNextNodeStarts
     Pavo::Mutex* const pLock = TestNode::s_pSessionCountLock;
     EXPECT_EQ(ABinderHost_getCheckServiceCount(), 1u);
 
-    camera_host::LogCapture capture;
+    BothSinks capture;
     const char* const names[] = {"A", "B", "C"};
     for (int i = 0; i < 3; ++i) {
         capture.Clear();
@@ -321,7 +318,7 @@ TEST_F(NodeDestructionTest, ThreeNodesReleaseOnlyWithTheLastAndTheNextNodeStarts
                 Info("~IxoNodeVppBase", Format("[%s] Need release vpp service now", names[i])));
             expected.push_back(Verbose("ReleaseVppService", ReleasedLine()));
         }
-        ExpectLines(capture.Lines(), expected);
+        ExpectLines(capture, expected);
         EXPECT_EQ(TestNode::s_sessionCount, left);
         EXPECT_EQ(TestNode::s_vppService == nullptr, left == 0);
         EXPECT_EQ(TestNode::s_pSessionCountLock, left == 0 ? nullptr : pLock);
@@ -345,22 +342,20 @@ TEST_F(NodeDestructionTest, CountZeroAtEntryReleasesAndTheNextNodeFindsNoLock) {
     auto second = MakeNode("Second", false);
     ASSERT_EQ(TestNode::s_sessionCount, 0u);
 
-    camera_host::LogCapture capture;
+    BothSinks capture;
     first.reset();
-    ExpectLines(capture.Lines(),
-                {Verbose("~IxoNodeVppBase", "[First] destructor of IxoNodeVppBase"),
-                 Info("~IxoNodeVppBase", "[First] Need release vpp service now"),
-                 Error("ReleaseVppService", "Unlinking from death recipient failed"),
-                 Verbose("ReleaseVppService", ReleasedLine())});
+    ExpectLines(capture, {Verbose("~IxoNodeVppBase", "[First] destructor of IxoNodeVppBase"),
+                          Info("~IxoNodeVppBase", "[First] Need release vpp service now"),
+                          Error("ReleaseVppService", "Unlinking from death recipient failed"),
+                          Verbose("ReleaseVppService", ReleasedLine())});
     EXPECT_EQ(TestNode::s_vppService, nullptr);
     EXPECT_EQ(TestNode::s_pSessionCountLock, nullptr);
 
     capture.Clear();
     second.reset();
-    ExpectLines(
-        capture.Lines(),
-        {Verbose("~IxoNodeVppBase", "[Second] destructor of IxoNodeVppBase"),
-         Info("~IxoNodeVppBase", "[Second] s_pSessionCountLock is NULL, s_vppService: (nil)")});
+    ExpectLines(capture, {Verbose("~IxoNodeVppBase", "[Second] destructor of IxoNodeVppBase"),
+                          Info("~IxoNodeVppBase",
+                               "[Second] s_pSessionCountLock is NULL, s_vppService: (nil)")});
     EXPECT_EQ(TestNode::s_sessionCount, 0u);
 }
 
@@ -371,9 +366,9 @@ TEST_F(NodeDestructionTest, NodeWithoutCountLockKeepsTheService) {
     const auto service = TestNode::s_vppService;
     ASSERT_NE(service, nullptr);
 
-    camera_host::LogCapture capture;
+    BothSinks capture;
     node.reset();
-    ExpectLines(capture.Lines(),
+    ExpectLines(capture,
                 {Verbose("~IxoNodeVppBase", "[NoLock] destructor of IxoNodeVppBase"),
                  Info("~IxoNodeVppBase", "[NoLock] s_pSessionCountLock is NULL, s_vppService: " +
                                              Pointer(service.get()))});
@@ -388,11 +383,11 @@ TEST_F(NodeDestructionTest, DestructorClosesTheSessionUnlessToldToSkip) {
     const auto skippingSession = m_service->Sessions().at(1);
     const std::string waitingSessionText = Pointer(static_cast<IVppSession*>(waitingSession.get()));
 
-    camera_host::LogCapture capture;
+    BothSinks capture;
     waiting.reset();
     // Without a close worker the wait closes and terminates on the spot, before the count.
     ExpectLines(
-        capture.Lines(),
+        capture,
         {Verbose("~IxoNodeVppBase", "[Waiting] destructor of IxoNodeVppBase"),
          Info("CloseVppSession", "[Waiting] close VPP session: " + waitingSessionText + " finish"),
          Info("TermVppSession", "[Waiting] term vpp session: " + waitingSessionText + " finish"),
@@ -402,11 +397,10 @@ TEST_F(NodeDestructionTest, DestructorClosesTheSessionUnlessToldToSkip) {
 
     capture.Clear();
     skipping.reset();
-    ExpectLines(capture.Lines(),
-                {Verbose("~IxoNodeVppBase", "[Skipping] destructor of IxoNodeVppBase"),
-                 Info("~IxoNodeVppBase", "[Skipping] s_sessionCount decrease to: 0"),
-                 Info("~IxoNodeVppBase", "[Skipping] Need release vpp service now"),
-                 Verbose("ReleaseVppService", ReleasedLine())});
+    ExpectLines(capture, {Verbose("~IxoNodeVppBase", "[Skipping] destructor of IxoNodeVppBase"),
+                          Info("~IxoNodeVppBase", "[Skipping] s_sessionCount decrease to: 0"),
+                          Info("~IxoNodeVppBase", "[Skipping] Need release vpp service now"),
+                          Verbose("ReleaseVppService", ReleasedLine())});
     EXPECT_EQ(skippingSession->Methods(), (std::vector<std::string>{"init", "open"}));
 }
 
@@ -416,7 +410,7 @@ TEST_F(NodeDestructionTest, DestructorJoinsTheCloseWorkerBeforeCounting) {
     const auto session = m_service->LastSession();
     ASSERT_EQ(node->NotifyCloseVppSession(), LumResultSuccess);
 
-    camera_host::LogCapture capture;
+    BothSinks capture;
     node.reset();
     const auto messages = capture.Messages();
     // The worker's last line and the join's line come before the count is touched.
@@ -433,6 +427,8 @@ TEST_F(NodeDestructionTest, DestructorJoinsTheCloseWorkerBeforeCounting) {
     EXPECT_GT(joined, closed);
     EXPECT_GT(counted, joined);
     EXPECT_EQ(messages.front(), "[Closing] destructor of IxoNodeVppBase");
+    // The join orders the worker's lines before the destructor's, in both sinks alike.
+    ExpectAndroidTwins(capture.Lines(), capture.AndroidLines());
     // The worker's sequence ran once; the destructor did not close a second time.
     EXPECT_EQ(session->CallsOf("close").size(), 1u);
     EXPECT_EQ(session->CallsOf("term").size(), 1u);
@@ -448,12 +444,11 @@ TEST_F(NodeDestructionTest, DestroyedNodeNoLongerHearsOfTheServiceDeath) {
     EXPECT_EQ(LiveMutexCount(), m_mutexes + 2);  // the count lock and Alive's flush mutex
     EXPECT_EQ(LiveConditionCount(), m_conditions + 1);
 
-    camera_host::LogCapture capture;
+    BothSinks capture;
     ASSERT_EQ(ABinderHost_declareDead(DefaultInstanceName().c_str()), STATUS_OK);
     ASSERT_EQ(ABinderHost_flushPool(), STATUS_OK);
     EXPECT_EQ(alive->Events(), std::vector<std::string>{"died"});
-    ExpectLines(capture.Lines(),
-                {Info("VppServiceDied", "vpp service died: cookie=" + Pointer(pAlive))});
+    ExpectLines(capture, {Info("VppServiceDied", "vpp service died: cookie=" + Pointer(pAlive))});
 }
 
 }  // namespace

@@ -44,25 +44,25 @@ std::vector<Expected> FailedAcquisition() {
 using ServiceLinkTest = BaseTest;
 
 TEST_F(ServiceLinkTest, AcquisitionWithoutServiceFailsAtOnce) {
-    camera_host::LogCapture capture;
+    BothSinks capture;
     EXPECT_EQ(TestNode::AcquireVppService("/default"), LumResultEUnableToLoad);
-    ExpectLines(capture.Lines(), FailedAcquisition());
+    ExpectLines(capture, FailedAcquisition());
     EXPECT_EQ(TestNode::s_vppService, nullptr);
     EXPECT_EQ(ABinderHost_getCheckServiceCount(), 1u);
     EXPECT_EQ(ABinderHost_getStartThreadPoolCallCount(), 0u);
 }
 
 TEST_F(ServiceLinkTest, NodeBuiltWithoutServiceIsUsableAndTheNextOneTriesAgain) {
-    camera_host::LogCapture capture;
+    BothSinks capture;
     TestNode node("Lonely");
     node.m_skipWaitForClose = 1;
-    ExpectLines(capture.Lines(), FailedAcquisition());
+    ExpectLines(capture, FailedAcquisition());
     EXPECT_EQ(TestNode::s_vppService, nullptr);
 
     EXPECT_EQ(node.Initialize(&g_nodeInterface), LumResultSuccess);
     capture.Clear();
     EXPECT_EQ(node.InitVppSession(), LumResultEFailed);
-    ExpectLines(capture.Lines(), {Error("InitVppSession", "[Lonely] VPP service is NULL pointer")});
+    ExpectLines(capture, {Error("InitVppSession", "[Lonely] VPP service is NULL pointer")});
 
     // Once the service is there, the next node's constructor finds it.
     auto service = ndk::SharedRefBase::make<ScriptedService>();
@@ -78,10 +78,10 @@ TEST_F(ServiceLinkTest, FirstAcquisitionLooksUpAndStartsThePoolLaterOnesDoNot) {
     ServiceRegistration registration(service);
     const std::string held = Address(static_cast<IVppService*>(service.get()));
 
-    camera_host::LogCapture capture;
+    BothSinks capture;
     TestNode first("First");
     first.m_skipWaitForClose = 1;
-    ExpectLines(capture.Lines(),
+    ExpectLines(capture,
                 {Verbose("AcquireVppService", Format("&s_vppService: %p, s_vppService: (nil)",
                                                      static_cast<void*>(&TestNode::s_vppService))),
                  Info("AcquireVppService", AcquireEntryLine())});
@@ -97,7 +97,7 @@ TEST_F(ServiceLinkTest, FirstAcquisitionLooksUpAndStartsThePoolLaterOnesDoNot) {
     const Expected already =
         Verbose("AcquireVppService", "s_vppService is already acquired: " + held);
     const Expected exit = Info("AcquireVppService", AcquireEntryLine());
-    ExpectLines(capture.Lines(), {entry, already, exit, entry, already, exit});
+    ExpectLines(capture, {entry, already, exit, entry, already, exit});
     EXPECT_EQ(ABinderHost_getCheckServiceCount(), 1u);
     EXPECT_EQ(ABinderHost_getStartThreadPoolCallCount(), 1u);
     EXPECT_EQ(TestNode::s_vppService.get(), static_cast<IVppService*>(service.get()));
@@ -121,9 +121,9 @@ TEST_F(ServiceLinkTest, InstanceNameIsTheDescriptorFollowedByTheSuffix) {
 TEST_F(ServiceLinkTest, ReleaseWithNothingHeldOnlyWritesItsVerboseLine) {
     TestNode node("Empty");
     node.m_skipWaitForClose = 1;
-    camera_host::LogCapture capture;
+    BothSinks capture;
     EXPECT_EQ(TestNode::ReleaseVppService(&node), LumResultSuccess);
-    ExpectLines(capture.Lines(), {Verbose("ReleaseVppService", ReleasedLine())});
+    ExpectLines(capture, {Verbose("ReleaseVppService", ReleasedLine())});
     EXPECT_EQ(TestNode::s_vppService, nullptr);
 }
 
@@ -135,11 +135,10 @@ TEST_F(ServiceLinkTest, ReleaseOfANeverLinkedNodeStillEmptiesTheStatic) {
     ASSERT_NE(TestNode::s_vppService, nullptr);
     ASSERT_EQ(node.m_pDeathRecipient.get(), nullptr);
 
-    camera_host::LogCapture capture;
+    BothSinks capture;
     EXPECT_EQ(TestNode::ReleaseVppService(&node), LumResultSuccess);
-    ExpectLines(capture.Lines(),
-                {Error("ReleaseVppService", "Unlinking from death recipient failed"),
-                 Verbose("ReleaseVppService", ReleasedLine())});
+    ExpectLines(capture, {Error("ReleaseVppService", "Unlinking from death recipient failed"),
+                          Verbose("ReleaseVppService", ReleasedLine())});
     EXPECT_EQ(TestNode::s_vppService, nullptr);
 }
 
@@ -153,9 +152,9 @@ TEST_F(ServiceLinkTest, ReleaseUnlinksOnlyTheReleasingNode) {
     ASSERT_EQ(released.InitVppSession(), LumResultSuccess);
     ASSERT_EQ(other.InitVppSession(), LumResultSuccess);
 
-    camera_host::LogCapture capture;
+    BothSinks capture;
     EXPECT_EQ(TestNode::ReleaseVppService(&released), LumResultSuccess);
-    ExpectLines(capture.Lines(), {Verbose("ReleaseVppService", ReleasedLine())});
+    ExpectLines(capture, {Verbose("ReleaseVppService", ReleasedLine())});
     EXPECT_EQ(TestNode::s_vppService, nullptr);
     // The proxy is gone from the static, but the registry still holds the service.
     EXPECT_GT(service.use_count(), 1);
@@ -166,8 +165,7 @@ TEST_F(ServiceLinkTest, ReleaseUnlinksOnlyTheReleasingNode) {
     ASSERT_EQ(ABinderHost_flushPool(), STATUS_OK);
     EXPECT_TRUE(released.Events().empty());
     EXPECT_EQ(other.Events(), std::vector<std::string>{"died"});
-    ExpectLines(capture.Lines(),
-                {Info("VppServiceDied", "vpp service died: cookie=" + Address(&other))});
+    ExpectLines(capture, {Info("VppServiceDied", "vpp service died: cookie=" + Address(&other))});
 }
 
 TEST_F(ServiceLinkTest, DeathCallsTheNodeFirstThenLogsOnAPoolThread) {
@@ -179,7 +177,7 @@ TEST_F(ServiceLinkTest, DeathCallsTheNodeFirstThenLogsOnAPoolThread) {
     ASSERT_EQ(node.InitVppSession(), LumResultSuccess);
     const auto session = node.m_pVppSession;
 
-    camera_host::LogCapture capture;
+    BothSinks capture;
     std::atomic<bool> onPoolThread{false};
     std::atomic<bool> loggedBeforeHandler{true};
     node.onServiceDied = [&] {
@@ -192,8 +190,7 @@ TEST_F(ServiceLinkTest, DeathCallsTheNodeFirstThenLogsOnAPoolThread) {
     EXPECT_EQ(node.Events(), std::vector<std::string>{"died"});
     EXPECT_TRUE(onPoolThread);
     EXPECT_FALSE(loggedBeforeHandler);
-    ExpectLines(capture.Lines(),
-                {Info("VppServiceDied", "vpp service died: cookie=" + Address(&node))});
+    ExpectLines(capture, {Info("VppServiceDied", "vpp service died: cookie=" + Address(&node))});
     // Nothing else changes: the static and the node's session stay as they were.
     EXPECT_EQ(TestNode::s_vppService.get(), static_cast<IVppService*>(service.get()));
     EXPECT_EQ(node.m_pVppSession, session);
@@ -210,7 +207,7 @@ TEST_F(ServiceLinkTest, EveryLinkedNodeHearsTheDeathWithItsOwnCookie) {
     ASSERT_EQ(first.InitVppSession(), LumResultSuccess);
     ASSERT_EQ(second.InitVppSession(), LumResultSuccess);
 
-    camera_host::LogCapture capture;
+    BothSinks capture;
     ASSERT_EQ(ABinderHost_declareDead(DefaultInstanceName().c_str()), STATUS_OK);
     ASSERT_EQ(ABinderHost_flushPool(), STATUS_OK);
     EXPECT_EQ(first.Events(), std::vector<std::string>{"died"});
@@ -226,14 +223,13 @@ TEST_F(ServiceLinkTest, EveryLinkedNodeHearsTheDeathWithItsOwnCookie) {
 TEST_F(ServiceLinkTest, DirectDeathCallbackRunsTheHandlerThenTheLine) {
     TestNode node("Direct");
     node.m_skipWaitForClose = 1;
-    camera_host::LogCapture capture;
+    BothSinks capture;
     size_t linesSeenByHandler = 99;
     node.onServiceDied = [&] { linesSeenByHandler = capture.Lines().size(); };
     TestNode::VppServiceDied(&node);
     EXPECT_EQ(linesSeenByHandler, 0u);
     EXPECT_EQ(node.Events(), std::vector<std::string>{"died"});
-    ExpectLines(capture.Lines(),
-                {Info("VppServiceDied", "vpp service died: cookie=" + Address(&node))});
+    ExpectLines(capture, {Info("VppServiceDied", "vpp service died: cookie=" + Address(&node))});
     node.onServiceDied = nullptr;
 }
 
