@@ -33,6 +33,8 @@ constexpr int kAgree = 32;
 constexpr int kCutShare = 128;
 // Cost per pixel of displacement away from the block's predicted vector, in SAD units.
 constexpr int kLambda = 4;
+// Levels from which on the search also runs a backward pass over the grid.
+constexpr int kBackwardLevel = 2;
 
 struct Vec {
     int x = 0;
@@ -41,6 +43,10 @@ struct Vec {
     bool operator!=(const Vec& o) const { return !(*this == o); }
 };
 
+// Floor of a / 2 (the shift is arithmetic for negative values).
+inline int halfFloor(int a) {
+    return a >> 1;
+}
 int floorDiv(int a, int b) {
     return a >= 0 ? a / b : -((-a + b - 1) / b);
 }
@@ -54,6 +60,7 @@ int clampInt(int v, int lo, int hi) {
 
 struct FrameData {
     PaddedPlane planes[3];            // full-resolution copies: luma and chroma
+    PaddedPlane halfPel[4];           // luma shifted by half a pixel: [1] x, [2] y, [3] both
     PaddedPlane pyramid[kMaxLevels];  // luma at 1/2^l for l >= 1 (entry 0 unused)
     const PaddedPlane& level(int l) const { return l == 0 ? planes[0] : pyramid[l]; }
 };
@@ -68,6 +75,43 @@ struct Field {
         nby = by;
         v.assign(static_cast<size_t>(bx) * by, Vec());
         cost.assign(static_cast<size_t>(bx) * by, 0);
+    }
+};
+
+// Geometry of one plane's overlapped-block accumulation.
+struct AccPlane {
+    int bs = 0;           // block size in elements
+    int step = 1;         // bytes per element
+    int origin = 0;       // accumulator element of plane element 0
+    ptrdiff_t width = 0;  // accumulator row, in entries
+    int rows = 0;
+    alignas(32) uint16_t weights[16 * 16];  // window weights (scaled by 256), 16 per row
+
+    void setup(int blockSize, int elementBytes, int nbx, int nby) {
+        bs = blockSize;
+        step = elementBytes;
+        // The accumulator spans the windows of a ring of virtual blocks around the grid (they
+        // take the vectors of the nearest real block) so that edge pixels get full weight.
+        origin = bs + bs / 2;
+        width = static_cast<ptrdiff_t>(nbx + 3) * bs * step;
+        rows = (nby + 3) * bs;
+        // Ramps sum to 16 across overlapping windows; their products to 256.
+        const int win = 2 * bs;
+        int ramp[16];
+        for (int i = 0; i < win; ++i) ramp[i] = (i < bs ? 2 * i + 1 : 2 * (win - i) - 1) * 8 / bs;
+        for (int r = 0; r < 16; ++r) {
+            for (int c = 0; c < 16; ++c) {
+                const bool inside = r < win && c < win * step;
+                weights[r * 16 + c] =
+                    inside ? static_cast<uint16_t>(ramp[r] * ramp[c / step] * 256) : 0;
+            }
+        }
+    }
+    // Entry of the window of the block at (bx, by) (-1 .. nb inclusive).
+    size_t windowOffset(int bx, int by) const {
+        const int x0 = bx * bs - bs / 2 + origin;
+        const int y0 = by * bs - bs / 2 + origin;
+        return static_cast<size_t>(y0) * width + static_cast<size_t>(x0) * step;
     }
 };
 
@@ -98,7 +142,9 @@ struct MotionInterpolator::Impl {
     std::vector<uint8_t> badMatch;   // per level-0 block: 1 poor best match, 2 isolated vector
     bool sceneCut = false;
 
-    std::vector<uint16_t> acc;  // overlapped-block accumulation of one plane
+    std::vector<uint16_t> accLuma;  // overlapped-block accumulation per plane
+    std::vector<uint16_t> accChroma[2];
+    AccPlane accGeometry[2];
     std::vector<Vec> sortBuffer;
     std::vector<int> aroundCost;  // per level-0 block: SAD at the final vector -x, +x, -y, +y
     Vec dominant[2];
@@ -115,7 +161,7 @@ struct MotionInterpolator::Impl {
     void findDominant(int level);
     void refineSubpixel();
     void classify();
-    void compensate(int plane, int k, int n, uint8_t* dst, ptrdiff_t dstStride);
+    void compensate(int k, int n, const FrameView& dst);
 };
 
 void MotionInterpolator::Impl::configure(const ConstFrameView& f) {
@@ -134,6 +180,7 @@ void MotionInterpolator::Impl::configure(const ConstFrameView& f) {
     const int chromaPad = range / 2 + 24;
     for (FrameData& fd : frames) {
         fd.planes[0].allocate(width, height, range + 32, 1);
+        for (int i = 1; i < 4; ++i) fd.halfPel[i].allocate(width, height, range + 32, 1);
         if (format == PixelFormat::kI420) {
             fd.planes[1].allocate(cw, ch, chromaPad, 1);
             fd.planes[2].allocate(cw, ch, chromaPad, 1);
@@ -167,16 +214,36 @@ void MotionInterpolator::Impl::load(FrameData& fd, const ConstFrameView& f) {
     fd.planes[1].load(f.planes[1], f.strides[1]);
     if (format == PixelFormat::kI420) fd.planes[2].load(f.planes[2], f.strides[2]);
     for (int l = 1; l < levels; ++l) fd.level(l - 1).downsampleInto(fd.pyramid[l]);
+    for (int i = 1; i < 4; ++i) fd.halfPel[i].halfPelFrom(fd.planes[0], i);
 }
 
 // Symmetric matching cost: the block of the in-between frame at (bx, by) seen through vector v
 // (from the previous frame to the latest, in pixels of this level) in both frames. For odd
 // components the previous frame takes the larger half.
 int MotionInterpolator::Impl::cost(int level, int bx, int by, Vec v) const {
+    if (level == 0) {
+        // Level 0 works in half pixels: each side is read from the matching half-pel plane.
+        const int ax = -halfFloor(v.x + 1);
+        const int ay = -halfFloor(v.y + 1);
+        const int bxh = ax + v.x;
+        const int byh = ay + v.y;
+        const FrameData& pa = prev();
+        const FrameData& pb = cur();
+        auto plane = [](const FrameData& fd, int hx, int hy) -> const PaddedPlane& {
+            const int kind = (hx & 1) | ((hy & 1) << 1);
+            return kind == 0 ? fd.planes[0] : fd.halfPel[kind];
+        };
+        const PaddedPlane& a = plane(pa, ax, ay);
+        const PaddedPlane& b = plane(pb, bxh, byh);
+        const int x0 = bx * kBlock;
+        const int y0 = by * kBlock;
+        return sad8x8(a.at(x0 + halfFloor(ax), y0 + halfFloor(ay)),
+                      b.at(x0 + halfFloor(bxh), y0 + halfFloor(byh)), a.stride());
+    }
     const PaddedPlane& a = prev().level(level);
     const PaddedPlane& b = cur().level(level);
-    const int ax = -floorDiv(v.x + 1, 2);
-    const int ay = -floorDiv(v.y + 1, 2);
+    const int ax = -halfFloor(v.x + 1);
+    const int ay = -halfFloor(v.y + 1);
     const int x0 = bx * kBlock;
     const int y0 = by * kBlock;
     return sad8x8(a.at(x0 + ax, y0 + ay), b.at(x0 + ax + v.x, y0 + ay + v.y), a.stride());
@@ -227,18 +294,22 @@ int median9(int* p) {
 void MotionInterpolator::Impl::searchLevel(int level) {
     Field& f = fields[level];
     const Field* parent = level + 1 < levels ? &fields[level + 1] : nullptr;
-    const int r = (range + (1 << level) - 1) >> level;
-    auto clampVec = [r](Vec v) { return Vec{clampInt(v.x, -r, r), clampInt(v.y, -r, r)}; };
     const bool fine = level == 0;
+    // Vectors are in pixels of the level, except at level 0 where they are in half pixels.
+    const int r = fine ? 2 * range : (range + (1 << level) - 1) >> level;
+    const int up = fine ? 4 : 2;  // coarser level's units to this level's
+    auto clampVec = [r](Vec v) { return Vec{clampInt(v.x, -r, r), clampInt(v.y, -r, r)}; };
+    const int lambda = fine ? kLambda / 2 : kLambda;
     auto at = [&f](int x, int y) -> Vec& { return f.v[static_cast<size_t>(y) * f.nbx + x]; };
     auto parentAt = [&](int x, int y) {
         x = clampInt(x, 0, parent->nbx - 1);
         y = clampInt(y, 0, parent->nby - 1);
         const Vec& pv = parent->v[static_cast<size_t>(y) * parent->nbx + x];
-        return Vec{pv.x * 2, pv.y * 2};
+        return Vec{pv.x * up, pv.y * up};
     };
 
-    for (int pass = 0; pass < 2; ++pass) {
+    const int passes = level >= kBackwardLevel ? 2 : 1;
+    for (int pass = 0; pass < passes; ++pass) {
         const bool forward = pass == 0;
         for (int row = 0; row < f.nby; ++row) {
             const int by = forward ? row : f.nby - 1 - row;
@@ -297,7 +368,7 @@ void MotionInterpolator::Impl::searchLevel(int level) {
                         add(parentAt(bx >> 1, (by >> 1) + qy));
                         if (!fine) add(parentAt((bx >> 1) + qx, (by >> 1) + qy));
                         for (int i = 0; i < numDominant; ++i) {
-                            add(Vec{dominant[i].x * 2, dominant[i].y * 2});
+                            add(Vec{dominant[i].x * up, dominant[i].y * up});
                         }
                     }
                     if (havePreviousField && !fine) {
@@ -321,7 +392,7 @@ void MotionInterpolator::Impl::searchLevel(int level) {
                 }
 
                 auto penalised = [&](Vec v, int sad) {
-                    return sad + kLambda * (std::abs(v.x - pred.x) + std::abs(v.y - pred.y));
+                    return sad + lambda * (std::abs(v.x - pred.x) + std::abs(v.y - pred.y));
                 };
                 Vec best;
                 int bestSad = 0;
@@ -370,17 +441,21 @@ void MotionInterpolator::Impl::searchLevel(int level) {
                     }
                 }
                 // Descend a small diamond until no neighbour improves.
-                const int maxSteps = fine ? (forward || !(best == at(bx, by)) ? 2 : 0) : 8;
-                for (int step = 0; step < maxSteps; ++step) {
-                    const Vec centre = best;
-                    static constexpr int kDx[4] = {1, -1, 0, 0};
-                    static constexpr int kDy[4] = {0, 0, 1, -1};
-                    for (int d = 0; d < 4; ++d) {
-                        const Vec v{centre.x + kDx[d], centre.y + kDy[d]};
-                        if (std::abs(v.x) > r || std::abs(v.y) > r) continue;
-                        consider(v);
+                // At level 0 whole-pixel steps come first, then half-pixel ones.
+                const bool again = forward || !(best == at(bx, by));
+                for (int size = 1; size >= 1; --size) {
+                    const int maxSteps = fine ? (again ? 3 : 0) : 8;
+                    for (int step = 0; step < maxSteps; ++step) {
+                        const Vec centre = best;
+                        static constexpr int kDx[4] = {1, -1, 0, 0};
+                        static constexpr int kDy[4] = {0, 0, 1, -1};
+                        for (int d = 0; d < 4; ++d) {
+                            const Vec v{centre.x + size * kDx[d], centre.y + size * kDy[d]};
+                            if (std::abs(v.x) > r || std::abs(v.y) > r) continue;
+                            consider(v);
+                        }
+                        if (best == centre) break;
                     }
-                    if (best == centre) break;
                 }
                 f.v[idx] = best;
                 f.cost[idx] = bestSad;
@@ -438,8 +513,8 @@ void MotionInterpolator::Impl::refineSubpixel() {
     const Field& f = fields[0];
     auto fit = [](int cm, int c0, int cp) {
         // Offset in 1/16 pixel of the V's apex from the centre sample.
-        if (cm <= c0 && cm <= cp) return -8;
-        if (cp <= c0 && cp <= cm) return 8;
+        if (cm < c0 && cm <= cp) return -8;
+        if (cp < c0 && cp < cm) return 8;
         const int denom = 2 * (std::max(cm, cp) - c0);
         if (denom <= 0) return 0;
         return clampInt(roundDiv(16 * (cm - cp), denom), -8, 8);
@@ -457,7 +532,9 @@ void MotionInterpolator::Impl::refineSubpixel() {
             const int cxp = known(1, Vec{v.x + 1, v.y});
             const int cym = known(2, Vec{v.x, v.y - 1});
             const int cyp = known(3, Vec{v.x, v.y + 1});
-            mv16[idx] = Vec{v.x * 16 + fit(cxm, c0, cxp), v.y * 16 + fit(cym, c0, cyp)};
+            // Vectors of level 0 are in half pixels; the fit is in 1/16 of that step.
+            mv16[idx] = Vec{v.x * 8 + roundDiv(fit(cxm, c0, cxp), 2),
+                            v.y * 8 + roundDiv(fit(cym, c0, cyp), 2)};
         }
     }
 }
@@ -529,98 +606,15 @@ void MotionInterpolator::Impl::estimate() {
     classify();
 }
 
-// Overlapped-block compensation of one plane at phase k/n: every block predicts a window twice
-// its size (half a block of overlap on each side) from both frames along its vector; windows
-// are weighted by separable triangular ramps that sum to one wherever they overlap.
-//
-// The prediction of a window sample is one weighted sum of up to eight samples (the bilinear
-// taps in both frames, with the phase weights folded in; weights total 256), and its window
-// weight (scaled by 256) is applied by a high multiply, so the accumulator holds 256 times
-// the result.
-void MotionInterpolator::Impl::compensate(int plane, int k, int n, uint8_t* dst,
-                                          ptrdiff_t dstStride) {
-    const PaddedPlane& a = prev().planes[plane];
-    const PaddedPlane& b = cur().planes[plane];
-    const bool chroma = plane > 0;
-    const int bs = chroma ? kBlock / 2 : kBlock;  // block size in elements of this plane
-    const int step = a.step();
-    const int win = 2 * bs;           // window size in elements
-    const int winBytes = win * step;  // 16, or 8 for planar chroma
-    const int half = bs / 2;
-    // The accumulator spans the windows of a ring of virtual blocks around the grid (they take
-    // the vectors of the nearest real block) so that edge pixels get full weight too.
-    const int accOrigin = bs + half;  // accumulator element of plane element 0
-    const ptrdiff_t accWidth = static_cast<ptrdiff_t>(nbx + 3) * bs * step;
-    const int accRows = (nby + 3) * bs;
-    acc.assign(static_cast<size_t>(accWidth) * accRows + 16, 0);
+namespace {
 
-    // Window weights: the ramp sums to 16 across overlapping windows, the product to 256.
-    int ramp[16];
-    for (int i = 0; i < win; ++i) {
-        const int r = i < bs ? 2 * i + 1 : 2 * (win - i) - 1;
-        ramp[i] = r * 8 / bs;
-    }
-    alignas(32) uint16_t weights[16 * 16];
-    for (int r = 0; r < win; ++r) {
-        for (int c = 0; c < 16; ++c) {
-            weights[r * 16 + c] =
-                c < winBytes ? static_cast<uint16_t>(ramp[r] * ramp[c / step] * 256) : 0;
-        }
-    }
-
-    const int wB = (256 * k + n / 2) / n;  // phase weight of the later frame, of 256
-    const int div = chroma ? 2 * n : n;    // chroma vectors are half the luma ones
-    const ptrdiff_t stride = a.stride();
-    const auto kernel = useAvx2 ? &detail::accumulateWindowAvx2 : &detail::accumulateWindowSse2;
-
-    for (int by = -1; by <= nby; ++by) {
-        const int cby = clampInt(by, 0, nby - 1);
-        for (int bx = -1; bx <= nbx; ++bx) {
-            const int cbx = clampInt(bx, 0, nbx - 1);
-            const size_t idx = static_cast<size_t>(cby) * nbx + cbx;
-            const Vec v = useMotion[idx] ? mv16[idx] : Vec();
-            const int x0 = bx * bs - half;
-            const int y0 = by * bs - half;
-            detail::WindowTaps taps;
-            // Offsets in 1/16 element: the previous frame is sampled at -k/n of the vector,
-            // the latest at +(n-k)/n.
-            auto addTaps = [&](const PaddedPlane& p, int ox, int oy, int sideWeight) {
-                const uint8_t* base = p.at(x0 + (ox >> 4), y0 + (oy >> 4));
-                const int fx = ox & 15;
-                const int fy = oy & 15;
-                const int w[4] = {(16 - fx) * (16 - fy), fx * (16 - fy), (16 - fx) * fy, fx * fy};
-                const ptrdiff_t off[4] = {0, step, stride, stride + step};
-                for (int i = 0; i < 4; ++i) {
-                    const int scaled = (w[i] * sideWeight + 128) >> 8;
-                    if (scaled == 0) continue;
-                    taps.base[taps.count] = base + off[i];
-                    taps.weight[taps.count] = static_cast<int16_t>(scaled);
-                    ++taps.count;
-                }
-            };
-            addTaps(a, roundDiv(-k * v.x, div), roundDiv(-k * v.y, div), 256 - wB);
-            addTaps(b, roundDiv((n - k) * v.x, div), roundDiv((n - k) * v.y, div), wB);
-            // Rounding of the folded weights may leave their total off 256 by a unit or two;
-            // the largest weight absorbs the difference.
-            int total = 0;
-            int largest = 0;
-            for (int i = 0; i < taps.count; ++i) {
-                total += taps.weight[i];
-                if (taps.weight[i] > taps.weight[largest]) largest = i;
-            }
-            taps.weight[largest] = static_cast<int16_t>(taps.weight[largest] + 256 - total);
-            uint16_t* accWin = acc.data() + static_cast<ptrdiff_t>(y0 + accOrigin) * accWidth +
-                               static_cast<ptrdiff_t>(x0 + accOrigin) * step;
-            kernel(taps, stride, weights, accWin, accWidth, win, winBytes);
-        }
-    }
-
+// Writes (acc + 128) >> 8 of a plane's picture area.
+void storePlane(const std::vector<uint16_t>& acc, const AccPlane& g, int rows, int rowBytes,
+                uint8_t* dst, ptrdiff_t dstStride) {
     const __m128i round8 = _mm_set1_epi16(128);
-    const int rows = chroma ? chromaHeight(height) : height;
-    const int rowBytes = (chroma ? chromaWidth(width) : width) * step;
     for (int y = 0; y < rows; ++y) {
         const uint16_t* in =
-            acc.data() + static_cast<size_t>(y + accOrigin) * accWidth + accOrigin * step;
+            acc.data() + static_cast<size_t>(y + g.origin) * g.width + g.origin * g.step;
         uint8_t* out = dst + y * dstStride;
         int x = 0;
         for (; x + 16 <= rowBytes; x += 16) {
@@ -635,6 +629,113 @@ void MotionInterpolator::Impl::compensate(int plane, int k, int n, uint8_t* dst,
         }
         for (; x < rowBytes; ++x) out[x] = static_cast<uint8_t>((in[x] + 128) >> 8);
     }
+}
+
+// Bilinear taps of one side of a window, the phase weight of the side folded in.
+void addTaps(detail::WindowTaps& taps, const PaddedPlane& p, int x0, int y0, int ox, int oy,
+             int sideWeight) {
+    const uint8_t* base = p.at(x0 + (ox >> 4), y0 + (oy >> 4));
+    const int fx = ox & 15;
+    const int fy = oy & 15;
+    const int w[4] = {(16 - fx) * (16 - fy), fx * (16 - fy), (16 - fx) * fy, fx * fy};
+    const ptrdiff_t off[4] = {0, p.step(), p.stride(), p.stride() + p.step()};
+    for (int i = 0; i < 4; ++i) {
+        const int scaled = (w[i] * sideWeight + 128) >> 8;
+        if (scaled == 0) continue;
+        taps.base[taps.count] = base + off[i];
+        taps.weight[taps.count] = static_cast<int16_t>(scaled);
+        ++taps.count;
+    }
+}
+
+// Rounding of the folded weights may leave their total off 256 by a unit or two; the largest
+// weight absorbs the difference so that flat areas stay exact.
+void normalise(detail::WindowTaps& taps) {
+    int total = 0;
+    int largest = 0;
+    for (int i = 0; i < taps.count; ++i) {
+        total += taps.weight[i];
+        if (taps.weight[i] > taps.weight[largest]) largest = i;
+    }
+    taps.weight[largest] = static_cast<int16_t>(taps.weight[largest] + 256 - total);
+}
+
+}  // namespace
+
+// Overlapped-block compensation at phase k/n: every block predicts a window twice its size
+// (half a block of overlap on each side) from both frames along its vector; windows are
+// weighted by separable triangular ramps that sum to one wherever they overlap. A window
+// sample is one weighted sum of up to eight samples (the bilinear taps in both frames, with
+// the phase weights folded in; weights total 256), its window weight applied by a high
+// multiply, so the accumulators hold 256 times the result. Chroma uses the luma vectors halved.
+void MotionInterpolator::Impl::compensate(int k, int n, const FrameView& dst) {
+    const bool planar = format == PixelFormat::kI420;
+    AccPlane& gy = accGeometry[0];
+    AccPlane& gc = accGeometry[1];
+    gy.setup(kBlock, 1, nbx, nby);
+    gc.setup(kBlock / 2, planar ? 1 : 2, nbx, nby);
+    accLuma.assign(static_cast<size_t>(gy.width) * gy.rows + 16, 0);
+    accChroma[0].assign(static_cast<size_t>(gc.width) * gc.rows + 16, 0);
+    if (planar) accChroma[1].assign(accChroma[0].size(), 0);
+
+    const FrameData& fa = prev();
+    const FrameData& fb = cur();
+    const int wB = (256 * k + n / 2) / n;  // phase weight of the later frame, of 256
+    const int wA = 256 - wB;
+    for (int by = -1; by <= nby; ++by) {
+        const int cby = clampInt(by, 0, nby - 1);
+        for (int bx = -1; bx <= nbx; ++bx) {
+            const int cbx = clampInt(bx, 0, nbx - 1);
+            const size_t idx = static_cast<size_t>(cby) * nbx + cbx;
+            const Vec v = useMotion[idx] ? mv16[idx] : Vec();
+            // Offsets in 1/16 sample: the previous frame is read at -k/n of the vector, the
+            // latest at +(n-k)/n; chroma offsets are half as large.
+            const int oax = roundDiv(-k * v.x, n);
+            const int oay = roundDiv(-k * v.y, n);
+            const int obx = roundDiv((n - k) * v.x, n);
+            const int oby = roundDiv((n - k) * v.y, n);
+
+            detail::WindowTaps taps;
+            const int lx = bx * kBlock - kBlock / 2;
+            const int ly = by * kBlock - kBlock / 2;
+            addTaps(taps, fa.planes[0], lx, ly, oax, oay, wA);
+            addTaps(taps, fb.planes[0], lx, ly, obx, oby, wB);
+            normalise(taps);
+            detail::accumulateWindow(useAvx2, taps, fa.planes[0].stride(), gy.weights,
+                                     accLuma.data() + gy.windowOffset(bx, by), gy.width,
+                                     2 * kBlock);
+
+            const int cx = lx / 2;
+            const int cy = ly / 2;
+            const int coax = roundDiv(oax, 2);
+            const int coay = roundDiv(oay, 2);
+            const int cobx = roundDiv(obx, 2);
+            const int coby = roundDiv(oby, 2);
+            detail::WindowTaps cb;
+            addTaps(cb, fa.planes[1], cx, cy, coax, coay, wA);
+            addTaps(cb, fb.planes[1], cx, cy, cobx, coby, wB);
+            normalise(cb);
+            const size_t cOff = gc.windowOffset(bx, by);
+            if (planar) {
+                detail::WindowTaps cr;
+                addTaps(cr, fa.planes[2], cx, cy, coax, coay, wA);
+                addTaps(cr, fb.planes[2], cx, cy, cobx, coby, wB);
+                normalise(cr);
+                detail::accumulateWindowPair(useAvx2, cb, cr, fa.planes[1].stride(), gc.weights,
+                                             accChroma[0].data() + cOff, accChroma[1].data() + cOff,
+                                             gc.width, kBlock);
+            } else {
+                detail::accumulateWindow(useAvx2, cb, fa.planes[1].stride(), gc.weights,
+                                         accChroma[0].data() + cOff, gc.width, kBlock);
+            }
+        }
+    }
+
+    storePlane(accLuma, gy, height, width, dst.planes[0], dst.strides[0]);
+    const int cw = chromaWidth(width) * gc.step;
+    const int ch = chromaHeight(height);
+    storePlane(accChroma[0], gc, ch, cw, dst.planes[1], dst.strides[1]);
+    if (planar) storePlane(accChroma[1], gc, ch, cw, dst.planes[2], dst.strides[2]);
 }
 
 MotionInterpolator::MotionInterpolator(const MotionParams& params) : impl_(new Impl) {
@@ -686,9 +787,7 @@ bool MotionInterpolator::interpolate(int k, int n, const FrameView& dst) {
         }
         return blendFrames(views[0], views[1], k, n, dst);
     }
-    s.compensate(0, k, n, dst.planes[0], dst.strides[0]);
-    s.compensate(1, k, n, dst.planes[1], dst.strides[1]);
-    if (s.format == PixelFormat::kI420) s.compensate(2, k, n, dst.planes[2], dst.strides[2]);
+    s.compensate(k, n, dst);
     return true;
 }
 

@@ -85,5 +85,46 @@ void PaddedPlane::downsampleInto(PaddedPlane& dst) const {
     dst.extendEdges();
 }
 
+void PaddedPlane::halfPelFrom(const PaddedPlane& src, int kind) {
+    const int dx = kind & 1;
+    const int dy = kind >> 1;
+    const ptrdiff_t bytes = static_cast<ptrdiff_t>(width_ + 2 * pad_) - 1;
+    const __m128i zero = _mm_setzero_si128();
+    const __m128i two = _mm_set1_epi16(2);
+    for (int y = -pad_; y < height_ + pad_; ++y) {
+        const int sy = y + dy < height_ + pad_ ? y + dy : y;
+        const uint8_t* r0 = src.row(y) - pad_;
+        const uint8_t* r1 = src.row(sy) - pad_;
+        uint8_t* out = row(y) - pad_;
+        ptrdiff_t x = 0;
+        if (kind != 3) {
+            // Two taps: the rounded average, as _mm_avg_epu8 computes it.
+            const uint8_t* other = dx ? r0 + 1 : r1;
+            for (; x + 16 <= bytes; x += 16) {
+                const __m128i a = _mm_loadu_si128(reinterpret_cast<const __m128i*>(r0 + x));
+                const __m128i b = _mm_loadu_si128(reinterpret_cast<const __m128i*>(other + x));
+                _mm_storeu_si128(reinterpret_cast<__m128i*>(out + x), _mm_avg_epu8(a, b));
+            }
+            for (; x < bytes; ++x) out[x] = static_cast<uint8_t>((r0[x] + other[x] + 1) >> 1);
+        } else {
+            for (; x + 8 <= bytes; x += 8) {
+                auto load = [&](const uint8_t* q) {
+                    return _mm_unpacklo_epi8(_mm_loadl_epi64(reinterpret_cast<const __m128i*>(q)),
+                                             zero);
+                };
+                const __m128i sum = _mm_add_epi16(_mm_add_epi16(load(r0 + x), load(r0 + x + 1)),
+                                                  _mm_add_epi16(load(r1 + x), load(r1 + x + 1)));
+                _mm_storel_epi64(
+                    reinterpret_cast<__m128i*>(out + x),
+                    _mm_packus_epi16(_mm_srli_epi16(_mm_add_epi16(sum, two), 2), zero));
+            }
+            for (; x < bytes; ++x) {
+                out[x] = static_cast<uint8_t>((r0[x] + r0[x + 1] + r1[x] + r1[x + 1] + 2) >> 2);
+            }
+        }
+        out[bytes] = out[bytes - 1];
+    }
+}
+
 }  // namespace detail
 }  // namespace frc

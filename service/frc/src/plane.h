@@ -24,6 +24,9 @@ class PaddedPlane {
     // Halves the plane (2x2 box average, single-byte elements only) into `dst`, which must be
     // allocated with ceil(width / 2) x ceil(height / 2) elements.
     void downsampleInto(PaddedPlane& dst) const;
+    // Fills this plane (allocated like `src`) with `src` sampled half a pixel to the right
+    // (kind 1), below (kind 2) or both (kind 3), by bilinear interpolation, padding included.
+    void halfPelFrom(const PaddedPlane& src, int kind);
 
     const uint8_t* at(int x, int y) const { return origin_ + y * stride_ + x * step_; }
     uint8_t* row(int y) { return origin_ + y * stride_; }
@@ -88,15 +91,16 @@ struct WindowTaps {
     int count = 0;
 };
 
-// acc[r][c] += (sum of taps at (r, c)) * weights[r * 16 + c] >> 16 for a window of `rows`
-// rows and `bytes` (8 or 16) bytes; sources share `stride`, weights rows are 16 wide.
-using WindowKernel = void (*)(const WindowTaps& taps, ptrdiff_t stride, const uint16_t* weights,
-                              uint16_t* acc, ptrdiff_t accStride, int rows, int bytes);
-void accumulateWindowSse2(const WindowTaps& taps, ptrdiff_t stride, const uint16_t* weights,
-                          uint16_t* acc, ptrdiff_t accStride, int rows, int bytes);
-// Same with AVX2 (falls back to SSE2 for 8-byte windows); call only when cpuHasAvx2().
-void accumulateWindowAvx2(const WindowTaps& taps, ptrdiff_t stride, const uint16_t* weights,
-                          uint16_t* acc, ptrdiff_t accStride, int rows, int bytes);
+// acc[r][c] += (sum of taps at (r, c)) * weights[r * 16 + c] >> 16 over a window of `rows`
+// rows of 16 bytes (weights rows are 16 wide); sources share `stride`. Pads `taps` to an even
+// count. Uses AVX2 when `avx2` is set (only when cpuHasAvx2()).
+void accumulateWindow(bool avx2, WindowTaps& taps, ptrdiff_t stride, const uint16_t* weights,
+                      uint16_t* acc, ptrdiff_t accStride, int rows);
+// The same for two 8-byte windows with equal weights in two planes of equal geometry (planar
+// chroma), each with its own accumulator.
+void accumulateWindowPair(bool avx2, WindowTaps& a, WindowTaps& b, ptrdiff_t stride,
+                          const uint16_t* weights, uint16_t* accA, uint16_t* accB,
+                          ptrdiff_t accStride, int rows);
 bool cpuHasAvx2();
 
 }  // namespace detail
