@@ -655,9 +655,7 @@ void SessionCore::Run() {
             case Work::Kind::kStop:
                 break;
         }
-        if (batch_ && batch_->emissions.empty()) {
-            FinishBatch();
-        }
+        AdvanceBatch();
     }
     if (stop == Stop::kReturnAll) {
         ReturnEverything();
@@ -788,26 +786,57 @@ void SessionCore::ProcessInput(std::unique_ptr<InputItem> item) {
             batch.releaseAll = true;
             break;
     }
-    // What is due at the end of the stream, or before the ports change, follows at once.
+    // What is due at the end of the stream, or before the ports change, follows. finish()
+    // replaces the frames that the outputs of a push are rendered from, so after a push with
+    // outputs it waits until they are written.
     const bool streamEnds = endOfStream || batch.reconfig.has_value();
+    bool deferFinish = false;
     if (streamEnds) {
-        converter_->finish(&outputs);
         batch.releaseAll = true;
         batch.drainDone = endOfStream;
-    }
-    batch_ = std::move(batch);
-    // A reconfiguration marker carries the new generation; what it finishes is of the old one.
-    AddEmissions(outputs, batch_->reconfig ? generation - 1 : generation, sceneCut);
-    if (endOfStream) {
-        if (batch_->emissions.empty()) {
-            Emission empty;
-            empty.empty = true;
-            empty.generation = generation;
-            batch_->emissions.push_back(empty);
+        deferFinish = !outputs.empty() && converter_->config().mode != frc::FrcMode::kOff;
+        if (!deferFinish) {
+            converter_->finish(&outputs);
         }
-        batch_->emissions.back().endOfStream = true;
-        Log(kDebugLifecycle, "end of stream reached");
     }
+    batch.finishPending = deferFinish;
+    batch.endOfStream = endOfStream;
+    // A reconfiguration marker carries the new generation; what it finishes is of the old one.
+    batch.generation = batch.reconfig ? generation - 1 : generation;
+    batch_ = std::move(batch);
+    AddEmissions(outputs, batch_->generation, sceneCut);
+    if (!deferFinish) {
+        MarkEndOfStream();
+    }
+}
+
+void SessionCore::AdvanceBatch() {
+    while (batch_ && batch_->emissions.empty()) {
+        if (!batch_->finishPending) {
+            FinishBatch();
+            return;
+        }
+        batch_->finishPending = false;
+        std::vector<frc::OutputFrame> outputs;
+        converter_->finish(&outputs);
+        AddEmissions(outputs, batch_->generation, false);
+        MarkEndOfStream();
+    }
+}
+
+void SessionCore::MarkEndOfStream() {
+    if (!batch_->endOfStream) {
+        return;
+    }
+    // With no frame left to carry the flag, an empty output does.
+    if (batch_->emissions.empty()) {
+        Emission empty;
+        empty.empty = true;
+        empty.generation = batch_->generation;
+        batch_->emissions.push_back(empty);
+    }
+    batch_->emissions.back().endOfStream = true;
+    Log(kDebugLifecycle, "end of stream reached");
 }
 
 void SessionCore::AddEmissions(const std::vector<frc::OutputFrame>& outputs, uint64_t generation,

@@ -145,6 +145,9 @@ class SessionCore : public std::enable_shared_from_this<SessionCore> {
         std::unique_ptr<InputItem> marker;  // a client end marker returned after the inputs
         std::optional<ReconfigDone> reconfig;
         uint64_t reconfigGeneration = 0;  // outputs queued before it are returned unfilled
+        uint64_t generation = 0;          // of the frames it emits
+        bool finishPending = false;       // the stream ends once the emissions are written
+        bool endOfStream = false;         // the last emission carries the end-of-stream flag
     };
 
     // The worker's next step, chosen under the lock.
@@ -170,6 +173,9 @@ class SessionCore : public std::enable_shared_from_this<SessionCore> {
     void AddEmissions(const std::vector<frc::OutputFrame>& outputs, uint64_t generation,
                       bool sceneCut);
     void EmitOutput(std::unique_ptr<OutputItem> output);
+    // Ends the stream when due and finishes the batch once its emissions are all written.
+    void AdvanceBatch();
+    void MarkEndOfStream();
     void FinishBatch();
     void Flush(int32_t port);
     void CompleteReconfigure(const ReconfigDone& done, uint64_t generation);

@@ -1,0 +1,201 @@
+// Flush, close and term returning what a session holds, callbacks that call back into the
+// session, and a service declared dead.
+#include <android/binder_manager.h>
+
+#include <future>
+#include <set>
+
+#include "service_test_util.h"
+
+namespace svctest {
+namespace {
+
+constexpr int32_t kWidth = 32;
+constexpr int32_t kHeight = 16;
+constexpr size_t kFrameSize = kWidth * kHeight * 3 / 2;
+
+std::vector<std::unique_ptr<SharedFrame>> Frames(size_t count) {
+    std::vector<std::unique_ptr<SharedFrame>> frames;
+    for (size_t i = 0; i < count; ++i) frames.push_back(std::make_unique<SharedFrame>(kFrameSize));
+    return frames;
+}
+
+std::multiset<int64_t> Cookies(const std::vector<Event>& events) {
+    std::multiset<int64_t> cookies;
+    for (const Event& e : events) cookies.insert(e.cookie);
+    return cookies;
+}
+
+class LifecycleTest : public ServiceTest {};
+
+TEST_F(LifecycleTest, FlushReturnsEveryBufferOfItsPortThenTheEvent) {
+    auto inputs = Frames(5);
+    auto outputs = Frames(3);
+    ASSERT_NO_FATAL_FAILURE(OpenSession(Param(kWidth, kHeight), Ctrl(2, 2)));
+    // No output buffers: the worker holds the first inputs and waits; the rest stay queued.
+    for (size_t i = 0; i < inputs.size(); ++i) {
+        ASSERT_EQ(Queue(0, inputs[i]->Buffer(i, 100 * i)), VppError::VPP_OK);
+    }
+    ASSERT_EQ(Call([&](VppError* e) { return session_->flush(0, e); }), VppError::VPP_OK);
+    ASSERT_TRUE(callbacks_->WaitForFlush(0));
+    auto events = callbacks_->Events();
+    ASSERT_EQ(events.size(), inputs.size() + 1);
+    EXPECT_EQ(Cookies({events.begin(), events.end() - 1}), (std::multiset<int64_t>{0, 1, 2, 3, 4}));
+    EXPECT_EQ(events.back().kind, Event::kFlush);
+    EXPECT_TRUE(callbacks_->Of(Event::kOutput).empty());
+
+    // Outputs wait for frames; flushing the output port returns them unfilled.
+    for (size_t i = 0; i < outputs.size(); ++i) {
+        ASSERT_EQ(Queue(1, outputs[i]->Buffer(100 + i)), VppError::VPP_OK);
+    }
+    ASSERT_EQ(Call([&](VppError* e) { return session_->flush(1, e); }), VppError::VPP_OK);
+    ASSERT_TRUE(callbacks_->WaitForFlush(1));
+    events = callbacks_->Events();
+    ASSERT_EQ(events.size(), inputs.size() + outputs.size() + 2);
+    for (size_t i = 0; i < outputs.size(); ++i) {
+        const Event& e = events[inputs.size() + 1 + i];
+        EXPECT_EQ(e.kind, Event::kOutput);
+        EXPECT_EQ(e.cookie, static_cast<int64_t>(100 + i));
+        EXPECT_EQ(e.filledLen, 0);
+    }
+    EXPECT_EQ(events.back().kind, Event::kFlush);
+    EXPECT_EQ(events.back().port, 1);
+
+    // The session goes on with a new stream.
+    ASSERT_EQ(Queue(1, outputs[0]->Buffer(200)), VppError::VPP_OK);
+    ASSERT_EQ(Queue(1, outputs[1]->Buffer(201)), VppError::VPP_OK);
+    ASSERT_EQ(Queue(1, outputs[2]->Buffer(202)), VppError::VPP_OK);
+    ASSERT_EQ(Queue(0, inputs[0]->Buffer(10, 0)), VppError::VPP_OK);
+    ASSERT_EQ(Queue(0, inputs[1]->Buffer(11, 100, kEos)), VppError::VPP_OK);
+    ASSERT_TRUE(callbacks_->WaitForDrain());
+    const auto filled = callbacks_->Of(Event::kOutput);
+    ASSERT_EQ(filled.size(), outputs.size() * 2);
+    EXPECT_EQ(filled.back().timestamp, 100);
+    EXPECT_EQ(filled.back().flags, kEos);
+}
+
+TEST_F(LifecycleTest, CloseAndTermReturnEverythingAndUnmapIt) {
+    for (bool closeFirst : {true, false}) {
+        SCOPED_TRACE(closeFirst ? "close, then term" : "term alone");
+        TearDown();
+        SetUp();
+        auto inputs = Frames(3);
+        auto outputs = Frames(4);
+        const int ownMappings = FrameMappingCount();
+        ASSERT_NO_FATAL_FAILURE(OpenSession(Param(kWidth, kHeight), Ctrl(2, 2)));
+        for (size_t i = 0; i < inputs.size(); ++i) {
+            ASSERT_EQ(Queue(0, inputs[i]->Buffer(i, 100 * i)), VppError::VPP_OK);
+        }
+        ASSERT_EQ(Queue(1, outputs[0]->Buffer(100)), VppError::VPP_OK);
+        ASSERT_EQ(Queue(1, outputs[1]->Buffer(101)), VppError::VPP_OK);
+        // The service keeps mappings, not descriptors.
+        EXPECT_EQ(OpenFdCount(), fds_ + static_cast<int>(inputs.size() + outputs.size()));
+        EXPECT_GT(FrameMappingCount(), ownMappings);
+
+        if (closeFirst) {
+            ASSERT_EQ(Call([&](VppError* e) { return session_->close(e); }), VppError::VPP_OK);
+        } else {
+            ASSERT_TRUE(session_->term().isOk());
+        }
+        // Everything is back by the time the call returns.
+        EXPECT_EQ(Cookies(callbacks_->Of(Event::kInput)), (std::multiset<int64_t>{0, 1, 2}));
+        EXPECT_EQ(Cookies(callbacks_->Of(Event::kOutput)), (std::multiset<int64_t>{100, 101}));
+        EXPECT_EQ(FrameMappingCount(), ownMappings);
+        EXPECT_EQ(handle_->liveSessionCount(), closeFirst ? 1u : 0u);
+        ASSERT_TRUE(session_->term().isOk());
+        EXPECT_EQ(State(), 4);
+        EXPECT_EQ(handle_->liveSessionCount(), 0u);
+    }
+}
+
+TEST_F(LifecycleTest, CallbacksMayCallBackIntoTheSession) {
+    const size_t count = 6;
+    auto inputs = Frames(count);
+    auto outputs = Frames(count);
+    std::promise<int32_t> finished;
+    // Each returned output queues the next input and output from inside the callback; the drain
+    // closes and terminates the session from inside its callback.
+    callbacks_->hook = [&](const Event& e) {
+        if (e.kind == Event::kOutput && e.filledLen > 0) {
+            VppStats stats;
+            VppError error;
+            EXPECT_TRUE(session_->getStats(&stats, &error).isOk());
+            const size_t next = static_cast<size_t>(e.cookie) + 1;
+            if (next < count) {
+                EXPECT_EQ(Queue(1, outputs[next]->Buffer(next)), VppError::VPP_OK);
+                const int32_t flags = next + 1 == count ? kEos : 0;
+                EXPECT_EQ(Queue(0, inputs[next]->Buffer(next, next, flags)), VppError::VPP_OK);
+            }
+        } else if (e.kind == Event::kDrain) {
+            EXPECT_EQ(Call([&](VppError* r) { return session_->close(r); }), VppError::VPP_OK);
+            EXPECT_TRUE(session_->term().isOk());
+            finished.set_value(State());
+        }
+    };
+    ASSERT_NO_FATAL_FAILURE(OpenSession(Param(kWidth, kHeight), Ctrl(0, 0)));
+    ASSERT_EQ(Queue(1, outputs[0]->Buffer(0)), VppError::VPP_OK);
+    ASSERT_EQ(Queue(0, inputs[0]->Buffer(0, 0)), VppError::VPP_OK);
+    auto state = finished.get_future();
+    ASSERT_EQ(state.wait_for(std::chrono::seconds(5)), std::future_status::ready);
+    EXPECT_EQ(state.get(), 4);
+    EXPECT_EQ(callbacks_->Of(Event::kOutput).size(), count);
+    EXPECT_EQ(callbacks_->Of(Event::kInput).size(), count);
+    callbacks_->hook = nullptr;
+}
+
+TEST_F(LifecycleTest, DeadServiceAnswersDeadObjectAndCallsNothingBack) {
+    auto inputs = Frames(3);
+    auto outputs = Frames(1);
+    const int ownMappings = FrameMappingCount();
+    ASSERT_NO_FATAL_FAILURE(OpenSession(Param(kWidth, kHeight), Ctrl(2, 2)));
+    for (size_t i = 0; i < inputs.size(); ++i) {
+        ASSERT_EQ(Queue(0, inputs[i]->Buffer(i, 100 * i)), VppError::VPP_OK);
+    }
+    ASSERT_EQ(Queue(1, outputs[0]->Buffer(100)), VppError::VPP_OK);
+    ASSERT_TRUE(callbacks_->WaitForCount(Event::kOutput, 1));
+
+    ASSERT_EQ(ABinderHost_declareDead(handle_->name().c_str()), STATUS_OK);
+    const size_t eventsAtDeath = callbacks_->Events().size();
+    VppError error = VppError::VPP_ERR_HW;
+    EXPECT_EQ(session_->queueBuf(1, outputs[0]->Buffer(101), &error).getStatus(),
+              STATUS_DEAD_OBJECT);
+    EXPECT_EQ(session_->flush(0, &error).getStatus(), STATUS_DEAD_OBJECT);
+    int32_t state = -1;
+    EXPECT_EQ(session_->getState(&state, &error).getStatus(), STATUS_DEAD_OBJECT);
+    EXPECT_EQ(session_->ping(&error).getStatus(), STATUS_DEAD_OBJECT);
+    EXPECT_EQ(error, VppError::VPP_ERR_HW) << "out-values are not written";
+    EXPECT_EQ(state, -1);
+    std::shared_ptr<IVppSession> another;
+    EXPECT_EQ(handle_->service()->getNewVppSession(0, &another).getStatus(), STATUS_DEAD_OBJECT);
+    EXPECT_EQ(another, nullptr);
+
+    // term joins the worker: whatever it did after the death is done, and it called nothing.
+    EXPECT_EQ(session_->term().getStatus(), STATUS_DEAD_OBJECT);
+    EXPECT_EQ(callbacks_->Events().size(), eventsAtDeath);
+    EXPECT_EQ(FrameMappingCount(), ownMappings);
+}
+
+TEST_F(LifecycleTest, UnregisteringEndsTheServiceAndItsSessions) {
+    auto inputs = Frames(2);
+    ASSERT_NO_FATAL_FAILURE(OpenSession(Param(kWidth, kHeight), Ctrl(2, 2)));
+    ASSERT_EQ(Queue(0, inputs[0]->Buffer(0, 0)), VppError::VPP_OK);
+    ASSERT_EQ(Queue(0, inputs[1]->Buffer(1, 10)), VppError::VPP_OK);
+    const std::string name = handle_->name();
+    EXPECT_EQ(vppservice::RegisterService(name.substr(name.find('/') + 1)), nullptr)
+        << "the name is taken";
+    std::shared_ptr<IVppService> service = handle_->service();
+    handle_.reset();
+
+    EXPECT_EQ(AServiceManager_checkService(name.c_str()), nullptr);
+    VppError error = VppError::VPP_ERR_HW;
+    EXPECT_EQ(session_->ping(&error).getStatus(), STATUS_DEAD_OBJECT);
+    std::shared_ptr<IVppSession> another;
+    EXPECT_EQ(service->getNewVppSession(0, &another).getStatus(), STATUS_DEAD_OBJECT);
+    EXPECT_TRUE(callbacks_->Events().empty()) << "sessions end without callbacks";
+    // The name is free again.
+    handle_ = vppservice::RegisterService(name.substr(name.find('/') + 1));
+    EXPECT_NE(handle_, nullptr);
+}
+
+}  // namespace
+}  // namespace svctest
