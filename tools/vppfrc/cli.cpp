@@ -16,9 +16,13 @@ bool ParseFactor(const std::string& text, int* factor, std::string* error) {
     char* end = nullptr;
     const long value = std::strtol(text.c_str(), &end, 10);
     const bool whole = !text.empty() && end != nullptr && *end == '\0' && errno == 0;
-    if (!whole || value < kMinFactor || value > kMaxFactor) {
-        *error = "factor " + Quote(text) + " is out of range: it must be a whole number from " +
-                 std::to_string(kMinFactor) + " to " + std::to_string(kMaxFactor);
+    const std::string range = std::to_string(kMinFactor) + " to " + std::to_string(kMaxFactor);
+    if (!whole) {
+        *error = "invalid factor " + Quote(text) + ": it must be a whole number from " + range;
+        return false;
+    }
+    if (value < kMinFactor || value > kMaxFactor) {
+        *error = "factor " + Quote(text) + " is out of range: it must be from " + range;
         return false;
     }
     *factor = static_cast<int>(value);
