@@ -86,13 +86,4 @@ TEST(ScopedFileDescriptor, FailedCloseIsLoggedAndSlotBecomesEmpty) {
     EXPECT_EQ(openFdCount(), before);
 }
 
-TEST(ScopedFileDescriptor, ComparesDescriptorNumbers) {
-    ndk::ScopedFileDescriptor low(closedFdNumber());
-    ndk::ScopedFileDescriptor none;
-    EXPECT_TRUE(none < low);
-    EXPECT_TRUE(none != low);
-    EXPECT_FALSE(none == low);
-    (void)low.release();
-}
-
 }  // namespace

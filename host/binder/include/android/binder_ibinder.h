@@ -24,15 +24,16 @@ enum {
 };
 
 // Built-in codes outside the user range, packed from four letters.
-#define B_PACK_CHARS(c1, c2, c3, c4) ((((c1) << 24)) | (((c2) << 16)) | (((c3) << 8)) | (c4))
+#define ABINDER_PACK_CHARS_(c1, c2, c3, c4) ((((c1) << 24)) | (((c2) << 16)) | (((c3) << 8)) | (c4))
 enum {
-    PING_TRANSACTION = B_PACK_CHARS('_', 'P', 'N', 'G'),
-    DUMP_TRANSACTION = B_PACK_CHARS('_', 'D', 'M', 'P'),
-    SHELL_COMMAND_TRANSACTION = B_PACK_CHARS('_', 'C', 'M', 'D'),
-    INTERFACE_TRANSACTION = B_PACK_CHARS('_', 'N', 'T', 'F'),
-    EXTENSION_TRANSACTION = B_PACK_CHARS('_', 'E', 'X', 'T'),
-    DEBUG_PID_TRANSACTION = B_PACK_CHARS('_', 'P', 'I', 'D'),
+    PING_TRANSACTION = ABINDER_PACK_CHARS_('_', 'P', 'N', 'G'),
+    DUMP_TRANSACTION = ABINDER_PACK_CHARS_('_', 'D', 'M', 'P'),
+    SHELL_COMMAND_TRANSACTION = ABINDER_PACK_CHARS_('_', 'C', 'M', 'D'),
+    INTERFACE_TRANSACTION = ABINDER_PACK_CHARS_('_', 'N', 'T', 'F'),
+    EXTENSION_TRANSACTION = ABINDER_PACK_CHARS_('_', 'E', 'X', 'T'),
+    DEBUG_PID_TRANSACTION = ABINDER_PACK_CHARS_('_', 'P', 'I', 'D'),
 };
+#undef ABINDER_PACK_CHARS_
 
 struct AIBinder_Class;
 typedef struct AIBinder_Class AIBinder_Class;
