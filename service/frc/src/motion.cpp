@@ -25,16 +25,27 @@ constexpr int kMaxRange = 256;
 // A block's best match counts as bad when its SAD exceeds kBadShare/8 of the block's texture
 // activity plus a noise allowance of kNoise per pixel: a true match leaves only sub-pixel and
 // noise residue, far below the activity, while a chance match in unrelated content does not.
-constexpr int kBadShare = 3;
+constexpr int kBadShare = 1;
 constexpr int kNoise = 4;
 // Neighbouring vectors closer than this (L1, 1/16 pixel) agree with each other.
 constexpr int kAgree = 32;
+// A vector this far (L1, 1/16 pixel) from the median around it needs wide support.
+constexpr int kFar = 32 * 16;
 // A pair is a scene cut when more than this share (in 1/256) of the blocks match badly.
 constexpr int kCutShare = 128;
 // Cost per pixel of displacement away from the block's predicted vector, in SAD units.
 constexpr int kLambda = 4;
+// Repetitive texture is looked for at this pyramid level (or the coarsest one below it), with
+// shifts up to kPeriodShifts pixels of that level along each axis.
+constexpr int kPeriodLevel = 2;
+constexpr int kPeriodShifts = 6;
 // Levels from which on the search also runs a backward pass over the grid.
-constexpr int kBackwardLevel = 2;
+constexpr int kBackwardLevel = 1;
+
+// Frames a block is compensated from: both, or only one where the other shows an occluder.
+constexpr uint8_t kBothSides = 0;
+constexpr uint8_t kEarlierOnly = 1;
+constexpr uint8_t kLaterOnly = 2;
 
 struct Vec {
     int x = 0;
@@ -139,7 +150,20 @@ struct MotionInterpolator::Impl {
     std::vector<Vec> previousMv16;  // the same for the pair before, a temporal predictor
     bool havePreviousField = false;
     std::vector<uint8_t> useMotion;  // per level-0 block: 1 compensate, 0 blend
-    std::vector<uint8_t> badMatch;   // per level-0 block: 1 poor best match, 2 isolated vector
+    std::vector<uint8_t> periods;    // per block of the period level: x and y period (0: none)
+    int periodLevel = 0;
+    std::vector<uint8_t> sides;  // per level-0 block: which frames compensation reads
+    std::vector<size_t> repairQueue;
+    std::vector<uint8_t> trust;  // per block of the level being searched
+    // Blocks between two motions, finished pixel by pixel after block compensation.
+    struct Repair {
+        size_t idx;
+        Vec vecs[3];  // the background's vector first, then others seen around the block
+        int count;
+        uint8_t side;
+    };
+    std::vector<Repair> repairs;
+    std::vector<uint8_t> badMatch;  // per level-0 block: 1 poor best match, 2 isolated vector
     bool sceneCut = false;
 
     std::vector<uint16_t> accLuma;  // overlapped-block accumulation per plane
@@ -159,8 +183,14 @@ struct MotionInterpolator::Impl {
     int cost(int level, int bx, int by, Vec v) const;
     void searchLevel(int level);
     void findDominant(int level);
+    void distrustBadMatches(int level);
     void refineSubpixel();
     void classify();
+    void findPeriods();
+    void repairOcclusion(size_t idx);
+    void finishRepairs(int k, int n, const FrameView& dst) const;
+    int supportOf(Vec v) const;
+    int periodAt(int bx, int by, int axis) const;
     void compensate(int k, int n, const FrameView& dst);
 };
 
@@ -205,6 +235,7 @@ void MotionInterpolator::Impl::configure(const ConstFrameView& f) {
     useMotion.assign(mv16.size(), 0);
     aroundCost.assign(mv16.size() * 4, -1);
     badMatch.assign(mv16.size(), 0);
+    sides.assign(mv16.size(), kBothSides);
     havePreviousField = false;
     frameCount = 0;
 }
@@ -441,6 +472,34 @@ void MotionInterpolator::Impl::searchLevel(int level) {
                     }
                 }
                 // Descend a small diamond until no neighbour improves.
+                // Between the coarsest and the finest level, a second descent starts from zero
+                // motion: a coarse block that straddles differently moving content can hand
+                // down a wrong vector whose neighbourhood never leads to the right one.
+                if (forward && parent != nullptr && !fine && !(best == Vec())) {
+                    Vec local;
+                    int localCost = penalised(local, cost(level, bx, by, local));
+                    for (int step = 0; step < 8; ++step) {
+                        const Vec centre = local;
+                        static constexpr int kDx[4] = {1, -1, 0, 0};
+                        static constexpr int kDy[4] = {0, 0, 1, -1};
+                        for (int d = 0; d < 4; ++d) {
+                            const Vec v{centre.x + kDx[d], centre.y + kDy[d]};
+                            if (std::abs(v.x) > r || std::abs(v.y) > r) continue;
+                            const int sad = cost(level, bx, by, v);
+                            const int c = penalised(v, sad);
+                            if (c < localCost) {
+                                localCost = c;
+                                local = v;
+                            }
+                            if (c < bestCost) {
+                                bestCost = c;
+                                bestSad = sad;
+                                best = v;
+                            }
+                        }
+                        if (local == centre) break;
+                    }
+                }
                 // At level 0 whole-pixel steps come first, then half-pixel ones.
                 const bool again = forward || !(best == at(bx, by));
                 for (int size = 1; size >= 1; --size) {
@@ -474,7 +533,53 @@ void MotionInterpolator::Impl::searchLevel(int level) {
             }
         }
     }
+    if (!fine) distrustBadMatches(level);
     findDominant(level);
+}
+
+// At a coarse level, a block whose best match is poor usually straddles differently moving
+// content, and its vector is a chance match that finer levels would only refine. Such a block
+// hands down the median vector of its well-matched neighbours instead (zero if there are none).
+void MotionInterpolator::Impl::distrustBadMatches(int level) {
+    Field& f = fields[level];
+    const PaddedPlane& a = prev().level(level);
+    trust.assign(f.v.size(), 1);
+    for (int by = 0; by < f.nby; ++by) {
+        for (int bx = 0; bx < f.nbx; ++bx) {
+            const size_t idx = static_cast<size_t>(by) * f.nbx + bx;
+            const int act = detail::activity8x8(a.at(bx * kBlock, by * kBlock), a.stride());
+            trust[idx] = f.cost[idx] * 8 > act * kBadShare + 8 * kNoise * kBlock * kBlock ? 0 : 1;
+        }
+    }
+    for (int by = 0; by < f.nby; ++by) {
+        for (int bx = 0; bx < f.nbx; ++bx) {
+            const size_t idx = static_cast<size_t>(by) * f.nbx + bx;
+            if (trust[idx]) continue;
+            int xs[9];
+            int ys[9];
+            int n = 0;
+            for (int dy = -1; dy <= 1; ++dy) {
+                for (int dx = -1; dx <= 1; ++dx) {
+                    const int x = bx + dx;
+                    const int y = by + dy;
+                    if (x < 0 || y < 0 || x >= f.nbx || y >= f.nby) continue;
+                    const size_t n2 = static_cast<size_t>(y) * f.nbx + x;
+                    if (!trust[n2]) continue;
+                    xs[n] = f.v[n2].x;
+                    ys[n] = f.v[n2].y;
+                    ++n;
+                }
+            }
+            Vec v;
+            if (n > 0) {
+                std::nth_element(xs, xs + n / 2, xs + n);
+                std::nth_element(ys, ys + n / 2, ys + n);
+                v = Vec{xs[n / 2], ys[n / 2]};
+            }
+            f.v[idx] = v;
+            f.cost[idx] = cost(level, bx, by, v);
+        }
+    }
 }
 
 // The most frequent vectors of a level (at least 1/16 of the blocks each), offered to every
@@ -553,22 +658,39 @@ void MotionInterpolator::Impl::classify() {
             bool isBad = f.cost[idx] * 8 > act * kBadShare + 8 * kNoise * kBlock * kBlock;
             // A vector that hardly any neighbour shares is a chance match (typical of
             // occlusions and unrelated pictures), however low its cost.
+            // So is a small group of vectors far from the motion all around it (a chance
+            // match in repetitive texture, handed down from a coarse block that straddled
+            // differently moving content).
             const Vec v = mv16[idx];
             int neighbours = 0;
             int agree = 0;
-            for (int dy = -1; dy <= 1; ++dy) {
-                for (int dx = -1; dx <= 1; ++dx) {
+            int wideAgree = 0;
+            int xs[25];
+            int ys[25];
+            int n = 0;
+            for (int dy = -2; dy <= 2; ++dy) {
+                for (int dx = -2; dx <= 2; ++dx) {
                     const int nx = bx + dx;
                     const int ny = by + dy;
-                    if ((dx == 0 && dy == 0) || nx < 0 || ny < 0 || nx >= f.nbx || ny >= f.nby) {
-                        continue;
-                    }
+                    if (nx < 0 || ny < 0 || nx >= f.nbx || ny >= f.nby) continue;
                     const Vec& w = mv16[static_cast<size_t>(ny) * f.nbx + nx];
-                    ++neighbours;
-                    agree += std::abs(w.x - v.x) + std::abs(w.y - v.y) <= kAgree ? 1 : 0;
+                    xs[n] = w.x;
+                    ys[n] = w.y;
+                    ++n;
+                    if (dx == 0 && dy == 0) continue;
+                    const bool same = std::abs(w.x - v.x) + std::abs(w.y - v.y) <= kAgree;
+                    wideAgree += same ? 1 : 0;
+                    if (std::abs(dx) <= 1 && std::abs(dy) <= 1) {
+                        ++neighbours;
+                        agree += same ? 1 : 0;
+                    }
                 }
             }
-            const bool isolated = agree * 4 < neighbours;
+            std::nth_element(xs, xs + n / 2, xs + n);
+            std::nth_element(ys, ys + n / 2, ys + n);
+            const bool outlandish =
+                wideAgree * 4 < n && std::abs(xs[n / 2] - v.x) + std::abs(ys[n / 2] - v.y) > kFar;
+            const bool isolated = agree * 4 < neighbours || outlandish;
             badMatch[idx] = isolated ? 2 : (isBad ? 1 : 0);
             isBad = isBad || isolated;
             badBlocks += isBad ? 1 : 0;
@@ -580,7 +702,13 @@ void MotionInterpolator::Impl::classify() {
         for (int bx = 0; bx < f.nbx; ++bx) {
             const size_t idx = static_cast<size_t>(by) * f.nbx + bx;
             bool motion = !sceneCut;
-            if (motion && badMatch[idx] == 2) {
+            // In repetitive texture a displacement of a quarter period or more may as well be
+            // another one a period away: the in-between frames would differ, so blend.
+            const int periodX = periodAt(bx, by, 0);
+            const int periodY = periodAt(bx, by, 1);
+            const bool ambiguous = (periodX > 0 && 4 * std::abs(mv16[idx].x) >= 16 * periodX) ||
+                                   (periodY > 0 && 4 * std::abs(mv16[idx].y) >= 16 * periodY);
+            if (motion && (badMatch[idx] == 2 || ambiguous)) {
                 motion = false;
             } else if (motion && badMatch[idx] == 1) {
                 // A poor match still wins when it clearly beats standing still.
@@ -588,17 +716,285 @@ void MotionInterpolator::Impl::classify() {
                 motion = f.cost[idx] * 4 < still * 3;
             }
             useMotion[idx] = motion ? 1 : 0;
-            if (!motion) ++fallbacks;
+            sides[idx] = kBothSides;
+            if (!sceneCut && !ambiguous && badMatch[idx] != 0) repairQueue.push_back(idx);
         }
     }
+    repairs.clear();
+    for (size_t idx : repairQueue) repairOcclusion(idx);
+    repairQueue.clear();
+    for (uint8_t m : useMotion) fallbacks += m ? 0 : 1;
     stats.pairs += 1;
     stats.sceneCuts += sceneCut ? 1 : 0;
     stats.blocks += f.cost.size();
     stats.fallbackBlocks += fallbacks;
 }
 
+// Marks blocks of repetitive texture: along an axis, a shift by the period matches the block
+// with itself much better than smaller shifts do. There, vectors that differ by the period fit
+// the two frames equally well, so the motion is ambiguous.
+void MotionInterpolator::Impl::findPeriods() {
+    periodLevel = std::min(kPeriodLevel, levels - 1);
+    const PaddedPlane& p = prev().level(periodLevel);
+    const Field& f = fields[periodLevel];
+    periods.assign(f.v.size() * 2, 0);
+    const int noise = kNoise * kBlock * kBlock;
+    for (int by = 0; by < f.nby; ++by) {
+        for (int bx = 0; bx < f.nbx; ++bx) {
+            const uint8_t* block = p.at(bx * kBlock, by * kBlock);
+            for (int axis = 0; axis < 2; ++axis) {
+                const ptrdiff_t unit = axis == 0 ? 1 : p.stride();
+                int peak = 0;
+                for (int d = 1; d <= kPeriodShifts; ++d) {
+                    const int c = sad8x8(block, block + d * unit, p.stride());
+                    if (d >= 2 && peak > noise && 2 * c < peak) {
+                        periods[(static_cast<size_t>(by) * f.nbx + bx) * 2 + axis] =
+                            static_cast<uint8_t>(d);
+                        break;
+                    }
+                    peak = std::max(peak, c);
+                }
+            }
+        }
+    }
+}
+
+// Number of blocks (sampled on a sparse grid) whose vector lies within a pixel of v.
+int MotionInterpolator::Impl::supportOf(Vec v) const {
+    int count = 0;
+    for (int by = 1; by < nby; by += 3) {
+        for (int bx = 1; bx < nbx; bx += 3) {
+            const size_t idx = static_cast<size_t>(by) * nbx + bx;
+            const Vec& w = mv16[idx];
+            count += badMatch[idx] == 0 && std::abs(w.x - v.x) + std::abs(w.y - v.y) <= 16;
+        }
+    }
+    return count;
+}
+
+// A block without a trustworthy match typically lies where a moving object uncovers or covers
+// the background: there the background is visible in only one of the two frames. The block
+// takes the background's vector (of the two motions around it, the one more common in the
+// frame) and is compensated from the frame in which the background is not hidden: the other
+// frame shows, at the background's position, content that moves with the foreground's vector.
+// With a single motion around it, the block simply takes that motion when it matches well.
+void MotionInterpolator::Impl::repairOcclusion(size_t idx) {
+    const int bx = static_cast<int>(idx % nbx);
+    const int by = static_cast<int>(idx / nbx);
+    Vec cluster[4];
+    int members[4] = {0, 0, 0, 0};
+    int clusters = 0;
+    for (int dy = -2; dy <= 2; ++dy) {
+        for (int dx = -2; dx <= 2; ++dx) {
+            const int x = bx + dx;
+            const int y = by + dy;
+            if (x < 0 || y < 0 || x >= nbx || y >= nby) continue;
+            const size_t n = static_cast<size_t>(y) * nbx + x;
+            if (badMatch[n] != 0 || useMotion[n] == 0) continue;
+            const Vec& w = mv16[n];
+            int c = 0;
+            while (c < clusters &&
+                   std::abs(cluster[c].x - w.x) + std::abs(cluster[c].y - w.y) > 16) {
+                ++c;
+            }
+            if (c == clusters) {
+                if (clusters == 4) continue;
+                cluster[clusters++] = w;
+            }
+            ++members[c];
+        }
+    }
+    if (clusters == 0) return;
+    int first = 0;
+    for (int c = 1; c < clusters; ++c) {
+        if (members[c] > members[first]) first = c;
+    }
+    int second = -1;
+    for (int c = 0; c < clusters; ++c) {
+        if (c != first && (second < 0 || members[c] > members[second])) second = c;
+    }
+    const PaddedPlane& a = prev().planes[0];
+    const PaddedPlane& b = cur().planes[0];
+    const int act = detail::activity8x8(a.at(bx * kBlock, by * kBlock), a.stride());
+    auto matches = [&](int sad) {
+        return sad * 8 <= act * kBadShare + 8 * kNoise * kBlock * kBlock;
+    };
+    auto symmetric = [&](Vec v16) {
+        return cost(0, bx, by, Vec{roundDiv(v16.x, 8), roundDiv(v16.y, 8)});
+    };
+    Vec background = cluster[first];
+    if (second >= 0 && supportOf(cluster[second]) > supportOf(background)) {
+        background = cluster[second];
+    }
+    if (matches(symmetric(background))) {
+        mv16[idx] = background;
+        useMotion[idx] = 1;
+        sides[idx] = kBothSides;
+        return;
+    }
+    if (second < 0) return;
+    const Vec foreground = background == cluster[first] ? cluster[second] : cluster[first];
+    // Integer positions of the block in both frames along the background's vector.
+    const int x0 = bx * kBlock;
+    const int y0 = by * kBlock;
+    const int ax = x0 - roundDiv(background.x, 32);
+    const int ay = y0 - roundDiv(background.y, 32);
+    const int bxp = x0 + roundDiv(background.x, 32);
+    const int byp = y0 + roundDiv(background.y, 32);
+    const int fx = roundDiv(foreground.x, 16);
+    const int fy = roundDiv(foreground.y, 16);
+    // How well each frame's content there follows the foreground to the other frame.
+    const int earlierIsForeground = sad8x8(a.at(ax, ay), b.at(ax + fx, ay + fy), a.stride());
+    const int laterIsForeground = sad8x8(b.at(bxp, byp), a.at(bxp - fx, byp - fy), a.stride());
+    mv16[idx] = background;
+    useMotion[idx] = 1;
+    sides[idx] = earlierIsForeground < laterIsForeground ? kLaterOnly : kEarlierOnly;
+    Repair repair{idx, {background, foreground, foreground}, 2, sides[idx]};
+    for (int c = 0; c < clusters; ++c) {
+        if (repair.count < 3 && !(cluster[c] == background) && !(cluster[c] == foreground)) {
+            repair.vecs[repair.count++] = cluster[c];
+        }
+    }
+    repairs.push_back(repair);
+}
+
+namespace {
+
+// Bilinear sample of byte `e` of element (x, y) + offset in 1/16 element of a padded plane.
+int sampleComponent(const PaddedPlane& p, int x, int y, int e, int ox, int oy) {
+    const uint8_t* q = p.at(x + (ox >> 4), y + (oy >> 4)) + e;
+    const int fx = ox & 15;
+    const int fy = oy & 15;
+    const int s = p.step();
+    const ptrdiff_t st = p.stride();
+    const int top = q[0] * (16 - fx) + q[s] * fx;
+    const int bottom = q[st] * (16 - fx) + q[st + s] * fx;
+    return (top * (16 - fy) + bottom * fy + 128) >> 8;
+}
+
+// Bilinear sample of a padded plane at (x, y) + offset in 1/16 element.
+int sampleAt(const PaddedPlane& p, int x, int y, int ox, int oy) {
+    const uint8_t* q = p.at(x + (ox >> 4), y + (oy >> 4));
+    const int fx = ox & 15;
+    const int fy = oy & 15;
+    const int s = p.step();
+    const ptrdiff_t st = p.stride();
+    const int top = q[0] * (16 - fx) + q[s] * fx;
+    const int bottom = q[st] * (16 - fx) + q[st + s] * fx;
+    return (top * (16 - fy) + bottom * fy + 128) >> 8;
+}
+
+}  // namespace
+
+// Pixels of a block between two motions: each takes the motion (foreground or background)
+// under which both frames agree best around it, and where neither agrees (the background is
+// hidden in one frame) the background from the frame chosen for the block.
+void MotionInterpolator::Impl::finishRepairs(int k, int n, const FrameView& dst) const {
+    const PaddedPlane& a = prev().planes[0];
+    const PaddedPlane& b = cur().planes[0];
+    constexpr int kSpan = kBlock + 2;  // the block and a ring for the 3x3 agreement sums
+    for (const Repair& r : repairs) {
+        const int bx = static_cast<int>(r.idx % nbx);
+        const int by = static_cast<int>(r.idx / nbx);
+        const Vec* vecs = r.vecs;
+        int pa[3][kSpan][kSpan];
+        int pb[3][kSpan][kSpan];
+        int diff[3][kSpan][kSpan];
+        for (int c = 0; c < r.count; ++c) {
+            const int oax = roundDiv(-k * vecs[c].x, n);
+            const int oay = roundDiv(-k * vecs[c].y, n);
+            const int obx = roundDiv((n - k) * vecs[c].x, n);
+            const int oby = roundDiv((n - k) * vecs[c].y, n);
+            for (int y = 0; y < kSpan; ++y) {
+                for (int x = 0; x < kSpan; ++x) {
+                    const int px = bx * kBlock + x - 1;
+                    const int py = by * kBlock + y - 1;
+                    pa[c][y][x] = sampleAt(a, px, py, oax, oay);
+                    pb[c][y][x] = sampleAt(b, px, py, obx, oby);
+                    diff[c][y][x] = std::abs(pa[c][y][x] - pb[c][y][x]);
+                }
+            }
+        }
+        const int wB = (256 * k + n / 2) / n;
+        uint8_t choice[kBlock][kBlock];  // candidate index, or 3: background from one side
+        for (int y = 0; y < kBlock; ++y) {
+            const int py = by * kBlock + y;
+            if (py >= height) break;
+            for (int x = 0; x < kBlock; ++x) {
+                const int px = bx * kBlock + x;
+                if (px >= width) break;
+                int c = 0;
+                int best = -1;
+                for (int i = 0; i < r.count; ++i) {
+                    int sum = 0;
+                    for (int dy = 0; dy < 3; ++dy) {
+                        for (int dx = 0; dx < 3; ++dx) sum += diff[i][y + dy][x + dx];
+                    }
+                    if (best < 0 || sum < best) {
+                        best = sum;
+                        c = i;
+                    }
+                }
+                int value;
+                if (best <= 9 * kNoise * 2) {
+                    choice[y][x] = static_cast<uint8_t>(c);
+                    value =
+                        (pa[c][y + 1][x + 1] * (256 - wB) + pb[c][y + 1][x + 1] * wB + 128) >> 8;
+                } else {
+                    choice[y][x] = 3;
+                    value = r.side == kEarlierOnly ? pa[0][y + 1][x + 1] : pb[0][y + 1][x + 1];
+                }
+                dst.planes[0][py * dst.strides[0] + px] = static_cast<uint8_t>(value);
+            }
+        }
+        // Chroma follows the choice of the top-left luma sample of each 2x2 group.
+        const int planes = format == PixelFormat::kI420 ? 2 : 1;
+        for (int y = 0; y < kBlock / 2; ++y) {
+            const int cy = by * kBlock / 2 + y;
+            if (cy >= chromaHeight(height)) break;
+            for (int x = 0; x < kBlock / 2; ++x) {
+                const int cx = bx * kBlock / 2 + x;
+                if (cx >= chromaWidth(width)) break;
+                const int ch = choice[2 * y][2 * x];
+                const Vec& v = vecs[ch == 3 ? 0 : ch];
+                const int oax = roundDiv(-k * v.x, 2 * n);
+                const int oay = roundDiv(-k * v.y, 2 * n);
+                const int obx = roundDiv((n - k) * v.x, 2 * n);
+                const int oby = roundDiv((n - k) * v.y, 2 * n);
+                for (int p = 0; p < planes; ++p) {
+                    const PaddedPlane& ca = prev().planes[1 + p];
+                    const PaddedPlane& cb = cur().planes[1 + p];
+                    const int step = ca.step();
+                    uint8_t* out = dst.planes[1 + p] + cy * dst.strides[1 + p] + cx * step;
+                    for (int e = 0; e < step; ++e) {
+                        const int sa = sampleComponent(ca, cx, cy, e, oax, oay);
+                        const int sb = sampleComponent(cb, cx, cy, e, obx, oby);
+                        int value;
+                        if (ch == 3) {
+                            value = r.side == kEarlierOnly ? sa : sb;
+                        } else {
+                            value = (sa * (256 - wB) + sb * wB + 128) >> 8;
+                        }
+                        out[e] = static_cast<uint8_t>(value);
+                    }
+                }
+            }
+        }
+    }
+}
+
+// Period in full-resolution pixels of the repetitive texture around level-0 block (bx, by)
+// along an axis, 0 when there is none.
+int MotionInterpolator::Impl::periodAt(int bx, int by, int axis) const {
+    const Field& f = fields[periodLevel];
+    const int px = std::min(bx >> periodLevel, f.nbx - 1);
+    const int py = std::min(by >> periodLevel, f.nby - 1);
+    return periods[(static_cast<size_t>(py) * f.nbx + px) * 2 + axis] << periodLevel;
+}
+
 void MotionInterpolator::Impl::estimate() {
     numDominant = 0;
+    findPeriods();
     for (int l = levels - 1; l >= 0; --l) {
         searchLevel(l);
     }
@@ -680,14 +1076,16 @@ void MotionInterpolator::Impl::compensate(int k, int n, const FrameView& dst) {
 
     const FrameData& fa = prev();
     const FrameData& fb = cur();
-    const int wB = (256 * k + n / 2) / n;  // phase weight of the later frame, of 256
-    const int wA = 256 - wB;
+    const int phaseB = (256 * k + n / 2) / n;  // phase weight of the later frame, of 256
     for (int by = -1; by <= nby; ++by) {
         const int cby = clampInt(by, 0, nby - 1);
         for (int bx = -1; bx <= nbx; ++bx) {
             const int cbx = clampInt(bx, 0, nbx - 1);
             const size_t idx = static_cast<size_t>(cby) * nbx + cbx;
             const Vec v = useMotion[idx] ? mv16[idx] : Vec();
+            const int side = useMotion[idx] ? sides[idx] : kBothSides;
+            const int wA = side == kBothSides ? 256 - phaseB : (side == kEarlierOnly ? 256 : 0);
+            const int wB = side == kBothSides ? phaseB : 256 - wA;
             // Offsets in 1/16 sample: the previous frame is read at -k/n of the vector, the
             // latest at +(n-k)/n; chroma offsets are half as large.
             const int oax = roundDiv(-k * v.x, n);
@@ -788,6 +1186,7 @@ bool MotionInterpolator::interpolate(int k, int n, const FrameView& dst) {
         return blendFrames(views[0], views[1], k, n, dst);
     }
     s.compensate(k, n, dst);
+    s.finishRepairs(k, n, dst);
     return true;
 }
 
