@@ -1,0 +1,330 @@
+// The demo node through the real library and the reference service registered in this process:
+// output count, order, timestamps and end of stream per mode and factor; bit-exact input frames,
+// repeats and blends; motion against blend on known motion; flush; service death; refusals.
+#include <binder_host/binder_host.h>
+#include <camera_host/camera_host.h>
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <atomic>
+#include <chrono>
+#include <cmath>
+#include <condition_variable>
+#include <mutex>
+#include <string>
+#include <thread>
+#include <tuple>
+#include <vector>
+
+#include "frc_node.h"
+#include "media/clipgen.h"
+#include "media/progress.h"
+#include "vppfrc_test_util.h"
+#include "vppservice/vpp_service.h"
+
+namespace {
+
+using vppfrc::FrcMode;
+using vppfrc::FrcNode;
+using vppfrc::FrcNodeConfig;
+using vppfrc::OutputFrame;
+using vppfrc_test::Frame;
+
+constexpr int kWidth = 64;
+constexpr int kHeight = 48;
+// Input spacing divisible by every factor, so that made frames have exact timestamps.
+constexpr int64_t kInterval = 840 * 1000;
+constexpr int kWaitMs = 20000;
+constexpr const char* kServiceName = "vendor.zux.hardware.vpp.IVppService/default";
+
+struct Captured {
+    Frame data;  // empty for an end of stream without a frame
+    int64_t timestamp;
+    bool endOfStream;
+    bool isInputFrame;
+};
+
+// Collects what a node hands to its consumer (on the service's thread).
+class Collector {
+  public:
+    FrcNode::FrameConsumer Consumer() {
+        return [this](const OutputFrame& frame) {
+            std::lock_guard<std::mutex> lock(mutex_);
+            Captured captured{Frame(), frame.timestamp, frame.endOfStream, frame.isInputFrame};
+            if (frame.i420 != nullptr) captured.data.assign(frame.i420, frame.i420 + frame.size);
+            frames_.push_back(std::move(captured));
+            return true;
+        };
+    }
+    std::vector<Captured> Frames() const {
+        std::lock_guard<std::mutex> lock(mutex_);
+        return frames_;
+    }
+
+  private:
+    mutable std::mutex mutex_;
+    std::vector<Captured> frames_;
+};
+
+FrcNodeConfig Config(FrcMode mode, int factor, int width = kWidth, int height = kHeight) {
+    FrcNodeConfig config;
+    config.width = static_cast<uint32_t>(width);
+    config.height = static_cast<uint32_t>(height);
+    config.mode = mode;
+    config.factor = factor;
+    return config;
+}
+
+class NodeE2e : public ::testing::Test {
+  protected:
+    void SetUp() override {
+        descriptors_ = media::OpenDescriptorCount();
+        service_ = vppservice::RegisterService();
+        ASSERT_NE(service_, nullptr);
+    }
+    void TearDown() override {
+        service_.reset();
+        ABinderHost_flushPool();
+        EXPECT_EQ(media::OpenDescriptorCount(), descriptors_) << "descriptors leaked";
+    }
+
+    // Runs frames (timestamps k * kInterval) through a node to the end of the stream.
+    std::vector<Captured> Convert(const FrcNodeConfig& config, const std::vector<Frame>& inputs) {
+        Collector collector;
+        {
+            FrcNode node(config, collector.Consumer());
+            EXPECT_EQ(node.Start(), LumResultSuccess) << node.failure();
+            for (size_t k = 0; k < inputs.size(); ++k) {
+                EXPECT_EQ(node.QueueFrame(inputs[k].data(), static_cast<int64_t>(k) * kInterval),
+                          LumResultSuccess)
+                    << node.failure();
+            }
+            EXPECT_EQ(node.EndStream(), LumResultSuccess);
+            EXPECT_TRUE(node.WaitForEnd(kWaitMs)) << node.failure();
+            const std::vector<Captured> frames = collector.Frames();
+            EXPECT_EQ(node.stats().framesDelivered,
+                      static_cast<uint64_t>(std::count_if(
+                          frames.begin(), frames.end(),
+                          [](const Captured& frame) { return !frame.data.empty(); })));
+            node.Stop();
+        }
+        EXPECT_EQ(service_->liveSessionCount(), 0u) << "the node's close terminated its session";
+        return collector.Frames();
+    }
+
+    std::unique_ptr<vppservice::ServiceHandle> service_;
+    int descriptors_ = 0;
+};
+
+class NodeModes : public NodeE2e, public ::testing::WithParamInterface<std::tuple<FrcMode, int>> {};
+
+TEST_P(NodeModes, OutputsComeInOrderEvenlySpacedWithExactInputsRepeatsAndBlends) {
+    const FrcMode mode = std::get<0>(GetParam());
+    const int factor = std::get<1>(GetParam());
+    const int groups = mode == FrcMode::kOff ? 1 : factor;
+    const std::vector<Frame> inputs = vppfrc_test::NoiseFrames(kWidth, kHeight, 5);
+
+    std::vector<Captured> out = Convert(Config(mode, factor), inputs);
+
+    // Without conversion the last frame is out before the end of the stream is known: the end
+    // comes back alone, in an empty buffer.
+    if (mode == FrcMode::kOff) {
+        ASSERT_FALSE(out.empty());
+        EXPECT_TRUE(out.back().endOfStream);
+        EXPECT_TRUE(out.back().data.empty());
+        out.back().data = inputs.back();
+        out.pop_back();
+        out.back().endOfStream = true;
+    }
+    ASSERT_EQ(out.size(), (inputs.size() - 1) * groups + 1);
+    for (size_t j = 0; j < out.size(); ++j) {
+        SCOPED_TRACE("output " + std::to_string(j));
+        EXPECT_EQ(out[j].timestamp, static_cast<int64_t>(j) * kInterval / groups);
+        EXPECT_EQ(out[j].endOfStream, j + 1 == out.size());
+        EXPECT_EQ(out[j].isInputFrame, j % groups == 0);
+        ASSERT_EQ(out[j].data.size(), inputs[0].size());
+
+        const Frame& before = inputs[j / groups];
+        const int phase = static_cast<int>(j % groups);
+        if (phase == 0) {
+            if (mode != FrcMode::kMotion) {
+                EXPECT_EQ(out[j].data, before) << "input not exact";
+            }
+            continue;
+        }
+        const Frame& after = inputs[j / groups + 1];
+        if (mode == FrcMode::kRepeat) {
+            EXPECT_EQ(out[j].data, before) << "repeat differs from the earlier input";
+        } else if (mode == FrcMode::kBlend) {
+            size_t wrong = 0;
+            for (size_t i = 0; i < before.size(); ++i) {
+                const int expected =
+                    (before[i] * (factor - phase) + after[i] * phase + factor / 2) / factor;
+                wrong += out[j].data[i] != expected;
+            }
+            EXPECT_EQ(wrong, 0u) << "samples that are not the rounded weighted average";
+        }
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(AllModes, NodeModes,
+                         ::testing::Combine(::testing::Values(FrcMode::kOff, FrcMode::kRepeat,
+                                                              FrcMode::kBlend, FrcMode::kMotion),
+                                            ::testing::Values(2, 3, 4)),
+                         [](const ::testing::TestParamInfo<std::tuple<FrcMode, int>>& info) {
+                             return std::string(vppfrc::FrcModeName(std::get<0>(info.param))) +
+                                    "_x" + std::to_string(std::get<1>(info.param));
+                         });
+
+double LumaPsnr(const Frame& a, const Frame& b, int width, int height) {
+    double sum = 0;
+    const size_t luma = static_cast<size_t>(width) * height;
+    for (size_t i = 0; i < luma; ++i) {
+        const double d = static_cast<double>(a[i]) - b[i];
+        sum += d * d;
+    }
+    const double mse = std::max(sum / static_cast<double>(luma), 1e-3);
+    return 10.0 * std::log10(255.0 * 255.0 / mse);
+}
+
+TEST_F(NodeE2e, MotionRebuildsHeldOutFramesFarBetterThanBlend) {
+    // Every second frame of a panning clip goes in; the frames left out are what factor 2 must
+    // rebuild.
+    constexpr int kW = 160;
+    constexpr int kH = 96;
+    media::ClipOptions options;
+    options.width = kW;
+    options.height = kH;
+    options.frames = 13;
+    options.panX = 3.0;
+    options.panY = 1.0;
+    options.ballX = -4.0;
+    options.ballY = 2.0;
+    media::ClipGenerator clip;
+    std::string error;
+    ASSERT_TRUE(clip.Init(options, &error)) << error;
+    std::vector<Frame> inputs;
+    std::vector<Frame> heldOut;
+    for (int t = 0; t < options.frames; ++t) {
+        Frame frame(clip.frameSize());
+        clip.Render(t, frame.data());
+        (t % 2 == 0 ? inputs : heldOut).push_back(std::move(frame));
+    }
+
+    const std::vector<Captured> motion = Convert(Config(FrcMode::kMotion, 2, kW, kH), inputs);
+    const std::vector<Captured> blend = Convert(Config(FrcMode::kBlend, 2, kW, kH), inputs);
+    ASSERT_EQ(motion.size(), 2 * inputs.size() - 1);
+    ASSERT_EQ(blend.size(), motion.size());
+    double motionPsnr = 0;
+    double blendPsnr = 0;
+    for (size_t k = 0; k < heldOut.size(); ++k) {
+        motionPsnr += LumaPsnr(motion[2 * k + 1].data, heldOut[k], kW, kH) / heldOut.size();
+        blendPsnr += LumaPsnr(blend[2 * k + 1].data, heldOut[k], kW, kH) / heldOut.size();
+    }
+    EXPECT_GT(motionPsnr, blendPsnr + 6.0)
+        << "motion " << motionPsnr << " dB, blend " << blendPsnr << " dB";
+}
+
+TEST_F(NodeE2e, FlushInMidStreamReturnsEveryQueuedBufferAndANewStreamFollows) {
+    Collector collector;
+    const std::vector<Frame> inputs = vppfrc_test::NoiseFrames(kWidth, kHeight, 7);
+    FrcNodeConfig config = Config(FrcMode::kBlend, 3);
+    config.inputRequests = 4;
+    FrcNode node(config, collector.Consumer());
+    ASSERT_EQ(node.Start(), LumResultSuccess) << node.failure();
+    for (int k = 0; k < 3; ++k) {
+        ASSERT_EQ(node.QueueFrame(inputs[k].data(), k * kInterval), LumResultSuccess);
+    }
+
+    ASSERT_EQ(node.Flush(kWaitMs), LumResultSuccess) << node.failure();
+    EXPECT_EQ(node.freeInputCount(), node.inputRequestCount());
+    EXPECT_EQ(node.idleOutputCount(), node.outputRequestCount());
+    const size_t beforeFlush = collector.Frames().size();
+    EXPECT_LE(beforeFlush, 6u) << "at most the groups of the first two frames were complete";
+
+    // After the flush the node carries on with a stream of its own.
+    ASSERT_EQ(node.Resume(), LumResultSuccess);
+    for (int k = 3; k < 7; ++k) {
+        ASSERT_EQ(node.QueueFrame(inputs[k].data(), k * kInterval), LumResultSuccess);
+    }
+    ASSERT_EQ(node.EndStream(), LumResultSuccess);
+    ASSERT_TRUE(node.WaitForEnd(kWaitMs)) << node.failure();
+    const std::vector<Captured> out = collector.Frames();
+    ASSERT_EQ(out.size(), beforeFlush + 3 * 3 + 1);
+    for (size_t j = beforeFlush; j < out.size(); ++j) {
+        EXPECT_EQ(out[j].timestamp,
+                  3 * kInterval + static_cast<int64_t>(j - beforeFlush) * kInterval / 3);
+        EXPECT_EQ(out[j].isInputFrame, (j - beforeFlush) % 3 == 0);
+    }
+    EXPECT_EQ(out[beforeFlush].data, inputs[3]);
+    EXPECT_TRUE(out.back().endOfStream);
+}
+
+TEST_F(NodeE2e, ServiceDeathWakesABlockedProducerAndFailsTheNode) {
+    camera_host::SetStderrLogging(false);
+    // The consumer holds the service's thread, so the inputs stay out and the producer waits.
+    std::mutex mutex;
+    std::condition_variable released;
+    bool release = false;
+    std::atomic<int> delivered{0};
+    auto consumer = [&](const OutputFrame&) {
+        delivered++;
+        std::unique_lock<std::mutex> lock(mutex);
+        released.wait(lock, [&] { return release; });
+        return true;
+    };
+    const std::vector<Frame> inputs = vppfrc_test::NoiseFrames(kWidth, kHeight, 3);
+    FrcNodeConfig config = Config(FrcMode::kBlend, 2);
+    config.inputRequests = 2;
+    std::chrono::steady_clock::time_point declared;
+    std::thread killer;
+    {
+        FrcNode node(config, consumer);
+        ASSERT_EQ(node.Start(), LumResultSuccess) << node.failure();
+        ASSERT_EQ(node.QueueFrame(inputs[0].data(), 0), LumResultSuccess);
+        ASSERT_EQ(node.QueueFrame(inputs[1].data(), kInterval), LumResultSuccess);
+        killer = std::thread([&] {
+            while (delivered == 0) std::this_thread::sleep_for(std::chrono::milliseconds(1));
+            std::this_thread::sleep_for(std::chrono::milliseconds(50));
+            declared = std::chrono::steady_clock::now();
+            EXPECT_EQ(ABinderHost_declareDead(kServiceName), STATUS_OK);
+        });
+        EXPECT_NE(node.QueueFrame(inputs[2].data(), 2 * kInterval), LumResultSuccess);
+        const double wokenAfter =
+            std::chrono::duration<double>(std::chrono::steady_clock::now() - declared).count();
+        killer.join();
+        EXPECT_LT(wokenAfter, 1.0);
+        EXPECT_TRUE(node.serviceDied());
+        EXPECT_EQ(node.failure(), "the VPP service died");
+        EXPECT_FALSE(node.WaitForEnd(kWaitMs));
+        EXPECT_EQ(node.EndStream(), LumResultEFailed);
+        {
+            std::lock_guard<std::mutex> lock(mutex);
+            release = true;
+        }
+        released.notify_all();
+    }
+    const double closedAfter =
+        std::chrono::duration<double>(std::chrono::steady_clock::now() - declared).count();
+    EXPECT_LT(closedAfter, 1.0) << "closing after the death must not hang";
+    camera_host::SetStderrLogging(true);
+}
+
+TEST_F(NodeE2e, ServiceRefusalsSurfaceAsResultCodesAndLogLines) {
+    camera_host::SetStderrLogging(false);
+    camera_host::LogCapture capture;
+    {
+        FrcNode node(Config(FrcMode::kBlend, 9), nullptr);
+        EXPECT_EQ(node.Start(), LumResultEFailed);
+        EXPECT_EQ(node.failure(),
+                  "the VPP service refused the conversion settings (LumResultEFailed)");
+        EXPECT_EQ(node.QueueFrame(Frame(kWidth * kHeight * 3 / 2).data(), 0), LumResultEFailed);
+    }
+    const std::vector<std::string> messages = capture.Messages();
+    EXPECT_NE(std::find(messages.begin(), messages.end(),
+                        "[FrcNode] VPP set contrl FRC failed, vppError: VPP_ERR_PARAM"),
+              messages.end());
+    camera_host::SetStderrLogging(true);
+}
+
+}  // namespace

@@ -1,0 +1,118 @@
+// The vppfrc tool's run in this process, with its embedded service: a service that dies in
+// mid-stream ends the run non-zero within a second, and whole runs leak no descriptor.
+#include <binder_host/binder_host.h>
+#include <camera_host/camera_host.h>
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <cstdio>
+#include <string>
+#include <vector>
+
+#include "convert.h"
+#include "media/progress.h"
+#include "vppfrc_test_util.h"
+
+namespace {
+
+using vppfrc_test::TempDir;
+
+constexpr int kWidth = 64;
+constexpr int kHeight = 48;
+constexpr const char* kServiceName = "vendor.zux.hardware.vpp.IVppService/default";
+
+// Everything written to a stdio stream, read back after the run.
+class Capture {
+  public:
+    Capture() : file_(tmpfile()) {}
+    ~Capture() {
+        if (file_ != nullptr) fclose(file_);
+    }
+    Capture(const Capture&) = delete;
+    Capture& operator=(const Capture&) = delete;
+    FILE* get() const { return file_; }
+    std::string Text() const {
+        fflush(file_);
+        rewind(file_);
+        std::string text;
+        char buffer[4096];
+        size_t got = 0;
+        while ((got = fread(buffer, 1, sizeof(buffer), file_)) > 0) text.append(buffer, got);
+        return text;
+    }
+
+  private:
+    FILE* file_;
+};
+
+class ToolE2e : public ::testing::Test {
+  protected:
+    void SetUp() override {
+        ASSERT_FALSE(dir_.path().empty());
+        input_ = dir_.File("in.y4m");
+        ASSERT_TRUE(vppfrc_test::WriteY4m(input_, kWidth, kHeight,
+                                          vppfrc_test::NoiseFrames(kWidth, kHeight, 40)));
+    }
+    vppfrc::Options Convert(const std::string& output) const {
+        vppfrc::Options options;
+        options.input = input_;
+        options.output = output;
+        options.factor = 3;
+        options.mode = vppfrc::FrcMode::kMotion;
+        options.quiet = true;
+        return options;
+    }
+
+    TempDir dir_;
+    std::string input_;
+};
+
+TEST_F(ToolE2e, ServiceDeathInMidStreamEndsTheRunNonZeroWithinASecond) {
+    camera_host::SetStderrLogging(false);
+    Capture out;
+    Capture err;
+    std::chrono::steady_clock::time_point declared;
+    vppfrc::RunHooks hooks;
+    hooks.onFrameQueued = [&](int64_t frames) {
+        if (frames == 5) {
+            declared = std::chrono::steady_clock::now();
+            EXPECT_EQ(ABinderHost_declareDead(kServiceName), STATUS_OK);
+        }
+    };
+    const int exitCode =
+        vppfrc::RunTool(Convert(dir_.File("out.y4m")), out.get(), err.get(), hooks);
+    const double after =
+        std::chrono::duration<double>(std::chrono::steady_clock::now() - declared).count();
+    camera_host::SetStderrLogging(true);
+
+    EXPECT_EQ(exitCode, vppfrc::kExitFailed);
+    EXPECT_LT(after, 1.0);
+    EXPECT_EQ(err.Text().rfind("vppfrc: the VPP service died after ", 0), 0u) << err.Text();
+    EXPECT_EQ(out.Text(), "");
+    EXPECT_EQ(dir_.Entries(), std::vector<std::string>{"in.y4m"}) << "no output may be left";
+}
+
+TEST_F(ToolE2e, WholeRunsLeakNoDescriptor) {
+    // Once first: whatever the process sets up for good on first use is not a leak.
+    Capture out;
+    Capture err;
+    ASSERT_EQ(vppfrc::RunTool(Convert(dir_.File("warm.y4m")), out.get(), err.get()), 0)
+        << err.Text();
+    const int before = media::OpenDescriptorCount();
+
+    vppfrc::Options options = Convert(dir_.File("out.y4m"));
+    options.preview = dir_.File("p.png");
+    options.quiet = false;
+    EXPECT_EQ(vppfrc::RunTool(options, out.get(), err.get()), 0) << err.Text();
+    EXPECT_EQ(media::OpenDescriptorCount(), before);
+
+    // A failing run too: the input ends in a truncated frame.
+    vppfrc_test::WriteFile(input_, vppfrc_test::ReadFile(input_) + "FRAME\nshort");
+    EXPECT_EQ(vppfrc::RunTool(Convert(dir_.File("bad.y4m")), out.get(), err.get()),
+              vppfrc::kExitFailed);
+    EXPECT_EQ(media::OpenDescriptorCount(), before);
+    EXPECT_NE(err.Text().find("frame 41 is truncated"), std::string::npos) << err.Text();
+    EXPECT_NE(out.Text().find("vppfrc: preview:"), std::string::npos) << out.Text();
+}
+
+}  // namespace
