@@ -1,5 +1,4 @@
-// Local stubs on the host binder: fromBinder/asBinder identity, lifetime, versioning, default
-// implementations, delegators and proxies.
+// Local stubs: fromBinder/asBinder identity, lifetime, versions, defaults, delegators.
 #include <aidl/vendor/zux/hardware/vpp/BnVppCallbacks.h>
 #include <aidl/vendor/zux/hardware/vpp/BnVppService.h>
 #include <aidl/vendor/zux/hardware/vpp/BnVppSession.h>

@@ -1,5 +1,4 @@
-// Checks the C++ interface classes against the .aidl sources: transaction codes, vtable layout,
-// interface hash, VppError and the parcelables' field lists.
+// The C++ against the .aidl sources: codes, vtable layout, hash, VppError, parcelable fields.
 #include <aidl/vendor/zux/hardware/vpp/BnVppCallbacks.h>
 #include <aidl/vendor/zux/hardware/vpp/BnVppService.h>
 #include <aidl/vendor/zux/hardware/vpp/BnVppSession.h>

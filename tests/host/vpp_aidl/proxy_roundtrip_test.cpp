@@ -1,5 +1,4 @@
-// Calls through the proxies into local stubs, so that every argument and result crosses a parcel,
-// and the parcelables' encoding rules (size prefix, older and newer peers).
+// Calls through proxies into local stubs across parcels, and the parcelables' wire encoding.
 #include <aidl/vendor/zux/hardware/vpp/BnVppService.h>
 #include <aidl/vendor/zux/hardware/vpp/BpVppService.h>
 #include <aidl/vendor/zux/hardware/vpp/BpVppSession.h>

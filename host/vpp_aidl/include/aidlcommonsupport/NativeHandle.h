@@ -1,5 +1,4 @@
-// Conversions between the AIDL NativeHandle and libcutils' native_handle_t, aliasing or
-// duplicating.
+// Aliasing and duplicating conversions between the AIDL NativeHandle and native_handle_t.
 #pragma once
 
 #include <aidl/android/hardware/common/NativeHandle.h>

@@ -1,5 +1,4 @@
-// NativeHandle: a buffer described by owned file descriptors and integers
-// (android.hardware.common).
+// NativeHandle (android.hardware.common): a buffer as owned file descriptors plus integers.
 #pragma once
 
 #include <android/binder_auto_utils.h>

@@ -1,5 +1,4 @@
-// BnVppCallbacks: the local (service-side) base class that implementations of IVppCallbacks derive
-// from.
+// BnVppCallbacks: base class of local IVppCallbacks implementations, with their binder and stub.
 #pragma once
 
 #include <aidl/vendor/zux/hardware/vpp/IVppCallbacks.h>
@@ -7,6 +6,7 @@
 
 #include <cassert>
 
+// Outside bionic the delegator's version checks compile to nothing.
 #ifndef __BIONIC__
 #ifndef __assert2
 #define __assert2(a, b, c, d) ((void)0)

@@ -1,5 +1,4 @@
-// BnVppSession: the local (service-side) base class that implementations of IVppSession derive
-// from.
+// BnVppSession: base class of local IVppSession implementations, with their binder and stub.
 #pragma once
 
 #include <aidl/vendor/zux/hardware/vpp/IVppSession.h>
@@ -7,6 +6,7 @@
 
 #include <cassert>
 
+// Outside bionic the delegator's version checks compile to nothing.
 #ifndef __BIONIC__
 #ifndef __assert2
 #define __assert2(a, b, c, d) ((void)0)

@@ -1,5 +1,4 @@
-// BpVppCallbacks: the proxy that reaches the client's callbacks through its binder when it lives
-// elsewhere.
+// BpVppCallbacks: proxy that reaches a client's callbacks through their binder.
 #pragma once
 
 #include <aidl/vendor/zux/hardware/vpp/IVppCallbacks.h>
