@@ -47,26 +47,6 @@ std::string ReleasedLine() {
 
 using NodeBaseTest = BaseTest;
 
-TEST_F(NodeBaseTest, ConstructorZeroesEveryMemberButTheSessionMode) {
-    // The derived constructor runs after the base one and only sets name and geometry.
-    TestNode node("Defaults");
-    EXPECT_EQ(node.m_sessionMode, 3u);
-    EXPECT_EQ(node.m_sessionOpened, 0u);
-    EXPECT_EQ(node.m_openThreadId, 0);
-    EXPECT_EQ(node.m_closeThreadId, 0);
-    EXPECT_EQ(node.m_openResult, 0u);
-    EXPECT_EQ(node.m_closeResult, 0u);
-    EXPECT_EQ(node.m_pFlushSessionLock, nullptr);
-    EXPECT_EQ(node.m_pWaitFlushSessionDone, nullptr);
-    EXPECT_EQ(node.m_inputFlushDone, 0u);
-    EXPECT_EQ(node.m_outputFlushDone, 0u);
-    EXPECT_EQ(node.m_pVppSession, nullptr);
-    EXPECT_EQ(node.m_pVppCallbacks, nullptr);
-    EXPECT_EQ(node.m_pDeathRecipient.get(), nullptr);
-    EXPECT_EQ(node.m_skipWaitForClose, 0u);
-    EXPECT_EQ(node.WaitForOnOpenVppSession(), 0u);
-}
-
 TEST_F(NodeBaseTest, InitializeWithNullInterfaceFailsBeforeCreatingAnything) {
     std::vector<std::string> mutexNames;
     camera_host::SetMutexCreateFailure([&](const char* pName) {
