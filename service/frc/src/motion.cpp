@@ -29,6 +29,8 @@ constexpr int kBadShare = 1;
 constexpr int kNoise = 4;
 // Neighbouring vectors closer than this (L1, 1/16 pixel) agree with each other.
 constexpr int kAgree = 32;
+// Mean absolute difference per pixel below which two frames agree on a pixel's motion.
+constexpr int kAgreeNoise = 12;
 // A vector this far (L1, 1/16 pixel) from the median around it needs wide support.
 constexpr int kFar = 32 * 16;
 // A pair is a scene cut when more than this share (in 1/256) of the blocks match badly.
@@ -42,8 +44,7 @@ constexpr int kPeriodShifts = 6;
 // Levels from which on the search also runs a backward pass over the grid.
 constexpr int kBackwardLevel = 1;
 
-// Frames a block is compensated from: both, or only one where the other shows an occluder.
-constexpr uint8_t kBothSides = 0;
+// Frame from which pixels hidden in the other frame are taken.
 constexpr uint8_t kEarlierOnly = 1;
 constexpr uint8_t kLaterOnly = 2;
 
@@ -152,7 +153,6 @@ struct MotionInterpolator::Impl {
     std::vector<uint8_t> useMotion;  // per level-0 block: 1 compensate, 0 blend
     std::vector<uint8_t> periods;    // per block of the period level: x and y period (0: none)
     int periodLevel = 0;
-    std::vector<uint8_t> sides;  // per level-0 block: which frames compensation reads
     std::vector<size_t> repairQueue;
     std::vector<uint8_t> trust;  // per block of the level being searched
     // Blocks between two motions, finished pixel by pixel after block compensation.
@@ -160,7 +160,7 @@ struct MotionInterpolator::Impl {
         size_t idx;
         Vec vecs[3];  // the background's vector first, then others seen around the block
         int count;
-        uint8_t side;
+        uint8_t side;  // frame that shows the background where the frames disagree
     };
     std::vector<Repair> repairs;
     std::vector<uint8_t> badMatch;  // per level-0 block: 1 poor best match, 2 isolated vector
@@ -187,7 +187,7 @@ struct MotionInterpolator::Impl {
     void refineSubpixel();
     void classify();
     void findPeriods();
-    void repairOcclusion(size_t idx);
+    void repairOcclusion(size_t idx, bool boundary);
     void finishRepairs(int k, int n, const FrameView& dst) const;
     int supportOf(Vec v) const;
     int periodAt(int bx, int by, int axis) const;
@@ -235,7 +235,6 @@ void MotionInterpolator::Impl::configure(const ConstFrameView& f) {
     useMotion.assign(mv16.size(), 0);
     aroundCost.assign(mv16.size() * 4, -1);
     badMatch.assign(mv16.size(), 0);
-    sides.assign(mv16.size(), kBothSides);
     havePreviousField = false;
     frameCount = 0;
 }
@@ -716,12 +715,16 @@ void MotionInterpolator::Impl::classify() {
                 motion = f.cost[idx] * 4 < still * 3;
             }
             useMotion[idx] = motion ? 1 : 0;
-            sides[idx] = kBothSides;
             if (!sceneCut && !ambiguous && badMatch[idx] != 0) repairQueue.push_back(idx);
         }
     }
     repairs.clear();
-    for (size_t idx : repairQueue) repairOcclusion(idx);
+    for (size_t idx : repairQueue) repairOcclusion(idx, false);
+    if (!sceneCut) {
+        for (size_t idx = 0; idx < useMotion.size(); ++idx) {
+            if (useMotion[idx] && badMatch[idx] == 0) repairOcclusion(idx, true);
+        }
+    }
     repairQueue.clear();
     for (uint8_t m : useMotion) fallbacks += m ? 0 : 1;
     stats.pairs += 1;
@@ -778,14 +781,18 @@ int MotionInterpolator::Impl::supportOf(Vec v) const {
 // frame) and is compensated from the frame in which the background is not hidden: the other
 // frame shows, at the background's position, content that moves with the foreground's vector.
 // With a single motion around it, the block simply takes that motion when it matches well.
-void MotionInterpolator::Impl::repairOcclusion(size_t idx) {
+//
+// A well-matched block on the border between two motions (boundary) keeps its vector for the
+// overlapped compensation but is finished pixel by pixel in the same way.
+void MotionInterpolator::Impl::repairOcclusion(size_t idx, bool boundary) {
     const int bx = static_cast<int>(idx % nbx);
     const int by = static_cast<int>(idx / nbx);
+    const int radius = boundary ? 1 : 2;
     Vec cluster[4];
     int members[4] = {0, 0, 0, 0};
     int clusters = 0;
-    for (int dy = -2; dy <= 2; ++dy) {
-        for (int dx = -2; dx <= 2; ++dx) {
+    for (int dy = -radius; dy <= radius; ++dy) {
+        for (int dx = -radius; dx <= radius; ++dx) {
             const int x = bx + dx;
             const int y = by + dy;
             if (x < 0 || y < 0 || x >= nbx || y >= nby) continue;
@@ -804,7 +811,7 @@ void MotionInterpolator::Impl::repairOcclusion(size_t idx) {
             ++members[c];
         }
     }
-    if (clusters == 0) return;
+    if (clusters == 0 || (boundary && clusters < 2)) return;
     int first = 0;
     for (int c = 1; c < clusters; ++c) {
         if (members[c] > members[first]) first = c;
@@ -814,7 +821,6 @@ void MotionInterpolator::Impl::repairOcclusion(size_t idx) {
         if (c != first && (second < 0 || members[c] > members[second])) second = c;
     }
     const PaddedPlane& a = prev().planes[0];
-    const PaddedPlane& b = cur().planes[0];
     const int act = detail::activity8x8(a.at(bx * kBlock, by * kBlock), a.stride());
     auto matches = [&](int sad) {
         return sad * 8 <= act * kBadShare + 8 * kNoise * kBlock * kBlock;
@@ -826,15 +832,15 @@ void MotionInterpolator::Impl::repairOcclusion(size_t idx) {
     if (second >= 0 && supportOf(cluster[second]) > supportOf(background)) {
         background = cluster[second];
     }
-    if (matches(symmetric(background))) {
+    if (!boundary) {
         mv16[idx] = background;
         useMotion[idx] = 1;
-        sides[idx] = kBothSides;
-        return;
+        if (second < 0 || matches(symmetric(background))) return;
     }
-    if (second < 0) return;
     const Vec foreground = background == cluster[first] ? cluster[second] : cluster[first];
-    // Integer positions of the block in both frames along the background's vector.
+    // Which frame hides the background here: the one whose content at the background's
+    // position follows the foreground's motion to the other frame.
+    const PaddedPlane& b = cur().planes[0];
     const int x0 = bx * kBlock;
     const int y0 = by * kBlock;
     const int ax = x0 - roundDiv(background.x, 32);
@@ -843,13 +849,12 @@ void MotionInterpolator::Impl::repairOcclusion(size_t idx) {
     const int byp = y0 + roundDiv(background.y, 32);
     const int fx = roundDiv(foreground.x, 16);
     const int fy = roundDiv(foreground.y, 16);
-    // How well each frame's content there follows the foreground to the other frame.
     const int earlierIsForeground = sad8x8(a.at(ax, ay), b.at(ax + fx, ay + fy), a.stride());
     const int laterIsForeground = sad8x8(b.at(bxp, byp), a.at(bxp - fx, byp - fy), a.stride());
-    mv16[idx] = background;
-    useMotion[idx] = 1;
-    sides[idx] = earlierIsForeground < laterIsForeground ? kLaterOnly : kEarlierOnly;
-    Repair repair{idx, {background, foreground, foreground}, 2, sides[idx]};
+    Repair repair{idx,
+                  {background, foreground, foreground},
+                  2,
+                  earlierIsForeground < laterIsForeground ? kLaterOnly : kEarlierOnly};
     for (int c = 0; c < clusters; ++c) {
         if (repair.count < 3 && !(cluster[c] == background) && !(cluster[c] == foreground)) {
             repair.vecs[repair.count++] = cluster[c];
@@ -915,8 +920,31 @@ void MotionInterpolator::Impl::finishRepairs(int k, int n, const FrameView& dst)
                 }
             }
         }
+        // Per pixel, how well each frame's content at the background's position follows the
+        // foreground's motion into the other frame: the frame where it does hides the
+        // background there.
+        int hiddenA[kSpan][kSpan];
+        int hiddenB[kSpan][kSpan];
+        {
+            const Vec& bg = vecs[0];
+            const Vec& fg = vecs[1];
+            const int oax = roundDiv(-k * bg.x, n);
+            const int oay = roundDiv(-k * bg.y, n);
+            const int obx = roundDiv((n - k) * bg.x, n);
+            const int oby = roundDiv((n - k) * bg.y, n);
+            for (int y = 0; y < kSpan; ++y) {
+                for (int x = 0; x < kSpan; ++x) {
+                    const int px = bx * kBlock + x - 1;
+                    const int py = by * kBlock + y - 1;
+                    hiddenA[y][x] =
+                        std::abs(pa[0][y][x] - sampleAt(b, px, py, oax + fg.x, oay + fg.y));
+                    hiddenB[y][x] =
+                        std::abs(pb[0][y][x] - sampleAt(a, px, py, obx - fg.x, oby - fg.y));
+                }
+            }
+        }
         const int wB = (256 * k + n / 2) / n;
-        uint8_t choice[kBlock][kBlock];  // candidate index, or 3: background from one side
+        uint8_t choice[kBlock][kBlock];  // candidate index, or 3 (A only) / 4 (B only)
         for (int y = 0; y < kBlock; ++y) {
             const int py = by * kBlock + y;
             if (py >= height) break;
@@ -935,14 +963,25 @@ void MotionInterpolator::Impl::finishRepairs(int k, int n, const FrameView& dst)
                         c = i;
                     }
                 }
+                // Where no motion makes the frames agree (the background is hidden in one of
+                // them), the background's motion gives the least objectionable mix.
                 int value;
-                if (best <= 9 * kNoise * 2) {
+                if (best > 9 * kAgreeNoise) {
+                    int sa = 0;
+                    int sb = 0;
+                    for (int dy = 0; dy < 3; ++dy) {
+                        for (int dx = 0; dx < 3; ++dx) {
+                            sa += hiddenA[y + dy][x + dx];
+                            sb += hiddenB[y + dy][x + dx];
+                        }
+                    }
+                    const bool fromA = sb < sa;
+                    choice[y][x] = fromA ? 3 : 4;
+                    value = fromA ? pa[0][y + 1][x + 1] : pb[0][y + 1][x + 1];
+                } else {
                     choice[y][x] = static_cast<uint8_t>(c);
                     value =
                         (pa[c][y + 1][x + 1] * (256 - wB) + pb[c][y + 1][x + 1] * wB + 128) >> 8;
-                } else {
-                    choice[y][x] = 3;
-                    value = r.side == kEarlierOnly ? pa[0][y + 1][x + 1] : pb[0][y + 1][x + 1];
                 }
                 dst.planes[0][py * dst.strides[0] + px] = static_cast<uint8_t>(value);
             }
@@ -956,7 +995,7 @@ void MotionInterpolator::Impl::finishRepairs(int k, int n, const FrameView& dst)
                 const int cx = bx * kBlock / 2 + x;
                 if (cx >= chromaWidth(width)) break;
                 const int ch = choice[2 * y][2 * x];
-                const Vec& v = vecs[ch == 3 ? 0 : ch];
+                const Vec& v = vecs[ch >= 3 ? 0 : ch];
                 const int oax = roundDiv(-k * v.x, 2 * n);
                 const int oay = roundDiv(-k * v.y, 2 * n);
                 const int obx = roundDiv((n - k) * v.x, 2 * n);
@@ -969,13 +1008,8 @@ void MotionInterpolator::Impl::finishRepairs(int k, int n, const FrameView& dst)
                     for (int e = 0; e < step; ++e) {
                         const int sa = sampleComponent(ca, cx, cy, e, oax, oay);
                         const int sb = sampleComponent(cb, cx, cy, e, obx, oby);
-                        int value;
-                        if (ch == 3) {
-                            value = r.side == kEarlierOnly ? sa : sb;
-                        } else {
-                            value = (sa * (256 - wB) + sb * wB + 128) >> 8;
-                        }
-                        out[e] = static_cast<uint8_t>(value);
+                        const int mix = (sa * (256 - wB) + sb * wB + 128) >> 8;
+                        out[e] = static_cast<uint8_t>(ch < 3 ? mix : (ch == 3 ? sa : sb));
                     }
                 }
             }
@@ -1083,9 +1117,8 @@ void MotionInterpolator::Impl::compensate(int k, int n, const FrameView& dst) {
             const int cbx = clampInt(bx, 0, nbx - 1);
             const size_t idx = static_cast<size_t>(cby) * nbx + cbx;
             const Vec v = useMotion[idx] ? mv16[idx] : Vec();
-            const int side = useMotion[idx] ? sides[idx] : kBothSides;
-            const int wA = side == kBothSides ? 256 - phaseB : (side == kEarlierOnly ? 256 : 0);
-            const int wB = side == kBothSides ? phaseB : 256 - wA;
+            const int wA = 256 - phaseB;
+            const int wB = phaseB;
             // Offsets in 1/16 sample: the previous frame is read at -k/n of the vector, the
             // latest at +(n-k)/n; chroma offsets are half as large.
             const int oax = roundDiv(-k * v.x, n);
