@@ -167,6 +167,9 @@ bool FrcNode::AllocateRequests(std::string* error) {
 
 LumResult FrcNode::Start() {
     std::string error;
+    if (!inputs_.empty()) {
+        return LumResultEInvalidState;  // started before
+    }
     if (config_.width == 0 || config_.height == 0 || (config_.width % 2) != 0 ||
         (config_.height % 2) != 0) {
         std::lock_guard<std::mutex> lock(mutex_);
@@ -291,7 +294,8 @@ LumResult FrcNode::QueueFrame(const uint8_t* i420, int64_t timestamp) {
     {
         std::unique_lock<std::mutex> lock(mutex_);
         changed_.wait(lock, [&] {
-            return !failure_.empty() || stopping_ || !started_ || !freeInputs_.empty();
+            return !failure_.empty() || stopping_ || !started_ || endQueued_ ||
+                   !freeInputs_.empty();
         });
         if (!failure_.empty()) {
             return LumResultEFailed;
@@ -553,11 +557,13 @@ void FrcNode::OnVppInputBufferDone(const VppBuffer& buffer) {
 void FrcNode::OnVppOutputBufferDone(const VppBuffer& buffer) {
     const uint64_t start = NowNs();
     Request* request = RequestOfCookie(buffer.cookie, true);
-    if (nullptr == request) {
+    {
         std::lock_guard<std::mutex> lock(mutex_);
-        returns_++;
-        FailLocked("the VPP service returned an output buffer that was not queued");
-        return;
+        if (nullptr == request || !request->queued) {
+            returns_++;
+            FailLocked("the VPP service returned an output buffer that was not queued");
+            return;
+        }
     }
     const bool endOfStream = (buffer.flags & kEndOfStreamFlag) != 0;
     // A buffer returned by a flush or a close is unfilled; an end of stream may come without a
@@ -641,6 +647,9 @@ void FrcNode::OnVppOutputBufferDone(const VppBuffer& buffer) {
 
 void FrcNode::OnVppFlushDone(const FlushDone& flushDone) {
     // The handshake FlushSession waits for: flag by port and signal, under the flush lock.
+    if (nullptr == m_pFlushSessionLock || nullptr == m_pWaitFlushSessionDone) {
+        return;  // no session can exist without them
+    }
     m_pFlushSessionLock->Lock();
     if (static_cast<int32_t>(kInputPort) == flushDone.port) {
         m_inputFlushDone = 1;

@@ -28,18 +28,14 @@ class TempDir {
     TempDir() {
         const char* base = getenv("TMPDIR");
         std::string pattern =
-            std::string(base != nullptr && *base != '\0' ? base : "/tmp") + "/vppfrc-XXXXXX";
-        std::vector<char> buffer(pattern.begin(), pattern.end());
-        buffer.push_back('\0');
-        if (mkdtemp(buffer.data()) != nullptr) path_ = buffer.data();
+            std::string(base != nullptr && *base ? base : "/tmp") + "/vppfrc-XXXXXX";
+        if (mkdtemp(&pattern[0]) != nullptr) path_ = pattern;
     }
     ~TempDir() {
-        if (!path_.empty()) {
-            nftw(
-                path_.c_str(),
-                [](const char* p, const struct stat*, int, struct FTW*) { return remove(p); }, 16,
-                FTW_DEPTH | FTW_PHYS);
-        }
+        auto remove = [](const char* p, const struct stat*, int, struct FTW*) {
+            return ::remove(p);
+        };
+        if (!path_.empty()) nftw(path_.c_str(), remove, 16, FTW_DEPTH | FTW_PHYS);
     }
     TempDir(const TempDir&) = delete;
     TempDir& operator=(const TempDir&) = delete;
