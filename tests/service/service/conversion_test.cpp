@@ -211,5 +211,46 @@ TEST_F(ConversionTest, ReconfigureReturnsOldBuffersThenTakesTheNewSize) {
     EXPECT_EQ(Queue(0, newSize.Buffer(5, 2)), VppError::VPP_OK);
 }
 
+TEST_F(ConversionTest, InputsWithoutTimestampsAreSpacedByTheFrameRate) {
+    Clip clip(3, 5);
+    ASSERT_EQ(Init(), VppError::VPP_OK);
+    ASSERT_EQ(SetPorts(Param(kWidth, kHeight), Param(kWidth, kHeight)), VppError::VPP_OK);
+    ASSERT_EQ(SetCtrl(Ctrl(2, 2)), VppError::VPP_OK);
+    ASSERT_EQ(Call([&](VppError* e) { return session_->setFrameRate(25, 1, e); }),
+              VppError::VPP_OK);
+    ASSERT_EQ(Open(), VppError::VPP_OK);
+    for (size_t i = 0; i < clip.outputs.size(); ++i) {
+        ASSERT_EQ(Queue(1, clip.outputs[i]->Buffer(kOutputCookie + i)), VppError::VPP_OK);
+    }
+    for (size_t i = 0; i < clip.inputs.size(); ++i) {
+        ASSERT_EQ(Queue(0, clip.inputs[i]->Buffer(i, 0, i + 1 == clip.inputs.size() ? kEos : 0)),
+                  VppError::VPP_OK);
+    }
+    ASSERT_TRUE(callbacks_->WaitForDrain());
+    const auto outputs = callbacks_->Of(Event::kOutput);
+    ASSERT_EQ(outputs.size(), 5u);
+    for (size_t k = 0; k < outputs.size(); ++k) {
+        EXPECT_EQ(outputs[k].timestamp, static_cast<int64_t>(k) * 20000000) << k;
+    }
+}
+
+TEST_F(ConversionTest, PlanesMayLiveInSeparateDescriptors) {
+    const size_t lumaSize = kWidth * kHeight;
+    SharedFrame luma(lumaSize);
+    SharedFrame chroma(lumaSize / 2);
+    SharedFrame output(kFrameSize);
+    for (size_t b = 0; b < lumaSize; ++b) luma.data()[b] = static_cast<uint8_t>(b * 3);
+    for (size_t b = 0; b < lumaSize / 2; ++b) chroma.data()[b] = static_cast<uint8_t>(b * 5 + 1);
+    ASSERT_NO_FATAL_FAILURE(OpenSession(Param(kWidth, kHeight), Ctrl(0, 0)));
+    ASSERT_EQ(Queue(1, output.Buffer(kOutputCookie)), VppError::VPP_OK);
+    VppBuffer input = luma.Buffer(1, 0, kEos);
+    input.bufferHandle.fds.push_back(std::move(chroma.Buffer(0).bufferHandle.fds[0]));
+    input.bufferLen = input.allocLen = input.filledLen = static_cast<int32_t>(kFrameSize);
+    ASSERT_EQ(Queue(0, input), VppError::VPP_OK);
+    ASSERT_TRUE(callbacks_->WaitForDrain());
+    EXPECT_EQ(std::memcmp(output.data(), luma.data(), lumaSize), 0);
+    EXPECT_EQ(std::memcmp(output.data() + lumaSize, chroma.data(), lumaSize / 2), 0);
+}
+
 }  // namespace
 }  // namespace svctest

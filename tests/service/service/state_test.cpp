@@ -165,5 +165,22 @@ TEST_F(StateTest, QueuedBuffersAreChecked) {
     EXPECT_EQ(events[0].cookie, 10);
 }
 
+TEST_F(StateTest, LoggingIsQuietUntilAsked) {
+    ASSERT_EQ(Init(), E::VPP_OK);
+    ::testing::internal::CaptureStderr();
+    EXPECT_EQ(Call([&](E* e) { return session_->setParameter(0, Param(63, 32), e); }),
+              E::VPP_ERR_PARAM);
+    EXPECT_EQ(::testing::internal::GetCapturedStderr(), "");
+
+    ASSERT_EQ(Call([&](E* e) { return session_->setName("cam0", e); }), E::VPP_OK);
+    ASSERT_EQ(Call([&](E* e) { return session_->setDebugFlags(1, e); }), E::VPP_OK);
+    ::testing::internal::CaptureStderr();
+    EXPECT_EQ(Call([&](E* e) { return session_->setParameter(0, Param(63, 32), e); }),
+              E::VPP_ERR_PARAM);
+    EXPECT_EQ(::testing::internal::GetCapturedStderr(),
+              "vppservice[cam0]: port 0: parameters 63x32 stride 63 scanlines 32 format 3 "
+              "refused\n");
+}
+
 }  // namespace
 }  // namespace svctest
