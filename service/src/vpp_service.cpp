@@ -74,9 +74,12 @@ ServiceHandle::~ServiceHandle() {
     }
     // Deleting the recipient drops its link and waits for a notification in progress.
     AIBinder_DeathRecipient_delete(s.recipient);
-    ndk::SpAIBinder current(AServiceManager_checkService(s.name.c_str()));
-    if (current.get() == s.binder.get()) {
-        ABinderHost_removeService(s.name.c_str());
+    // Only our own registration goes (the name may have been taken over meanwhile).
+    if (AServiceManager_isDeclared(s.name.c_str())) {
+        ndk::SpAIBinder current(AServiceManager_checkService(s.name.c_str()));
+        if (current.get() == s.binder.get()) {
+            ABinderHost_removeService(s.name.c_str());
+        }
     }
 }
 
@@ -95,11 +98,8 @@ size_t ServiceHandle::liveSessionCount() const {
 std::unique_ptr<ServiceHandle> RegisterService(const std::string& instance) {
     auto state = std::make_unique<ServiceHandle::State>();
     state->name = std::string(IVppService::descriptor) + "/" + instance;
-    {
-        ndk::SpAIBinder existing(AServiceManager_checkService(state->name.c_str()));
-        if (existing.get() != nullptr) {
-            return nullptr;
-        }
+    if (AServiceManager_isDeclared(state->name.c_str())) {
+        return nullptr;
     }
     state->core = std::make_shared<ServiceCore>(DebugFlagsFromEnvironment());
     state->service = ndk::SharedRefBase::make<VppService>(state->core);
