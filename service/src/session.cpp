@@ -634,7 +634,7 @@ void SessionCore::Run() {
     for (;;) {
         Work work = NextWork();
         if (work.kind == Work::Kind::kStop) {
-            stop = work.port == 1 ? Stop::kReturnAll : Stop::kSilent;
+            stop = work.stop;
             break;
         }
         switch (work.kind) {
@@ -685,7 +685,7 @@ SessionCore::Work SessionCore::NextWork() {
     for (;;) {
         if (stop_ != Stop::kNone) {
             work.kind = Work::Kind::kStop;
-            work.port = stop_ == Stop::kReturnAll ? 1 : 0;
+            work.stop = stop_;
             return work;
         }
         if (settingsVersion_ != appliedVersion_) {

@@ -153,7 +153,8 @@ class SessionCore : public std::enable_shared_from_this<SessionCore> {
     // The worker's next step, chosen under the lock.
     struct Work {
         enum class Kind { kStop, kFlush, kEmit, kDrop, kInput } kind = Kind::kStop;
-        int32_t port = 0;
+        Stop stop = Stop::kNone;  // kStop: how
+        int32_t port = 0;         // kFlush
         std::unique_ptr<OutputItem> output;
         std::unique_ptr<InputItem> input;
     };
