@@ -1,8 +1,10 @@
 // CopyImage against the plain copies it stands for: whole NV12 planes against memcpy of the same
 // bytes, and row-by-row copies between different strides against a per-row memcpy loop and
-// libyuv's CopyPlane on the same rows. Bytes/s counters count the bytes copied.
+// libyuv's CopyPlane on the same rows. Bytes/s counters count the bytes copied; the paired
+// benchmarks give the ratio of CopyImage's bandwidth to the baseline's, measured side by side.
 #include <benchmark/benchmark.h>
 #include <camera_host/camera_buffers.h>
+#include <time.h>
 
 #include <cstring>
 #include <memory>
@@ -82,63 +84,34 @@ struct Frames {
     size_t bytes = 0;
 };
 
-void Finish(benchmark::State& state, size_t bytesPerFrame) {
-    state.SetBytesProcessed(static_cast<int64_t>(state.iterations() * bytesPerFrame));
+// The copies compared; each moves the bytes that Frames::bytes counts.
+void CopyImageOnce(const Frames& frames, CopyNode& node) {
+    benchmark::DoNotOptimize(node.CopyImage(frames.output.get(), frames.input.get()));
 }
 
-void BM_CopyImagePlain(benchmark::State& state) {
-    Frames frames(state, false);
-    CopyNode node;
-    for (auto _ : state) {
-        benchmark::DoNotOptimize(node.CopyImage(frames.output.get(), frames.input.get()));
-        benchmark::ClobberMemory();
+void MemcpyPlanes(const Frames& frames) {
+    for (uint32_t p = 0; p < frames.input->numberOfPlanes; p++) {
+        std::memcpy(frames.output->pAddr[0][p], frames.input->pAddr[0][p],
+                    frames.input->planeSize[p]);
     }
-    Finish(state, frames.bytes);
 }
 
-void BM_MemcpyPlanes(benchmark::State& state) {
-    Frames frames(state, false);
-    for (auto _ : state) {
-        for (uint32_t p = 0; p < frames.input->numberOfPlanes; p++) {
-            std::memcpy(frames.output->pAddr[0][p], frames.input->pAddr[0][p],
-                        frames.input->planeSize[p]);
-        }
-        benchmark::ClobberMemory();
-    }
-    Finish(state, frames.bytes);
-}
-
-void BM_CopyImageRows(benchmark::State& state) {
-    Frames frames(state, true);
-    CopyNode node;
-    for (auto _ : state) {
-        benchmark::DoNotOptimize(node.CopyImage(frames.output.get(), frames.input.get()));
-        benchmark::ClobberMemory();
-    }
-    Finish(state, frames.bytes);
-}
-
-// The rows CopyImage copies for NV12: plane 0 whole, plane 1 over half of plane 0's rows.
+// The rows CopyImage copies for NV12 between different strides: plane 0 whole, plane 1 over half
+// of plane 0's rows, each row as long as the smaller stride (the source's, the width here).
 template <typename CopyRows>
-void RowBaseline(benchmark::State& state, CopyRows copyRows) {
-    Frames frames(state, true);
-    const uint32_t width = static_cast<uint32_t>(state.range(0));
-    const uint32_t rows = static_cast<uint32_t>(state.range(1));
-    const uint32_t sourceStride = frames.input->formatBlock.planeLayout[0].stride;
+void Nv12Rows(const Frames& frames, CopyRows copyRows) {
+    const uint32_t width = frames.input->formatBlock.planeLayout[0].stride;
+    const uint32_t rows = frames.input->formatBlock.planeLayout[0].height;
     const uint32_t destinationStride = frames.output->formatBlock.planeLayout[0].stride;
-    for (auto _ : state) {
-        copyRows(frames.input->pAddr[0][0], sourceStride, frames.output->pAddr[0][0],
-                 destinationStride, width, rows);
-        copyRows(frames.input->pAddr[0][1], sourceStride, frames.output->pAddr[0][1],
-                 destinationStride, width, rows / 2);
-        benchmark::ClobberMemory();
-    }
-    Finish(state, frames.bytes);
+    copyRows(frames.input->pAddr[0][0], width, frames.output->pAddr[0][0], destinationStride, width,
+             rows);
+    copyRows(frames.input->pAddr[0][1], width, frames.output->pAddr[0][1], destinationStride, width,
+             rows / 2);
 }
 
-void BM_MemcpyRows(benchmark::State& state) {
-    RowBaseline(state, [](const uint8_t* pSource, uint32_t sourceStride, uint8_t* pDestination,
-                          uint32_t destinationStride, uint32_t width, uint32_t rows) {
+void MemcpyRows(const Frames& frames) {
+    Nv12Rows(frames, [](const uint8_t* pSource, uint32_t sourceStride, uint8_t* pDestination,
+                        uint32_t destinationStride, uint32_t width, uint32_t rows) {
         for (uint32_t r = 0; r < rows; r++) {
             std::memcpy(pDestination + static_cast<size_t>(r) * destinationStride,
                         pSource + static_cast<size_t>(r) * sourceStride, width);
@@ -147,13 +120,91 @@ void BM_MemcpyRows(benchmark::State& state) {
 }
 
 #ifdef BENCH_WITH_LIBYUV
-void BM_LibyuvCopyPlane(benchmark::State& state) {
-    RowBaseline(state, [](const uint8_t* pSource, uint32_t sourceStride, uint8_t* pDestination,
-                          uint32_t destinationStride, uint32_t width, uint32_t rows) {
+void LibyuvRows(const Frames& frames) {
+    Nv12Rows(frames, [](const uint8_t* pSource, uint32_t sourceStride, uint8_t* pDestination,
+                        uint32_t destinationStride, uint32_t width, uint32_t rows) {
         libyuv::CopyPlane(pSource, static_cast<int>(sourceStride), pDestination,
                           static_cast<int>(destinationStride), static_cast<int>(width),
                           static_cast<int>(rows));
     });
+}
+#endif
+
+// One copy alone; bytes_per_second counts the bytes copied.
+template <typename Copy>
+void Alone(benchmark::State& state, bool differentStrides, Copy copy) {
+    Frames frames(state, differentStrides);
+    CopyNode node;
+    for (auto _ : state) {
+        copy(frames, node);
+        benchmark::ClobberMemory();
+    }
+    state.SetBytesProcessed(static_cast<int64_t>(state.iterations() * frames.bytes));
+}
+
+double ThreadSeconds() {
+    timespec now{};
+    clock_gettime(CLOCK_THREAD_CPUTIME_ID, &now);
+    return static_cast<double>(now.tv_sec) + static_cast<double>(now.tv_nsec) * 1e-9;
+}
+
+// CopyImage and a baseline on the same frames, alternately within every iteration (in turns of
+// who goes first), each timed in the thread's CPU time, so that a shared machine's changing load
+// weighs on both alike. ratio is CopyImage's bandwidth over the baseline's.
+template <typename Baseline>
+void Paired(benchmark::State& state, bool differentStrides, Baseline baseline) {
+    Frames frames(state, differentStrides);
+    CopyNode node;
+    double copyImageSeconds = 0;
+    double baselineSeconds = 0;
+    bool copyImageFirst = true;
+    for (auto _ : state) {
+        for (int turn = 0; turn < 2; turn++) {
+            const bool copyImageTurn = (turn == 0) == copyImageFirst;
+            const double start = ThreadSeconds();
+            if (copyImageTurn) {
+                CopyImageOnce(frames, node);
+            } else {
+                baseline(frames);
+            }
+            benchmark::ClobberMemory();
+            (copyImageTurn ? copyImageSeconds : baselineSeconds) += ThreadSeconds() - start;
+        }
+        copyImageFirst = !copyImageFirst;
+    }
+    const double bytes =
+        static_cast<double>(frames.bytes) * static_cast<double>(state.iterations());
+    state.counters["CopyImage_Bps"] = bytes / copyImageSeconds;
+    state.counters["baseline_Bps"] = bytes / baselineSeconds;
+    state.counters["ratio"] = baselineSeconds / copyImageSeconds;
+}
+
+void BM_CopyImagePlain(benchmark::State& state) {
+    Alone(state, false, CopyImageOnce);
+}
+void BM_MemcpyPlanes(benchmark::State& state) {
+    Alone(state, false, [](const Frames& frames, CopyNode&) { MemcpyPlanes(frames); });
+}
+void BM_PlainVsMemcpy(benchmark::State& state) {
+    Paired(state, false, MemcpyPlanes);
+}
+
+void BM_CopyImageRows(benchmark::State& state) {
+    Alone(state, true, CopyImageOnce);
+}
+void BM_MemcpyRows(benchmark::State& state) {
+    Alone(state, true, [](const Frames& frames, CopyNode&) { MemcpyRows(frames); });
+}
+void BM_RowsVsMemcpyLoop(benchmark::State& state) {
+    Paired(state, true, MemcpyRows);
+}
+
+#ifdef BENCH_WITH_LIBYUV
+void BM_LibyuvCopyPlane(benchmark::State& state) {
+    Alone(state, true, [](const Frames& frames, CopyNode&) { LibyuvRows(frames); });
+}
+void BM_RowsVsLibyuv(benchmark::State& state) {
+    Paired(state, true, LibyuvRows);
 }
 #endif
 
@@ -163,10 +214,13 @@ void Sizes(benchmark::internal::Benchmark* pBenchmark) {
 
 BENCHMARK(BM_CopyImagePlain)->Apply(Sizes);
 BENCHMARK(BM_MemcpyPlanes)->Apply(Sizes);
+BENCHMARK(BM_PlainVsMemcpy)->Apply(Sizes);
 BENCHMARK(BM_CopyImageRows)->Apply(Sizes);
 BENCHMARK(BM_MemcpyRows)->Apply(Sizes);
+BENCHMARK(BM_RowsVsMemcpyLoop)->Apply(Sizes);
 #ifdef BENCH_WITH_LIBYUV
 BENCHMARK(BM_LibyuvCopyPlane)->Apply(Sizes);
+BENCHMARK(BM_RowsVsLibyuv)->Apply(Sizes);
 #endif
 
 }  // namespace
