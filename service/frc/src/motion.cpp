@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <cstdlib>
+#include <cstring>
 #include <vector>
 
 #include "frc/ops.h"
@@ -33,6 +34,8 @@ constexpr int kAgree = 32;
 constexpr int kAgreeNoise = 12;
 // A vector this far (L1, 1/16 pixel) from the median around it needs wide support.
 constexpr int kFar = 32 * 16;
+// Motions around a block that differ by more than this (L1, 1/16 pixel) make it a border.
+constexpr int kBorder = 32;
 // A pair is a scene cut when more than this share (in 1/256) of the blocks match badly.
 constexpr int kCutShare = 128;
 // Cost per pixel of displacement away from the block's predicted vector, in SAD units.
@@ -42,15 +45,17 @@ constexpr int kLambda = 4;
 constexpr int kPeriodLevel = 2;
 constexpr int kPeriodShifts = 6;
 // Levels from which on the search also runs a backward pass over the grid.
-constexpr int kBackwardLevel = 1;
+constexpr int kBackwardLevel = 2;
 
 // Frame from which pixels hidden in the other frame are taken.
 constexpr uint8_t kEarlierOnly = 1;
 constexpr uint8_t kLaterOnly = 2;
 
+// A displacement; trivially constructible so that scratch arrays cost nothing (Vec() and
+// Vec{} are zero).
 struct Vec {
-    int x = 0;
-    int y = 0;
+    int x;
+    int y;
     bool operator==(const Vec& o) const { return x == o.x && y == o.y; }
     bool operator!=(const Vec& o) const { return !(*this == o); }
 };
@@ -75,6 +80,11 @@ struct FrameData {
     PaddedPlane halfPel[4];           // luma shifted by half a pixel: [1] x, [2] y, [3] both
     PaddedPlane pyramid[kMaxLevels];  // luma at 1/2^l for l >= 1 (entry 0 unused)
     const PaddedPlane& level(int l) const { return l == 0 ? planes[0] : pyramid[l]; }
+    // Picture origins and strides for the matching cost: pyramid levels, and the four
+    // half-pixel phases of level 0 (which share one stride).
+    const uint8_t* levelOrigin[kMaxLevels] = {};
+    ptrdiff_t levelStride[kMaxLevels] = {};
+    const uint8_t* halfOrigin[4] = {};
 };
 
 struct Field {
@@ -154,7 +164,10 @@ struct MotionInterpolator::Impl {
     std::vector<uint8_t> periods;    // per block of the period level: x and y period (0: none)
     int periodLevel = 0;
     std::vector<size_t> repairQueue;
-    std::vector<uint8_t> trust;  // per block of the level being searched
+    std::vector<int64_t> supportKeys;
+    std::vector<uint8_t> trust;
+    std::vector<uint8_t> onBorder;  // per level-0 block: a neighbour moves differently  // per
+                                    // block of the level being searched
     // Blocks between two motions, finished pixel by pixel after block compensation.
     struct Repair {
         size_t idx;
@@ -171,7 +184,7 @@ struct MotionInterpolator::Impl {
     AccPlane accGeometry[2];
     std::vector<Vec> sortBuffer;
     std::vector<int> aroundCost;  // per level-0 block: SAD at the final vector -x, +x, -y, +y
-    Vec dominant[2];
+    Vec dominant[2] = {};
     int numDominant = 0;
 
     const FrameData& prev() const { return frames[latest ^ 1]; }
@@ -190,6 +203,7 @@ struct MotionInterpolator::Impl {
     void repairOcclusion(size_t idx, bool boundary);
     void finishRepairs(int k, int n, const FrameView& dst) const;
     int supportOf(Vec v) const;
+    void buildSupport();
     int periodAt(int bx, int by, int axis) const;
     void compensate(int k, int n, const FrameView& dst);
 };
@@ -234,6 +248,7 @@ void MotionInterpolator::Impl::configure(const ConstFrameView& f) {
     previousMv16 = mv16;
     useMotion.assign(mv16.size(), 0);
     aroundCost.assign(mv16.size() * 4, -1);
+    onBorder.assign(mv16.size(), 0);
     badMatch.assign(mv16.size(), 0);
     havePreviousField = false;
     frameCount = 0;
@@ -245,38 +260,36 @@ void MotionInterpolator::Impl::load(FrameData& fd, const ConstFrameView& f) {
     if (format == PixelFormat::kI420) fd.planes[2].load(f.planes[2], f.strides[2]);
     for (int l = 1; l < levels; ++l) fd.level(l - 1).downsampleInto(fd.pyramid[l]);
     for (int i = 1; i < 4; ++i) fd.halfPel[i].halfPelFrom(fd.planes[0], i);
+    for (int l = 0; l < levels; ++l) {
+        fd.levelOrigin[l] = fd.level(l).row(0);
+        fd.levelStride[l] = fd.level(l).stride();
+    }
+    fd.halfOrigin[0] = fd.planes[0].row(0);
+    for (int i = 1; i < 4; ++i) fd.halfOrigin[i] = fd.halfPel[i].row(0);
 }
 
 // Symmetric matching cost: the block of the in-between frame at (bx, by) seen through vector v
 // (from the previous frame to the latest, in pixels of this level) in both frames. For odd
 // components the previous frame takes the larger half.
 int MotionInterpolator::Impl::cost(int level, int bx, int by, Vec v) const {
-    if (level == 0) {
-        // Level 0 works in half pixels: each side is read from the matching half-pel plane.
-        const int ax = -halfFloor(v.x + 1);
-        const int ay = -halfFloor(v.y + 1);
-        const int bxh = ax + v.x;
-        const int byh = ay + v.y;
-        const FrameData& pa = prev();
-        const FrameData& pb = cur();
-        auto plane = [](const FrameData& fd, int hx, int hy) -> const PaddedPlane& {
-            const int kind = (hx & 1) | ((hy & 1) << 1);
-            return kind == 0 ? fd.planes[0] : fd.halfPel[kind];
-        };
-        const PaddedPlane& a = plane(pa, ax, ay);
-        const PaddedPlane& b = plane(pb, bxh, byh);
-        const int x0 = bx * kBlock;
-        const int y0 = by * kBlock;
-        return sad8x8(a.at(x0 + halfFloor(ax), y0 + halfFloor(ay)),
-                      b.at(x0 + halfFloor(bxh), y0 + halfFloor(byh)), a.stride());
-    }
-    const PaddedPlane& a = prev().level(level);
-    const PaddedPlane& b = cur().level(level);
+    const FrameData& fa = prev();
+    const FrameData& fb = cur();
+    const ptrdiff_t stride = fa.levelStride[level];
     const int ax = -halfFloor(v.x + 1);
     const int ay = -halfFloor(v.y + 1);
-    const int x0 = bx * kBlock;
-    const int y0 = by * kBlock;
-    return sad8x8(a.at(x0 + ax, y0 + ay), b.at(x0 + ax + v.x, y0 + ay + v.y), a.stride());
+    const int bxv = ax + v.x;
+    const int byv = ay + v.y;
+    const ptrdiff_t origin = static_cast<ptrdiff_t>(by) * kBlock * stride + bx * kBlock;
+    if (level == 0) {
+        // Level 0 works in half pixels: each side is read from the matching half-pel plane.
+        const uint8_t* a = fa.halfOrigin[(ax & 1) | ((ay & 1) << 1)] + origin +
+                           halfFloor(ay) * stride + halfFloor(ax);
+        const uint8_t* b = fb.halfOrigin[(bxv & 1) | ((byv & 1) << 1)] + origin +
+                           halfFloor(byv) * stride + halfFloor(bxv);
+        return sad8x8(a, b, stride);
+    }
+    return sad8x8(fa.levelOrigin[level] + origin + ay * stride + ax,
+                  fb.levelOrigin[level] + origin + byv * stride + bxv, stride);
 }
 
 namespace {
@@ -362,8 +375,8 @@ void MotionInterpolator::Impl::searchLevel(int level) {
                 const bool hasH = bx + sx >= 0 && bx + sx < f.nbx;
                 const bool hasV = by + sy >= 0 && by + sy < f.nby;
                 const bool hasD = hasV && bx - sx >= 0 && bx - sx < f.nbx;
-                Vec pred;
-                Vec parentVec;
+                Vec pred{};
+                Vec parentVec{};
                 if (parent != nullptr) parentVec = parentAt(bx >> 1, by >> 1);
                 if (forward) {
                     const Vec h = hasH ? at(bx + sx, by) : parentVec;
@@ -424,7 +437,7 @@ void MotionInterpolator::Impl::searchLevel(int level) {
                 auto penalised = [&](Vec v, int sad) {
                     return sad + lambda * (std::abs(v.x - pred.x) + std::abs(v.y - pred.y));
                 };
-                Vec best;
+                Vec best{};
                 int bestSad = 0;
                 int bestCost = -1;
                 Vec tried[32];
@@ -471,38 +484,10 @@ void MotionInterpolator::Impl::searchLevel(int level) {
                     }
                 }
                 // Descend a small diamond until no neighbour improves.
-                // Between the coarsest and the finest level, a second descent starts from zero
-                // motion: a coarse block that straddles differently moving content can hand
-                // down a wrong vector whose neighbourhood never leads to the right one.
-                if (forward && parent != nullptr && !fine && !(best == Vec())) {
-                    Vec local;
-                    int localCost = penalised(local, cost(level, bx, by, local));
-                    for (int step = 0; step < 8; ++step) {
-                        const Vec centre = local;
-                        static constexpr int kDx[4] = {1, -1, 0, 0};
-                        static constexpr int kDy[4] = {0, 0, 1, -1};
-                        for (int d = 0; d < 4; ++d) {
-                            const Vec v{centre.x + kDx[d], centre.y + kDy[d]};
-                            if (std::abs(v.x) > r || std::abs(v.y) > r) continue;
-                            const int sad = cost(level, bx, by, v);
-                            const int c = penalised(v, sad);
-                            if (c < localCost) {
-                                localCost = c;
-                                local = v;
-                            }
-                            if (c < bestCost) {
-                                bestCost = c;
-                                bestSad = sad;
-                                best = v;
-                            }
-                        }
-                        if (local == centre) break;
-                    }
-                }
                 // At level 0 whole-pixel steps come first, then half-pixel ones.
                 const bool again = forward || !(best == at(bx, by));
                 for (int size = 1; size >= 1; --size) {
-                    const int maxSteps = fine ? (again ? 3 : 0) : 8;
+                    const int maxSteps = fine ? (again ? 3 : 0) : (parent == nullptr ? 1 : 8);
                     for (int step = 0; step < maxSteps; ++step) {
                         const Vec centre = best;
                         static constexpr int kDx[4] = {1, -1, 0, 0};
@@ -532,8 +517,10 @@ void MotionInterpolator::Impl::searchLevel(int level) {
             }
         }
     }
-    if (!fine) distrustBadMatches(level);
-    findDominant(level);
+    if (!fine) {
+        distrustBadMatches(level);
+        findDominant(level);
+    }
 }
 
 // At a coarse level, a block whose best match is poor usually straddles differently moving
@@ -569,7 +556,7 @@ void MotionInterpolator::Impl::distrustBadMatches(int level) {
                     ++n;
                 }
             }
-            Vec v;
+            Vec v{};
             if (n > 0) {
                 std::nth_element(xs, xs + n / 2, xs + n);
                 std::nth_element(ys, ys + n / 2, ys + n);
@@ -664,31 +651,46 @@ void MotionInterpolator::Impl::classify() {
             int neighbours = 0;
             int agree = 0;
             int wideAgree = 0;
-            int xs[25];
-            int ys[25];
-            int n = 0;
-            for (int dy = -2; dy <= 2; ++dy) {
-                for (int dx = -2; dx <= 2; ++dx) {
+            bool border = false;
+            for (int dy = -1; dy <= 1; ++dy) {
+                for (int dx = -1; dx <= 1; ++dx) {
                     const int nx = bx + dx;
                     const int ny = by + dy;
-                    if (nx < 0 || ny < 0 || nx >= f.nbx || ny >= f.nby) continue;
-                    const Vec& w = mv16[static_cast<size_t>(ny) * f.nbx + nx];
-                    xs[n] = w.x;
-                    ys[n] = w.y;
-                    ++n;
-                    if (dx == 0 && dy == 0) continue;
-                    const bool same = std::abs(w.x - v.x) + std::abs(w.y - v.y) <= kAgree;
-                    wideAgree += same ? 1 : 0;
-                    if (std::abs(dx) <= 1 && std::abs(dy) <= 1) {
-                        ++neighbours;
-                        agree += same ? 1 : 0;
+                    if ((dx == 0 && dy == 0) || nx < 0 || ny < 0 || nx >= f.nbx || ny >= f.nby) {
+                        continue;
                     }
+                    const Vec& w = mv16[static_cast<size_t>(ny) * f.nbx + nx];
+                    const int distance = std::abs(w.x - v.x) + std::abs(w.y - v.y);
+                    ++neighbours;
+                    agree += distance <= kAgree ? 1 : 0;
+                    border = border || distance > kBorder;
                 }
             }
-            std::nth_element(xs, xs + n / 2, xs + n);
-            std::nth_element(ys, ys + n / 2, ys + n);
-            const bool outlandish =
-                wideAgree * 4 < n && std::abs(xs[n / 2] - v.x) + std::abs(ys[n / 2] - v.y) > kFar;
+            bool outlandish = false;
+            if (agree < neighbours) {
+                int xs[25];
+                int ys[25];
+                int n = 0;
+                for (int dy = -2; dy <= 2; ++dy) {
+                    for (int dx = -2; dx <= 2; ++dx) {
+                        const int nx = bx + dx;
+                        const int ny = by + dy;
+                        if (nx < 0 || ny < 0 || nx >= f.nbx || ny >= f.nby) continue;
+                        const Vec& w = mv16[static_cast<size_t>(ny) * f.nbx + nx];
+                        xs[n] = w.x;
+                        ys[n] = w.y;
+                        ++n;
+                        if (dx == 0 && dy == 0) continue;
+                        wideAgree += std::abs(w.x - v.x) + std::abs(w.y - v.y) <= kAgree ? 1 : 0;
+                    }
+                }
+                if (wideAgree * 4 < n) {
+                    std::nth_element(xs, xs + n / 2, xs + n);
+                    std::nth_element(ys, ys + n / 2, ys + n);
+                    outlandish = std::abs(xs[n / 2] - v.x) + std::abs(ys[n / 2] - v.y) > kFar;
+                }
+            }
+            onBorder[idx] = border ? 1 : 0;
             const bool isolated = agree * 4 < neighbours || outlandish;
             badMatch[idx] = isolated ? 2 : (isBad ? 1 : 0);
             isBad = isBad || isolated;
@@ -719,10 +721,11 @@ void MotionInterpolator::Impl::classify() {
         }
     }
     repairs.clear();
+    buildSupport();
     for (size_t idx : repairQueue) repairOcclusion(idx, false);
     if (!sceneCut) {
         for (size_t idx = 0; idx < useMotion.size(); ++idx) {
-            if (useMotion[idx] && badMatch[idx] == 0) repairOcclusion(idx, true);
+            if (useMotion[idx] && badMatch[idx] == 0 && onBorder[idx]) repairOcclusion(idx, true);
         }
     }
     repairQueue.clear();
@@ -762,14 +765,32 @@ void MotionInterpolator::Impl::findPeriods() {
     }
 }
 
-// Number of blocks (sampled on a sparse grid) whose vector lies within a pixel of v.
+namespace {
+
+// Key of a vector rounded to whole pixels, for the histogram of the field.
+int64_t pixelKey(Vec v16) {
+    return (static_cast<int64_t>((v16.x + 8) >> 4) << 32) + ((v16.y + 8) >> 4);
+}
+
+}  // namespace
+
+// Histogram of the well-matched vectors of the field, in whole pixels (sorted keys).
+void MotionInterpolator::Impl::buildSupport() {
+    supportKeys.clear();
+    for (size_t i = 0; i < mv16.size(); ++i) {
+        if (badMatch[i] == 0) supportKeys.push_back(pixelKey(mv16[i]));
+    }
+    std::sort(supportKeys.begin(), supportKeys.end());
+}
+
+// Number of well-matched blocks whose vector lies within about a pixel of v.
 int MotionInterpolator::Impl::supportOf(Vec v) const {
     int count = 0;
-    for (int by = 1; by < nby; by += 3) {
-        for (int bx = 1; bx < nbx; bx += 3) {
-            const size_t idx = static_cast<size_t>(by) * nbx + bx;
-            const Vec& w = mv16[idx];
-            count += badMatch[idx] == 0 && std::abs(w.x - v.x) + std::abs(w.y - v.y) <= 16;
+    for (int dy = -1; dy <= 1; ++dy) {
+        for (int dx = -1; dx <= 1; ++dx) {
+            const int64_t key = pixelKey(Vec{v.x + 16 * dx, v.y + 16 * dy});
+            const auto range = std::equal_range(supportKeys.begin(), supportKeys.end(), key);
+            count += static_cast<int>(range.second - range.first);
         }
     }
     return count;
@@ -811,7 +832,18 @@ void MotionInterpolator::Impl::repairOcclusion(size_t idx, bool boundary) {
             ++members[c];
         }
     }
-    if (clusters == 0 || (boundary && clusters < 2)) return;
+    if (clusters == 0) return;
+    if (boundary) {
+        // A border between motions: another motion with some support, clearly different.
+        const Vec own = mv16[idx];
+        bool other = false;
+        for (int c = 0; c < clusters; ++c) {
+            other = other ||
+                    (members[c] >= 2 &&
+                     std::abs(cluster[c].x - own.x) + std::abs(cluster[c].y - own.y) > kBorder);
+        }
+        if (!other) return;
+    }
     int first = 0;
     for (int c = 1; c < clusters; ++c) {
         if (members[c] > members[first]) first = c;
@@ -1104,9 +1136,13 @@ void MotionInterpolator::Impl::compensate(int k, int n, const FrameView& dst) {
     AccPlane& gc = accGeometry[1];
     gy.setup(kBlock, 1, nbx, nby);
     gc.setup(kBlock / 2, planar ? 1 : 2, nbx, nby);
-    accLuma.assign(static_cast<size_t>(gy.width) * gy.rows + 16, 0);
-    accChroma[0].assign(static_cast<size_t>(gc.width) * gc.rows + 16, 0);
-    if (planar) accChroma[1].assign(accChroma[0].size(), 0);
+    auto clear = [](std::vector<uint16_t>& acc, size_t size) {
+        acc.resize(size);
+        std::memset(acc.data(), 0, size * sizeof(uint16_t));
+    };
+    clear(accLuma, static_cast<size_t>(gy.width) * gy.rows + 16);
+    clear(accChroma[0], static_cast<size_t>(gc.width) * gc.rows + 16);
+    if (planar) clear(accChroma[1], accChroma[0].size());
 
     const FrameData& fa = prev();
     const FrameData& fb = cur();
