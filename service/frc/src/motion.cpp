@@ -41,9 +41,9 @@ constexpr int kCutShare = 128;
 // Cost per pixel of displacement away from the block's predicted vector, in SAD units.
 constexpr int kLambda = 4;
 // Repetitive texture is looked for at this pyramid level (or the coarsest one below it), with
-// shifts up to kPeriodShifts pixels of that level along each axis.
+// periods up to kLongestPeriod full-resolution pixels along each axis.
 constexpr int kPeriodLevel = 2;
-constexpr int kPeriodShifts = 6;
+constexpr int kLongestPeriod = 32;
 // Levels from which on the search also runs a backward pass over the grid.
 constexpr int kBackwardLevel = 2;
 
@@ -745,15 +745,20 @@ void MotionInterpolator::Impl::findPeriods() {
     const Field& f = fields[periodLevel];
     periods.assign(f.v.size() * 2, 0);
     const int noise = kNoise * kBlock * kBlock;
+    const int shifts = kLongestPeriod >> periodLevel;
     for (int by = 0; by < f.nby; ++by) {
         for (int bx = 0; bx < f.nbx; ++bx) {
             const uint8_t* block = p.at(bx * kBlock, by * kBlock);
             for (int axis = 0; axis < 2; ++axis) {
                 const ptrdiff_t unit = axis == 0 ? 1 : p.stride();
                 int peak = 0;
-                for (int d = 1; d <= kPeriodShifts; ++d) {
+                int first = 0;
+                for (int d = 1; d <= shifts; ++d) {
                     const int c = sad8x8(block, block + d * unit, p.stride());
-                    if (d >= 2 && peak > noise && 2 * c < peak) {
+                    if (d == 1) first = c;
+                    // A period: the block matches itself shifted by it nearly exactly, better
+                    // than shifted by one pixel and far better than by smaller shifts.
+                    if (d >= 2 && peak > noise && 4 * c < peak && c < first) {
                         periods[(static_cast<size_t>(by) * f.nbx + bx) * 2 + axis] =
                             static_cast<uint8_t>(d);
                         break;
