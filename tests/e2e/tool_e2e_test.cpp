@@ -58,7 +58,7 @@ class ToolE2e : public ::testing::Test {
         options.input = input_;
         options.output = output;
         options.factor = 3;
-        options.mode = vppfrc::FrcMode::kMotion;
+        options.mode = vppfrc::FrcMode::kBlend;
         options.quiet = true;
         return options;
     }
