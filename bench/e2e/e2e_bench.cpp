@@ -1,9 +1,10 @@
 // End-to-end throughput at 1920x1080, factor 2, blend: the vppfrc tool's conversion of a file
 // (reading, node, library, embedded service, writing), and the node alone on frames in memory.
-// Counters: out_fps (output frames per second of wall time); library_share (time inside the
-// library's queue calls, the service's side of each call included, over the wall time);
-// handler_share (time in the node's buffer-done handlers: NV12 to I420 and the consumer);
-// consumer_share (the part of it spent writing the output); queue_us (one queue call).
+// Counters, per output frame: frame_ms (wall time), queue_ms (inside the library's queue calls,
+// the service's side of each call included), handler_ms (in the node's buffer-done handlers:
+// NV12 to I420 and the consumer). Shares of the wall time: library_share (queue calls),
+// handler_share, consumer_share (writing the output, within the handlers). out_fps: output
+// frames per second of wall time.
 #include <benchmark/benchmark.h>
 #include <camera_host/camera_host.h>
 #include <stdlib.h>
@@ -70,20 +71,32 @@ Scratch& SharedScratch() {
     return scratch;
 }
 
-void Report(benchmark::State& state, double wall, int64_t framesOut,
-            const vppfrc::NodeStats& stats) {
-    state.counters["out_fps"] =
-        benchmark::Counter(static_cast<double>(framesOut), benchmark::Counter::kIsRate);
-    state.counters["library_share"] =
-        benchmark::Counter(stats.queueSeconds / wall, benchmark::Counter::kAvgIterations);
-    state.counters["handler_share"] =
-        benchmark::Counter(stats.handlerSeconds / wall, benchmark::Counter::kAvgIterations);
-    state.counters["consumer_share"] =
-        benchmark::Counter(stats.consumerSeconds / wall, benchmark::Counter::kAvgIterations);
-    state.counters["queue_us"] = benchmark::Counter(
-        stats.queueCalls > 0 ? stats.queueSeconds * 1e6 / static_cast<double>(stats.queueCalls) : 0,
-        benchmark::Counter::kAvgIterations);
-}
+// Sums over the iterations, reported as averages.
+struct Totals {
+    double wall = 0;
+    double frames = 0;
+    double queue = 0;
+    double handler = 0;
+    double consumer = 0;
+
+    void Add(double wallSeconds, int64_t framesOut, const vppfrc::NodeStats& stats) {
+        wall += wallSeconds;
+        frames += static_cast<double>(framesOut);
+        queue += stats.queueSeconds;
+        handler += stats.handlerSeconds;
+        consumer += stats.consumerSeconds;
+    }
+    void Report(benchmark::State& state) const {
+        if (wall <= 0 || frames <= 0) return;
+        state.counters["out_fps"] = frames / wall;
+        state.counters["frame_ms"] = wall * 1e3 / frames;
+        state.counters["queue_ms"] = queue * 1e3 / frames;
+        state.counters["handler_ms"] = handler * 1e3 / frames;
+        state.counters["library_share"] = queue / wall;
+        state.counters["handler_share"] = handler / wall;
+        state.counters["consumer_share"] = consumer / wall;
+    }
+};
 
 void BM_ToolBlendX2_1080p(benchmark::State& state) {
     Scratch& scratch = SharedScratch();
@@ -97,6 +110,7 @@ void BM_ToolBlendX2_1080p(benchmark::State& state) {
     job.mode = vppfrc::FrcMode::kBlend;
     job.factor = kFactor;
     job.showProgress = false;
+    Totals totals;
     for (auto _ : state) {
         vppfrc::ConversionReport report;
         std::string error;
@@ -104,9 +118,10 @@ void BM_ToolBlendX2_1080p(benchmark::State& state) {
             state.SkipWithError(error.c_str());
             return;
         }
-        Report(state, report.wallSeconds, report.framesOut, report.node);
+        totals.Add(report.wallSeconds, report.framesOut, report.node);
         state.SetIterationTime(report.wallSeconds);
     }
+    totals.Report(state);
 }
 BENCHMARK(BM_ToolBlendX2_1080p)->Unit(benchmark::kMillisecond)->UseManualTime()->Iterations(3);
 
@@ -130,6 +145,7 @@ void BM_NodeBlendX2_1080p(benchmark::State& state) {
     config.height = kHeight;
     config.mode = vppfrc::FrcMode::kBlend;
     config.factor = kFactor;
+    Totals totals;
     for (auto _ : state) {
         int64_t framesOut = 0;
         const auto start = std::chrono::steady_clock::now();
@@ -154,9 +170,10 @@ void BM_NodeBlendX2_1080p(benchmark::State& state) {
         }
         const double wall =
             std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
-        Report(state, wall, framesOut, stats);
+        totals.Add(wall, framesOut, stats);
         state.SetIterationTime(wall);
     }
+    totals.Report(state);
 }
 BENCHMARK(BM_NodeBlendX2_1080p)->Unit(benchmark::kMillisecond)->UseManualTime()->Iterations(3);
 
