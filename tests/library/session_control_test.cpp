@@ -27,11 +27,6 @@ VppCtrlFrc Ctrl() {
     return ctrl;
 }
 
-bool SameParam(const VppPortParam& a, const VppPortParam& b) {
-    return a.height == b.height && a.width == b.width && a.stride == b.stride &&
-           a.scanlines == b.scanlines && a.colorFormat == b.colorFormat;
-}
-
 ExpectedLine ParametersSet(const TestNode& node) {
     return {Level::kInfo, "SetVppParameter",
             Printf("[%s] set parameters for vpp session: %p finish", node.m_pNodeName,
@@ -54,11 +49,6 @@ ExpectedLine ControlFailed(const TestNode& node, const char* pError) {
             Printf("[%s] VPP set contrl FRC failed, vppError: %s", node.m_pNodeName, pError)};
 }
 
-// setParameter calls made after InitVppSession, with the ports they went to.
-std::vector<Call> ParameterCalls(const ScriptedSession& session) {
-    return session.CallsOf("setParameter");
-}
-
 TEST_F(SetVppParameterTest, SameRecordGoesToPortZeroThenPortOne) {
     auto node = MakeSessionNode("Params");
     auto session = SessionOf(*node);
@@ -68,11 +58,11 @@ TEST_F(SetVppParameterTest, SameRecordGoesToPortZeroThenPortOne) {
     EXPECT_TRUE(LogIs(log, {ParametersSet(*node)}));
     ASSERT_EQ(session->Methods(),
               (std::vector<std::string>{"init", "setParameter", "setParameter"}));
-    const auto calls = ParameterCalls(*session);
+    const auto calls = session->CallsOf("setParameter");
     EXPECT_EQ(calls[0].port, 0);
     EXPECT_EQ(calls[1].port, 1);
-    EXPECT_TRUE(SameParam(calls[0].param, Param())) << calls[0].param.toString();
-    EXPECT_TRUE(SameParam(calls[1].param, Param())) << calls[1].param.toString();
+    EXPECT_EQ(calls[0].param, Param()) << calls[0].param.toString();
+    EXPECT_EQ(calls[1].param, Param()) << calls[1].param.toString();
 }
 
 // A port-0 refusal stops before port 1; a port-1 refusal comes after port 0 accepted. One error
@@ -98,7 +88,7 @@ TEST_F(SetVppParameterTest, RefusalOfEitherPortFailsWithOneLine) {
         LogRecorder log;
         EXPECT_EQ(node->SetVppParameter(Param()), LumResultEFailed);
         EXPECT_TRUE(LogIs(log, {ParametersFailed(*node, c.pPrinted)}));
-        const auto calls = ParameterCalls(*session);
+        const auto calls = session->CallsOf("setParameter");
         ASSERT_EQ(calls.size(), c.expectedCalls);
         for (size_t i = 0; i < calls.size(); i++) {
             EXPECT_EQ(calls[i].port, static_cast<int32_t>(i));
@@ -115,7 +105,7 @@ TEST_F(SetVppParameterTest, BrokenTransactionsCountAsAccepted) {
     LogRecorder log;
     EXPECT_EQ(node->SetVppParameter(Param()), LumResultSuccess);
     EXPECT_TRUE(LogIs(log, {ParametersSet(*node)}));
-    EXPECT_EQ(ParameterCalls(*session).size(), 2u);
+    EXPECT_EQ(session->CallsOf("setParameter").size(), 2u);
 }
 
 TEST_F(SetVppControlTest, BeforeTheDeferredOpenSetModeTwoPrecedesTheUnchangedRecord) {
