@@ -10,7 +10,8 @@ import vendor.zux.hardware.vpp.VppError;
 interface IVppCallbacks {
     // End of stream has passed through the session: every buffer before it has been returned.
     VppError eventDrainDone();
-    // The session met an error it cannot recover from by itself.
+    // The session met an error it cannot recover from by itself (the reference service never
+    // sends it).
     VppError eventError(VppError error);
     // A port's flush is complete.
     VppError eventFlushDone(in FlushDone flushDone);

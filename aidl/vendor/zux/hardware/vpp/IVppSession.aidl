@@ -16,9 +16,11 @@ import vendor.zux.hardware.vpp.VppStats;
 interface IVppSession {
     // 0. Stops processing; every buffer still held is returned first.
     VppError close();
-    // 1. Processes everything queued as if end of stream had been queued on the input port.
+    // 1. Processes everything queued as if end of stream had been queued on the input port; needs
+    // an output buffer for the last (possibly empty) flagged output.
     VppError drain();
-    // 2. Returns every buffer held on the port, then sends eventFlushDone for it.
+    // 2. Returns every buffer held on the port (outputs unfilled), then sends eventFlushDone for it.
+    // Flushing the input port also drops in-between frames not yet written.
     VppError flush(int port);
     // 3. What the port needs of its buffers under its current parameters.
     VppError getBufferRequirements(int port, out VppBufferRequirements requirements);
@@ -34,7 +36,8 @@ interface IVppSession {
     VppError getMode(out int mode);
     // 9. The parameters of a port.
     VppError getParameter(int port, out VppPortParam param);
-    // 10. The session's state: 0 created, 1 initialised, 2 opened, 3 closed, 4 terminated.
+    // 10. The session's state: 0 created, 1 initialised, 2 opened, 3 closed, 4 terminated. Still
+    // answers after term; every other call after term answers VPP_ERR_STATE.
     VppError getState(out int state);
     // 11. Counters since open or since resetStats.
     VppError getStats(out VppStats stats);
@@ -53,7 +56,8 @@ interface IVppSession {
     VppError setMaxQueuedBuffers(int port, int count);
     // 18. A name for the session in the service's logs.
     VppError setName(String name);
-    // 19. Processing mode: 0 bypass, 1 manual, 2 automatic (controls take effect as set).
+    // 19. Processing mode: 0 bypass (frames pass through unconverted), 1 manual and 2 automatic
+    // (controls take effect as set; the two behave alike in the reference service). Default 2.
     VppError setMode(int mode);
     // 20. Geometry and format of a port; before open.
     VppError setParameter(int port, in VppPortParam param);

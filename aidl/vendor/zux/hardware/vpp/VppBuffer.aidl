@@ -1,5 +1,7 @@
 // A buffer exchanged between a client and a session: its memory, sizes, flags, timestamp and the
-// client's cookie, which comes back unchanged when the session returns the buffer.
+// client's cookie, which comes back unchanged when the session returns the buffer. A returned
+// buffer carries no descriptors: the client knows it by its cookie. An input end-of-stream marker
+// without memory is returned through inputBufferDone like any other input.
 package vendor.zux.hardware.vpp;
 
 import android.hardware.common.NativeHandle;

@@ -10,6 +10,7 @@ parcelable VppCtrlFrc {
     int mode;
     // Output frames per input frame, 2 to 8; ignored when mode is 0.
     int factor;
-    // Largest motion vector searched, in luma pixels; 0 lets the service choose.
+    // Largest motion vector searched, in luma pixels; 0 lets the service choose. Fixed when the
+    // session opens.
     int searchRange;
 }
