@@ -1,5 +1,4 @@
-// Tests of the end of a session: the flush handshake and its timed waits, drain, close and
-// terminate, the deferred close worker, and the destructor's wait for it.
+// Tests of flush and drain, close and terminate, the deferred close and the destructor's wait.
 #include <algorithm>
 #include <chrono>
 #include <thread>

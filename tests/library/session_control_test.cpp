@@ -1,5 +1,4 @@
-// Tests of SetVppParameter and SetVppControl: the calls each port and the FRC control receive, the
-// presets, the setMode step before the deferred open, and the error lines.
+// Tests of SetVppParameter and SetVppControl: calls per port, presets, setMode, error lines.
 #include "session_fixture.h"
 
 namespace vpptest {

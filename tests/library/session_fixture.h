@@ -1,5 +1,4 @@
-// Fixture and helpers shared by the session lifecycle tests: clean process state, every log level
-// on, both log sinks captured and compared line by line, gates for worker threads.
+// Fixture of the session tests: clean state, all log levels, line-by-line log checks, gates.
 #pragma once
 
 #include <android/binder_status.h>

@@ -1,5 +1,4 @@
-// Tests of InitVppSession: death link, session creation, callbacks registration, presets and the
-// log lines of every outcome.
+// Tests of InitVppSession: death link, session, callbacks, presets and every outcome's lines.
 #include <android/binder_status.h>
 
 #include "session_fixture.h"

@@ -1,5 +1,4 @@
-// Tests of OpenVppSession and the deferred open: the session count and its lock, the port
-// parameters sent from the worker, the worker's outcome and the join.
+// Tests of OpenVppSession and the deferred open: session count, port parameters, join.
 #include <algorithm>
 #include <thread>
 
