@@ -166,7 +166,8 @@ bool ParseOptions(const std::vector<std::string>& args, Options* options, std::s
 }
 
 std::string UsageText() {
-    return R"(Usage: vppfrc IN.y4m -o OUT.y4m [--factor N] [--mode MODE] [--preview FILE.png] [--quiet]
+    return R"(Usage: vppfrc IN.y4m -o OUT.y4m [--factor N] [--mode MODE] [--preview FILE.png]
+                     [--quiet]
        vppfrc --demo [--out-dir DIR] [--factor N] [--mode MODE] [--quiet]
        vppfrc --help
 
