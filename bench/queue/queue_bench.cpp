@@ -52,11 +52,11 @@ void SilenceLogs() {
 
 // One-descriptor NV12 1920x1080 buffers for input and output.
 std::unique_ptr<RequestBuffers> MakeRequest() {
-    CameraBufferConfig spec;
-    spec.geometry.width = 1920;
-    spec.geometry.height = 1080;
-    spec.geometry.format = IxoFormatNV12;
-    return RequestBuffers::Create(1, 1000, spec, spec);
+    CameraBufferConfig config;
+    config.geometry.width = 1920;
+    config.geometry.height = 1080;
+    config.geometry.format = IxoFormatNV12;
+    return RequestBuffers::Create(1, 1000, config, config);
 }
 
 // Two calls per iteration: per_call is the time of one.

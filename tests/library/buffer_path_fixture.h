@@ -117,13 +117,13 @@ class FakeCameraBuffer : public IxoImageList {
 // NV12 64x32 with a 64-byte stride: planes of 2048 and 1024 bytes.
 inline camera_host::CameraBufferConfig SmallNv12(bool descriptorPerPlane = false,
                                                  std::vector<int32_t> ints = {}) {
-    camera_host::CameraBufferConfig spec;
-    spec.geometry.width = 64;
-    spec.geometry.height = 32;
-    spec.geometry.format = IxoFormatNV12;
-    spec.descriptorPerPlane = descriptorPerPlane;
-    spec.ints = std::move(ints);
-    return spec;
+    camera_host::CameraBufferConfig config;
+    config.geometry.width = 64;
+    config.geometry.height = 32;
+    config.geometry.format = IxoFormatNV12;
+    config.descriptorPerPlane = descriptorPerPlane;
+    config.ints = std::move(ints);
+    return config;
 }
 
 constexpr int32_t kSmallNv12Size = 3072;
@@ -251,9 +251,9 @@ class BufferPathTest : public ::testing::Test {
 
     std::unique_ptr<camera_host::RequestBuffers> MakeRequest(
         uint64_t requestId = 7, uint64_t frameTimestamp = 33333,
-        const camera_host::CameraBufferConfig& spec = SmallNv12()) {
+        const camera_host::CameraBufferConfig& config = SmallNv12()) {
         std::unique_ptr<camera_host::RequestBuffers> request =
-            camera_host::RequestBuffers::Create(requestId, frameTimestamp, spec, spec);
+            camera_host::RequestBuffers::Create(requestId, frameTimestamp, config, config);
         EXPECT_NE(request, nullptr);
         return request;
     }

@@ -257,9 +257,9 @@ TEST_F(QueueInputTest, OnlyTheOutResultDecidesNotTheTransactionStatus) {
 
 TEST_F(QueueInputTest, MissingCameraHandleFailsBeforeTheService) {
     for (HandleMode mode : {HandleMode::NullAddress, HandleMode::NullHandle}) {
-        camera_host::CameraBufferConfig spec = SmallNv12();
-        spec.handleMode = mode;
-        auto request = MakeRequest(7, 100, spec);
+        camera_host::CameraBufferConfig config = SmallNv12();
+        config.handleMode = mode;
+        auto request = MakeRequest(7, 100, config);
         const int fdsBefore = OpenFdCount();
 
         StartCapture();

@@ -142,9 +142,9 @@ TEST_F(QueueTempTest, NullCameraObjectQueuesAnEmptyBuffer) {
 
 TEST_F(QueueTempTest, CameraObjectWithoutHandleFailsBeforeTheService) {
     for (HandleMode mode : {HandleMode::NullAddress, HandleMode::NullHandle}) {
-        CameraBufferConfig spec = SmallNv12();
-        spec.handleMode = mode;
-        std::unique_ptr<CameraBuffer> camera = CameraBuffer::Create(spec);
+        CameraBufferConfig config = SmallNv12();
+        config.handleMode = mode;
+        std::unique_ptr<CameraBuffer> camera = CameraBuffer::Create(config);
         ASSERT_NE(camera, nullptr);
 
         StartCapture();
