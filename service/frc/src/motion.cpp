@@ -487,7 +487,7 @@ void MotionInterpolator::Impl::searchLevel(int level) {
                 // At level 0 whole-pixel steps come first, then half-pixel ones.
                 const bool again = forward || !(best == at(bx, by));
                 for (int size = 1; size >= 1; --size) {
-                    const int maxSteps = fine ? (again ? 3 : 0) : (parent == nullptr ? 1 : 8);
+                    const int maxSteps = fine ? (again ? 2 : 0) : (parent == nullptr ? 1 : 8);
                     for (int step = 0; step < maxSteps; ++step) {
                         const Vec centre = best;
                         static constexpr int kDx[4] = {1, -1, 0, 0};
@@ -774,7 +774,7 @@ namespace {
 
 // Key of a vector rounded to whole pixels, for the histogram of the field.
 int64_t pixelKey(Vec v16) {
-    return (static_cast<int64_t>((v16.x + 8) >> 4) << 32) + ((v16.y + 8) >> 4);
+    return static_cast<int64_t>((v16.x + 8) >> 4) * (int64_t{1} << 32) + ((v16.y + 8) >> 4);
 }
 
 }  // namespace
