@@ -65,10 +65,21 @@ for clip in "${clips[@]}"; do
     "$tool" decimate "$src" "$w" "$h" "$work/$clip.30.yuv"
     blend=$("$tool" ours "$src" "$w" "$h" blend)
     motion=$("$tool" ours "$src" "$w" "$h" motion)
-    raw "${w}x$h" "$work/$clip.30.yuv" framerate=fps=60 "$work/$clip.framerate.yuv"
-    framerate=$("$tool" score "$src" "$work/$clip.framerate.yuv" "$w" "$h")
-    raw "${w}x$h" "$work/$clip.30.yuv" minterpolate=fps=60:mi_mode=mci "$work/$clip.mci.yuv"
-    mci=$("$tool" score "$src" "$work/$clip.mci.yuv" "$w" "$h")
+    # The reference filters' scores depend only on the clip: kept until the clip changes.
+    for filter in framerate minterpolate; do
+        score="$work/$clip.$filter.score"
+        if [ ! -s "$score" ] || [ "$score" -ot "$src" ]; then
+            case "$filter" in
+                framerate) vf=framerate=fps=60 ;;
+                *) vf=minterpolate=fps=60:mi_mode=mci ;;
+            esac
+            raw "${w}x$h" "$work/$clip.30.yuv" "$vf" "$work/$clip.$filter.yuv"
+            "$tool" score "$src" "$work/$clip.$filter.yuv" "$w" "$h" >"$score"
+            rm -f "$work/$clip.$filter.yuv"
+        fi
+    done
+    framerate=$(cat "$work/$clip.framerate.score")
+    mci=$(cat "$work/$clip.minterpolate.score")
     printf '%-8s %-9s | %10s %16s | %11s %17s | %7s%%\n' "$clip" "${w}x$h" \
         "$(field psnr <<<"$blend")" "$(field psnr <<<"$framerate")" "$(field psnr <<<"$motion")" \
         "$(field psnr <<<"$mci")" "$(field fallback <<<"$motion")"
@@ -76,5 +87,5 @@ for clip in "${clips[@]}"; do
     echo "  ours motion: $motion" >&2
     echo "  framerate: $framerate" >&2
     echo "  mci: $mci" >&2
-    rm -f "$work/$clip.framerate.yuv" "$work/$clip.mci.yuv" "$work/$clip.30.yuv"
+    rm -f "$work/$clip.30.yuv"
 done
