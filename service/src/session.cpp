@@ -548,64 +548,38 @@ ndk::ScopedAStatus SessionCore::setName(const std::string& name, VppError* resul
     return Answer(result, VppError::VPP_OK);
 }
 
-ndk::ScopedAStatus SessionCore::setMode(int32_t mode, VppError* result) {
+template <typename Apply>
+ndk::ScopedAStatus SessionCore::ChangeSetting(bool valid, VppError* result, Apply apply) {
     if (CheckDead()) return DeadStatus();
     std::lock_guard<std::mutex> lock(mutex_);
     if (!IsSettable(state_)) {
         return Answer(result, VppError::VPP_ERR_STATE);
     }
-    if (mode < 0 || mode > 2) {
+    if (!valid) {
         return Answer(result, VppError::VPP_ERR_PARAM);
     }
-    settings_.mode = mode;
+    apply();
     settingsVersion_++;
     workChanged_.notify_all();
     return Answer(result, VppError::VPP_OK);
+}
+
+ndk::ScopedAStatus SessionCore::setMode(int32_t mode, VppError* result) {
+    return ChangeSetting(mode >= 0 && mode <= 2, result, [&] { settings_.mode = mode; });
 }
 
 ndk::ScopedAStatus SessionCore::setPriority(int32_t priority, VppError* result) {
-    if (CheckDead()) return DeadStatus();
-    std::lock_guard<std::mutex> lock(mutex_);
-    if (!IsSettable(state_)) {
-        return Answer(result, VppError::VPP_ERR_STATE);
-    }
-    if (priority != 0 && priority != 1) {
-        return Answer(result, VppError::VPP_ERR_PARAM);
-    }
-    settings_.priority = priority;
-    settingsVersion_++;
-    workChanged_.notify_all();
-    return Answer(result, VppError::VPP_OK);
+    return ChangeSetting(priority == 0 || priority == 1, result,
+                         [&] { settings_.priority = priority; });
 }
 
 ndk::ScopedAStatus SessionCore::setTimestampMode(int32_t mode, VppError* result) {
-    if (CheckDead()) return DeadStatus();
-    std::lock_guard<std::mutex> lock(mutex_);
-    if (!IsSettable(state_)) {
-        return Answer(result, VppError::VPP_ERR_STATE);
-    }
-    if (mode != 0 && mode != 1) {
-        return Answer(result, VppError::VPP_ERR_PARAM);
-    }
-    settings_.timestampMode = mode;
-    settingsVersion_++;
-    workChanged_.notify_all();
-    return Answer(result, VppError::VPP_OK);
+    return ChangeSetting(mode == 0 || mode == 1, result, [&] { settings_.timestampMode = mode; });
 }
 
 ndk::ScopedAStatus SessionCore::setPassThrough(int32_t enable, VppError* result) {
-    if (CheckDead()) return DeadStatus();
-    std::lock_guard<std::mutex> lock(mutex_);
-    if (!IsSettable(state_)) {
-        return Answer(result, VppError::VPP_ERR_STATE);
-    }
-    if (enable != 0 && enable != 1) {
-        return Answer(result, VppError::VPP_ERR_PARAM);
-    }
-    settings_.passThrough = enable == 1;
-    settingsVersion_++;
-    workChanged_.notify_all();
-    return Answer(result, VppError::VPP_OK);
+    return ChangeSetting(enable == 0 || enable == 1, result,
+                         [&] { settings_.passThrough = enable == 1; });
 }
 
 ndk::ScopedAStatus SessionCore::ping(VppError* result) {

@@ -163,6 +163,10 @@ class SessionCore : public std::enable_shared_from_this<SessionCore> {
     bool CheckDead();
     static ndk::ScopedAStatus DeadStatus();
     static ndk::ScopedAStatus Answer(VppError* result, VppError error);
+    // Applies a setting while the session takes settings (VPP_ERR_STATE otherwise; VPP_ERR_PARAM
+    // when !valid) and tells the worker, which picks it up at its next settings check.
+    template <typename Apply>
+    ndk::ScopedAStatus ChangeSetting(bool valid, VppError* result, Apply apply);
     // A diagnostic line when the session's debug flags include `bits`.
     void Log(int32_t bits, const char* format, ...) const __attribute__((format(printf, 3, 4)));
 
