@@ -414,24 +414,23 @@ ndk::ScopedAStatus SessionCore::getBufferRequirements(int32_t port,
     return Answer(result, VppError::VPP_OK);
 }
 
-ndk::ScopedAStatus SessionCore::getCtrlFrc(VppCtrlFrc* ctrl, VppError* result) {
+template <typename Action>
+ndk::ScopedAStatus SessionCore::UnlessTerminated(VppError* result, Action action) {
     if (CheckDead()) return DeadStatus();
     std::lock_guard<std::mutex> lock(mutex_);
     if (state_ == SessionState::kTerminated) {
         return Answer(result, VppError::VPP_ERR_STATE);
     }
-    *ctrl = settings_.ctrl;
+    action();
     return Answer(result, VppError::VPP_OK);
 }
 
+ndk::ScopedAStatus SessionCore::getCtrlFrc(VppCtrlFrc* ctrl, VppError* result) {
+    return UnlessTerminated(result, [&] { *ctrl = settings_.ctrl; });
+}
+
 ndk::ScopedAStatus SessionCore::getMode(int32_t* mode, VppError* result) {
-    if (CheckDead()) return DeadStatus();
-    std::lock_guard<std::mutex> lock(mutex_);
-    if (state_ == SessionState::kTerminated) {
-        return Answer(result, VppError::VPP_ERR_STATE);
-    }
-    *mode = settings_.mode;
-    return Answer(result, VppError::VPP_OK);
+    return UnlessTerminated(result, [&] { *mode = settings_.mode; });
 }
 
 ndk::ScopedAStatus SessionCore::getParameter(int32_t port, VppPortParam* param, VppError* result) {
@@ -459,23 +458,11 @@ ndk::ScopedAStatus SessionCore::getState(int32_t* state, VppError* result) {
 }
 
 ndk::ScopedAStatus SessionCore::getStats(VppStats* stats, VppError* result) {
-    if (CheckDead()) return DeadStatus();
-    std::lock_guard<std::mutex> lock(mutex_);
-    if (state_ == SessionState::kTerminated) {
-        return Answer(result, VppError::VPP_ERR_STATE);
-    }
-    *stats = stats_;
-    return Answer(result, VppError::VPP_OK);
+    return UnlessTerminated(result, [&] { *stats = stats_; });
 }
 
 ndk::ScopedAStatus SessionCore::resetStats(VppError* result) {
-    if (CheckDead()) return DeadStatus();
-    std::lock_guard<std::mutex> lock(mutex_);
-    if (state_ == SessionState::kTerminated) {
-        return Answer(result, VppError::VPP_ERR_STATE);
-    }
-    stats_ = VppStats();
-    return Answer(result, VppError::VPP_OK);
+    return UnlessTerminated(result, [&] { stats_ = VppStats(); });
 }
 
 ndk::ScopedAStatus SessionCore::setCtrlFrc(const VppCtrlFrc& ctrl, VppError* result) {

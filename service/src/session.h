@@ -167,6 +167,10 @@ class SessionCore : public std::enable_shared_from_this<SessionCore> {
     // when !valid) and tells the worker, which picks it up at its next settings check.
     template <typename Apply>
     ndk::ScopedAStatus ChangeSetting(bool valid, VppError* result, Apply apply);
+    // Runs a plain read or reset under the lock unless the session is terminated
+    // (VPP_ERR_STATE then).
+    template <typename Action>
+    ndk::ScopedAStatus UnlessTerminated(VppError* result, Action action);
     // A diagnostic line when the session's debug flags include `bits`.
     void Log(int32_t bits, const char* format, ...) const __attribute__((format(printf, 3, 4)));
 
