@@ -28,6 +28,12 @@ using ::aidl::vendor::zux::hardware::vpp::ReconfigDone;
 using ::aidl::vendor::zux::hardware::vpp::VppBufferRequirements;
 using ::aidl::vendor::zux::hardware::vpp::VppStats;
 
+// The end-of-stream bit of VppBuffer.flags.
+constexpr int32_t kEndOfStreamFlag = 1;
+
+// The client's fields of a buffer, without its descriptors: what comes back with the buffer.
+VppBuffer RecordOf(const VppBuffer& buffer);
+
 // Session states as getState reports them.
 enum class SessionState : int32_t {
     kCreated = 0,
