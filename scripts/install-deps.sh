@@ -8,6 +8,7 @@ packages=(
     googletest libgtest-dev libgmock-dev libbenchmark-dev
     android-liblog-dev android-libcutils-dev
     libpng-dev libyuv-dev
+    clang libclang-rt-14-dev
 )
 
 missing=()
