@@ -4,6 +4,7 @@
 
 #include <chrono>
 #include <cstdarg>
+#include <cstdint>
 #include <cstdio>
 #include <system_error>
 #include <utility>
@@ -15,6 +16,14 @@ namespace {
 
 bool IsSettable(SessionState state) {
     return state == SessionState::kInitialised || state == SessionState::kOpened;
+}
+
+// The timestamp one frame period (denominator / numerator seconds, in nanoseconds) after
+// `previous`; it stops at int64's maximum instead of wrapping, for any rate a client may set.
+int64_t NextNominalTimestamp(int64_t previous, int32_t numerator, int32_t denominator) {
+    const __int128 next = static_cast<__int128>(previous) +
+                          static_cast<__int128>(denominator) * 1000000000 / numerator;
+    return next > INT64_MAX ? INT64_MAX : static_cast<int64_t>(next);
 }
 
 }  // namespace
@@ -195,8 +204,8 @@ ndk::ScopedAStatus SessionCore::queueBuf(int32_t port, const VppBuffer& buffer, 
         item->timestamp = buffer.timestamp;
         // Inputs without a timestamp are spaced by the nominal frame rate, when there is one.
         if (hasMemory && buffer.timestamp == 0 && anyQueued_ && settings_.frameRateNum > 0) {
-            item->timestamp = lastQueuedTimestamp_ + static_cast<int64_t>(settings_.frameRateDen) *
-                                                         1000000000LL / settings_.frameRateNum;
+            item->timestamp = NextNominalTimestamp(lastQueuedTimestamp_, settings_.frameRateNum,
+                                                   settings_.frameRateDen);
         }
         if (hasMemory) {
             lastQueuedTimestamp_ = item->timestamp;

@@ -1,6 +1,8 @@
 // Frame-rate converter: output scheduling (phases, timestamps, stream end) and rendering.
 #include "frc/converter.h"
 
+#include <cstdint>
+
 #include "frc/ops.h"
 
 namespace frc {
@@ -14,10 +16,16 @@ struct Held {
     bool present = false;
 };
 
-// tA + k * (tB - tA) / n without overflowing for any representable interval.
-int64_t phaseTimestamp(int64_t ta, int64_t tb, int k, int n) {
-    const int64_t d = tb - ta;
-    return ta + (d / n) * k + ((d % n) * k) / n;
+// Differences of two timestamps span up to 2^64 and need more than 64 bits.
+using Wide = __int128;
+
+// tA + k * d / n (rounded towards tA), held to int64's range: a made frame's timestamp for any
+// client timestamps, extremes included.
+int64_t phaseTimestamp(int64_t ta, Wide d, int k, int n) {
+    const Wide t = static_cast<Wide>(ta) + d * k / n;
+    if (t > INT64_MAX) return INT64_MAX;
+    if (t < INT64_MIN) return INT64_MIN;
+    return static_cast<int64_t>(t);
 }
 
 }  // namespace
@@ -43,7 +51,7 @@ struct Converter::Impl {
     Held groupA;   // frames of the group returned last
     Held groupB;
     FrcMode groupMode = FrcMode::kOff;
-    int64_t lastInterval = 0;
+    Wide lastInterval = 0;
     bool haveInterval = false;
 
     uint64_t motionPrevSeq = 0;  // frames the motion interpolator holds, by sequence number
@@ -71,14 +79,15 @@ void Converter::Impl::emitGroup(const Held& a, const Held& b, std::vector<Output
         o.nextTag = b.tag;
         o.phase = k;
         o.factor = n;
-        o.timestamp = phaseTimestamp(a.timestamp, b.timestamp, k, n);
+        o.timestamp =
+            phaseTimestamp(a.timestamp, static_cast<Wide>(b.timestamp) - a.timestamp, k, n);
         out->push_back(o);
     }
     stats.outputs += static_cast<uint64_t>(n);
     groupA = a;
     groupB = b;
     groupMode = config.mode;
-    lastInterval = b.timestamp - a.timestamp;
+    lastInterval = static_cast<Wide>(b.timestamp) - a.timestamp;
     haveInterval = true;
 }
 
@@ -187,7 +196,7 @@ void Converter::finish(std::vector<OutputFrame>* out) {
                 r.tag = a.tag;
                 r.phase = k;
                 r.factor = n;
-                r.timestamp = phaseTimestamp(a.timestamp, a.timestamp + s.lastInterval, k, n);
+                r.timestamp = phaseTimestamp(a.timestamp, s.lastInterval, k, n);
                 r.last = k == n - 1;
                 out->push_back(r);
                 ++s.stats.outputs;

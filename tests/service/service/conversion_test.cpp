@@ -1,5 +1,6 @@
 // Frame-rate conversion through a session: output count and order, timestamps, end of stream,
 // pixels of input and in-between frames, and the settings that change them.
+#include <cstdint>
 #include <random>
 
 #include "service_test_util.h"
@@ -231,6 +232,61 @@ TEST_F(ConversionTest, InputsWithoutTimestampsAreSpacedByTheFrameRate) {
     ASSERT_EQ(outputs.size(), 5u);
     for (size_t k = 0; k < outputs.size(); ++k) {
         EXPECT_EQ(outputs[k].timestamp, static_cast<int64_t>(k) * 20000000) << k;
+    }
+}
+
+TEST_F(ConversionTest, ClientTimestampsAndFrameRatesAtTheirExtremes) {
+    constexpr int64_t kMin = INT64_MIN;
+    constexpr int64_t kMax = INT64_MAX;
+    // Blend between the two ends of the range, and back: made frames fall in between.
+    {
+        Clip clip(3, 2 * 4 + 1);
+        ASSERT_NO_FATAL_FAILURE(OpenSession(Param(kWidth, kHeight), Ctrl(2, 4)));
+        for (size_t i = 0; i < clip.outputs.size(); ++i) {
+            ASSERT_EQ(Queue(1, clip.outputs[i]->Buffer(kOutputCookie + i)), VppError::VPP_OK);
+        }
+        const int64_t stamps[] = {kMin, kMax, kMin};
+        for (size_t i = 0; i < 3; ++i) {
+            ASSERT_EQ(Queue(0, clip.inputs[i]->Buffer(i, stamps[i], i == 2 ? kEos : 0)),
+                      VppError::VPP_OK);
+        }
+        ASSERT_TRUE(callbacks_->WaitForDrain());
+        const auto out = FilledOutputs();
+        ASSERT_EQ(out.size(), 9u);
+        EXPECT_EQ(out[0].timestamp, kMin);
+        EXPECT_EQ(out[2].timestamp, -1) << "half way from the minimum to the maximum";
+        EXPECT_EQ(out[4].timestamp, kMax);
+        EXPECT_EQ(out[8].timestamp, kMin);
+        for (size_t k = 1; k < 4; ++k) EXPECT_LT(out[k - 1].timestamp, out[k].timestamp);
+        for (size_t k = 5; k < 8; ++k) EXPECT_GT(out[k - 1].timestamp, out[k].timestamp);
+    }
+    // The slowest frame rate a client can set spaces untimed inputs by 2^31-1 s: the timeline
+    // stops at the maximum rather than wrapping.
+    TearDown();
+    SetUp();
+    {
+        const size_t inputs = 6;
+        Clip clip(inputs, (inputs - 1) * 2 + 1);
+        ASSERT_EQ(Init(), VppError::VPP_OK);
+        ASSERT_EQ(SetPorts(Param(kWidth, kHeight), Param(kWidth, kHeight)), VppError::VPP_OK);
+        ASSERT_EQ(SetCtrl(Ctrl(2, 2)), VppError::VPP_OK);
+        ASSERT_EQ(Call([&](VppError* e) { return session_->setFrameRate(1, INT32_MAX, e); }),
+                  VppError::VPP_OK);
+        ASSERT_EQ(Open(), VppError::VPP_OK);
+        for (size_t i = 0; i < clip.outputs.size(); ++i) {
+            ASSERT_EQ(Queue(1, clip.outputs[i]->Buffer(kOutputCookie + i)), VppError::VPP_OK);
+        }
+        for (size_t i = 0; i < inputs; ++i) {
+            ASSERT_EQ(Queue(0, clip.inputs[i]->Buffer(i, 0, i + 1 == inputs ? kEos : 0)),
+                      VppError::VPP_OK);
+        }
+        ASSERT_TRUE(callbacks_->WaitForDrain());
+        const auto out = FilledOutputs();
+        ASSERT_EQ(out.size(), clip.outputs.size());
+        const int64_t period = INT64_C(2147483647) * 1000000000;
+        EXPECT_EQ(out[2].timestamp, period);
+        for (size_t k = 1; k < out.size(); ++k) EXPECT_LE(out[k - 1].timestamp, out[k].timestamp);
+        EXPECT_EQ(out.back().timestamp, kMax);
     }
 }
 
