@@ -53,6 +53,9 @@ SessionCore::SessionCore(std::shared_ptr<ServiceCore> service, uint64_t id)
 }
 
 SessionCore::~SessionCore() {
+    // The last reference may go inside the death notification itself, which deleting its own
+    // recipient does not wait for.
+    UnlinkClientDeath();
     // Only the worker can hold the last reference while it runs; it cannot wait for itself.
     if (worker_.joinable()) {
         if (worker_.get_id() == std::this_thread::get_id()) {
@@ -108,6 +111,10 @@ ndk::ScopedAStatus SessionCore::init(int32_t flags, const std::shared_ptr<IVppCa
         return Answer(result, VppError::VPP_ERR_STATE);
     }
     if (flags != 0 || callbacks == nullptr) {
+        return Answer(result, VppError::VPP_ERR_PARAM);
+    }
+    if (!LinkToClientDeath(callbacks)) {
+        Log(kDebugLifecycle, "init refused: the callbacks object is dead");
         return Answer(result, VppError::VPP_ERR_PARAM);
     }
     callbacks_ = callbacks;
@@ -349,6 +356,50 @@ void SessionCore::Terminate() {
     ClearQueues();
 }
 
+void SessionCore::OnClientDied() {
+    Log(kDebugLifecycle, "client died: the session ends");
+    Terminate();
+    service_->RemoveSession(weak_from_this());
+}
+
+bool SessionCore::LinkToClientDeath(const std::shared_ptr<IVppCallbacks>& callbacks) {
+    ndk::SpAIBinder binder = callbacks->asBinder();
+    AIBinder_DeathRecipient* recipient = AIBinder_DeathRecipient_new(ClientDied);
+    AIBinder_DeathRecipient_setOnUnlinked(recipient, ClientUnlinked);
+    // The cookie lives until the link ends, which runs ClientUnlinked exactly once.
+    auto* cookie = new std::weak_ptr<SessionCore>(weak_from_this());
+    if (AIBinder_linkToDeath(binder.get(), recipient, cookie) != STATUS_OK) {
+        AIBinder_DeathRecipient_delete(recipient);
+        return false;
+    }
+    clientDeath_ = recipient;
+    clientBinder_ = std::move(binder);
+    return true;
+}
+
+void SessionCore::UnlinkClientDeath() {
+    AIBinder_DeathRecipient* recipient = nullptr;
+    ndk::SpAIBinder binder;
+    {
+        std::lock_guard<std::mutex> lock(mutex_);
+        std::swap(recipient, clientDeath_);
+        std::swap(binder, clientBinder_);
+    }
+    // Deleting the recipient ends its link; the binder goes after it, outside the lock.
+    AIBinder_DeathRecipient_delete(recipient);
+}
+
+void SessionCore::ClientDied(void* cookie) {
+    std::shared_ptr<SessionCore> session = static_cast<std::weak_ptr<SessionCore>*>(cookie)->lock();
+    if (session != nullptr) {
+        session->OnClientDied();
+    }
+}
+
+void SessionCore::ClientUnlinked(void* cookie) {
+    delete static_cast<std::weak_ptr<SessionCore>*>(cookie);
+}
+
 void SessionCore::StopSilently() {
     std::lock_guard<std::mutex> lock(mutex_);
     stop_ = Stop::kSilent;
@@ -384,6 +435,7 @@ void SessionCore::ClearQueues() {
         held_[kOutputPort] = 0;
         callbacks.swap(callbacks_);
     }
+    UnlinkClientDeath();
     // The mappings go here, outside the lock.
 }
 

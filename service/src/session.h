@@ -94,6 +94,9 @@ class SessionCore : public std::enable_shared_from_this<SessionCore> {
     // Stops the worker at its next step without further callbacks (the service died).
     void StopSilently();
     bool IsTerminated();
+    // The client's callbacks object died (its process went away): the session ends as
+    // Terminate() ends it and leaves the service.
+    void OnClientDied();
 
   private:
     // How the worker is asked to end.
@@ -204,6 +207,13 @@ class SessionCore : public std::enable_shared_from_this<SessionCore> {
 
     void JoinWorker();
     void ClearQueues();
+    // Links to the death of the callbacks' binder; false when it is dead already.
+    bool LinkToClientDeath(const std::shared_ptr<IVppCallbacks>& callbacks);
+    // Ends the death link; waits for a notification in progress on another thread. Never on the
+    // worker, which that notification may be joining.
+    void UnlinkClientDeath();
+    static void ClientDied(void* cookie);
+    static void ClientUnlinked(void* cookie);
 
     const std::shared_ptr<ServiceCore> service_;
 
@@ -217,6 +227,10 @@ class SessionCore : public std::enable_shared_from_this<SessionCore> {
     std::condition_variable workChanged_;
     SessionState state_ = SessionState::kCreated;
     std::shared_ptr<IVppCallbacks> callbacks_;
+    // While linked to the callbacks' death: the recipient, and the binder it watches, held so
+    // that a local callbacks object keeps the binder the link is on.
+    AIBinder_DeathRecipient* clientDeath_ = nullptr;
+    ndk::SpAIBinder clientBinder_;
     std::optional<VppPortParam> ports_[2];
     uint64_t generation_ = 0;  // bumped by reconfigure
     Settings settings_;

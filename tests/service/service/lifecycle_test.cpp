@@ -175,6 +175,63 @@ TEST_F(LifecycleTest, DeadServiceAnswersDeadObjectAndCallsNothingBack) {
     EXPECT_EQ(FrameMappingCount(), ownMappings);
 }
 
+TEST_F(LifecycleTest, ADeadClientTakesItsSessionsDownAndNoOtherSession) {
+    auto inputs = Frames(3);
+    auto outputs = Frames(2);
+    const int ownMappings = FrameMappingCount();
+    const int ownFds = OpenFdCount();
+    ASSERT_NO_FATAL_FAILURE(OpenSession(Param(kWidth, kHeight), Ctrl(2, 2)));
+    for (size_t i = 0; i < inputs.size(); ++i) {
+        ASSERT_EQ(Queue(0, inputs[i]->Buffer(i, 100 * i)), VppError::VPP_OK);
+    }
+    ASSERT_EQ(Queue(1, outputs[0]->Buffer(100)), VppError::VPP_OK);
+    ASSERT_TRUE(callbacks_->WaitForCount(Event::kOutput, 1));
+    ASSERT_EQ(Queue(1, outputs[1]->Buffer(101)), VppError::VPP_OK);
+
+    // A second client of the same service, with its own callbacks, stays.
+    std::shared_ptr<IVppSession> other;
+    ASSERT_TRUE(handle_->service()->getNewVppSession(0, &other).isOk());
+    auto otherCallbacks = ndk::SharedRefBase::make<RecordingCallbacks>();
+    VppError error = VppError::VPP_ERR_HW;
+    ASSERT_TRUE(other->init(0, otherCallbacks, &error).isOk());
+    ASSERT_EQ(error, VppError::VPP_OK);
+    ASSERT_EQ(handle_->liveSessionCount(), 2u);
+
+    const size_t eventsAtDeath = callbacks_->Events().size();
+    ASSERT_EQ(ABinderHost_declareBinderDead(callbacks_->asBinder().get()), STATUS_OK);
+    ASSERT_EQ(ABinderHost_flushPool(), STATUS_OK);
+    // Gone by the time the notification has run: its worker, its mappings, its buffers (returned
+    // to nowhere), and the service's references to the dead callbacks.
+    EXPECT_EQ(handle_->liveSessionCount(), 1u);
+    EXPECT_EQ(State(), 4);
+    EXPECT_EQ(FrameMappingCount(), ownMappings);
+    EXPECT_EQ(OpenFdCount(), ownFds);
+    EXPECT_EQ(callbacks_->Events().size(), eventsAtDeath);
+    EXPECT_EQ(Queue(0, inputs[0]->Buffer(9)), VppError::VPP_ERR_STATE);
+
+    ASSERT_TRUE(other->ping(&error).isOk());
+    EXPECT_EQ(error, VppError::VPP_OK);
+    EXPECT_TRUE(other->term().isOk());
+    EXPECT_EQ(handle_->liveSessionCount(), 0u);
+    EXPECT_TRUE(otherCallbacks->Events().empty());
+}
+
+TEST_F(LifecycleTest, SessionsEndingNormallyLeaveNoDeathLinkBehind) {
+    // Each session links to its client's death and must unlink when it ends: a death declared
+    // afterwards reaches nothing, and the callbacks object is released with its last client.
+    std::weak_ptr<RecordingCallbacks> watched = callbacks_;
+    ASSERT_NO_FATAL_FAILURE(OpenSession(Param(kWidth, kHeight), Ctrl(2, 2)));
+    ASSERT_TRUE(session_->term().isOk());
+    ASSERT_EQ(handle_->liveSessionCount(), 0u);
+    ndk::SpAIBinder binder = callbacks_->asBinder();
+    session_.reset();
+    callbacks_.reset();
+    EXPECT_EQ(ABinderHost_declareBinderDead(binder.get()), STATUS_OK);
+    EXPECT_EQ(ABinderHost_flushPool(), STATUS_OK);
+    binder = ndk::SpAIBinder();
+    EXPECT_TRUE(watched.expired()) << "the service still holds the callbacks";
+}
+
 TEST_F(LifecycleTest, UnregisteringEndsTheServiceAndItsSessions) {
     auto inputs = Frames(2);
     ASSERT_NO_FATAL_FAILURE(OpenSession(Param(kWidth, kHeight), Ctrl(2, 2)));

@@ -242,6 +242,8 @@ inline VppCtrlFrc Ctrl(int32_t mode, int32_t factor, int32_t searchRange = 0) {
 class ServiceTest : public ::testing::Test {
   protected:
     void SetUp() override {
+        // Death notifications are delivered on the pool.
+        ABinderProcess_startThreadPool();
         fds_ = OpenFdCount();
         mappings_ = FrameMappingCount();
         static int counter = 0;
