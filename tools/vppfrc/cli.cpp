@@ -116,6 +116,13 @@ bool ParseOptions(const std::vector<std::string>& args, Options* options, std::s
                 return false;
             }
             parsed.modeGiven = true;
+        } else if (name == "--service") {
+            std::string text;
+            if (!takeValue(&text)) return false;
+            if (!ParseServiceMode(text, &parsed.service)) {
+                *error = "unknown service " + Quote(text) + ": use embedded, process or connect";
+                return false;
+            }
         } else {
             *error = "unknown option " + Quote(arg) + " (vppfrc --help lists the options)";
             return false;
@@ -167,13 +174,14 @@ bool ParseOptions(const std::vector<std::string>& args, Options* options, std::s
 
 std::string UsageText() {
     return R"(Usage: vppfrc IN.y4m -o OUT.y4m [--factor N] [--mode MODE] [--preview FILE.png]
-                     [--quiet]
-       vppfrc --demo [--out-dir DIR] [--factor N] [--mode MODE] [--quiet]
+                     [--service WHERE] [--quiet]
+       vppfrc --demo [--out-dir DIR] [--factor N] [--mode MODE] [--service WHERE] [--quiet]
        vppfrc --help
 
 Raises the frame rate of a YUV4MPEG2 video (4:2:0, 8-bit, progressive, even width and height)
 by passing its frames through a camera node and the VPP service's frame-rate conversion. The
-reference VPP service runs embedded in this process.
+reference VPP service runs embedded in this process unless --service says otherwise; if it
+dies during the run, the run ends at once with exit status 1 and leaves no output file.
 
 Options:
   -o, --output OUT.y4m  where the converted video goes; it is written under a temporary name
@@ -187,6 +195,10 @@ Options:
                                   motion search fails
   --preview FILE.png    also write a picture of the first input frames, each followed by the
                         frames made after it
+  --service WHERE       where the VPP service runs (default embedded):
+                          embedded  in this process
+                          process   in a vppd child process this run starts and stops
+                          connect   in a vppd running already (started by hand)
   --quiet               no progress display and no summary; errors are still reported
   --demo                make a short clip with moving content, convert it, write the output
                         clip and a preview picture, and print where they went
@@ -200,7 +212,8 @@ percentiles) and the descriptors open at start and end.
 
 Exit status: 0 on success, 1 when the conversion fails, 2 for a usage error.
 Environment: IXO_LOG_LEVEL=info (or verbose) shows the node's log lines; VPPSERVICE_DEBUG=1
-(or 2) the service's.
+(or 2) the service's. BINDER_HOST_DIR is the socket folder --service connect looks in;
+VPPFRC_VPPD the vppd program --service process starts.
 )";
 }
 

@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "frc_node.h"
+#include "service_link.h"
 
 namespace vppfrc {
 
@@ -19,6 +20,7 @@ struct Options {
     int factor = 0;       // 0: not given (the mode's default applies)
     FrcMode mode = FrcMode::kBlend;
     bool modeGiven = false;
+    ServiceMode service = ServiceMode::kEmbedded;
 };
 
 // Lowest and highest conversion factor the service accepts.

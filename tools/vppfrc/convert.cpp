@@ -16,7 +16,6 @@
 #include "media/preview.h"
 #include "media/progress.h"
 #include "media/y4m.h"
-#include "vppservice/vpp_service.h"
 
 namespace vppfrc {
 namespace {
@@ -222,12 +221,9 @@ bool ConvertFile(const ConversionJob& job, FILE* progress, const RunHooks& hooks
                     job.preview.empty() || previewCheck.Open(job.preview, error);
                 previewCheck.Discard();
                 if (previewWritable && writer.Open(job.output, outFormat, error)) {
-                    // Registered for the time of the conversion only: the process ends clean.
-                    std::unique_ptr<vppservice::ServiceHandle> service =
-                        vppservice::RegisterService();
-                    if (service == nullptr) {
-                        *error = "cannot start the embedded VPP service: its name is taken";
-                    } else {
+                    // Reachable for the time of the conversion only: the process ends clean.
+                    std::unique_ptr<ServiceLink> service = OpenServiceLink(job.service, error);
+                    if (service != nullptr) {
                         std::unique_ptr<media::PreviewBuilder> preview;
                         if (!job.preview.empty()) {
                             preview = std::make_unique<media::PreviewBuilder>(
@@ -269,6 +265,7 @@ int RunTool(const Options& options, FILE* out, FILE* err, const RunHooks& hooks)
     job.mode = options.mode;
     job.factor = options.factor;
     job.showProgress = !options.quiet;
+    job.service = options.service;
     std::string error;
 
     if (options.demo) {

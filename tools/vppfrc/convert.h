@@ -41,11 +41,12 @@ struct ConversionJob {
     FrcMode mode = FrcMode::kBlend;
     int factor = 2;
     bool showProgress = true;
+    ServiceMode service = ServiceMode::kEmbedded;
 };
 
-// Converts job.input into job.output through a FrcNode and a service registered in this process
-// for the time of the call. On failure returns false with *error set to one sentence, and leaves
-// neither the output nor the preview file (nor a temporary file) behind.
+// Converts job.input into job.output through a FrcNode and the service job.service says, made
+// reachable for the time of the call. On failure returns false with *error set to one sentence, and
+// leaves neither the output nor the preview file (nor a temporary file) behind.
 bool ConvertFile(const ConversionJob& job, FILE* progress, const RunHooks& hooks,
                  ConversionReport* report, std::string* error);
 
