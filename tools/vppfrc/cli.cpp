@@ -213,7 +213,7 @@ percentiles) and the descriptors open at start and end.
 Exit status: 0 on success, 1 when the conversion fails, 2 for a usage error.
 Environment: IXO_LOG_LEVEL=info (or verbose) shows the node's log lines; VPPSERVICE_DEBUG=1
 (or 2) the service's. BINDER_HOST_DIR is the socket folder --service connect looks in;
-VPPFRC_VPPD the vppd program --service process starts.
+VPPSERVICE_VPPD the vppd program --service process starts.
 )";
 }
 

@@ -23,8 +23,8 @@ class ServiceLink {
 
 // Makes the service reachable:
 // - embedded: registers the reference service in this process;
-// - process:  starts vppd (the program VPPFRC_VPPD names, else the one built beside this tool)
-//             with a private socket folder, which this process uses too (BINDER_HOST_DIR) while
+// - process:  starts vppd (vppservice::DaemonProgram()) with a private socket folder, which this
+// process uses too (BINDER_HOST_DIR) while
 //             the link lives, and waits for its ready line;
 // - connect:  checks that a service is registered where BINDER_HOST_DIR points (or in the
 //             default folder).
