@@ -1,6 +1,7 @@
 // A vppd child process: fork and exec with its ready line on a pipe, signals, reaping.
 #include "vppservice/daemon_process.h"
 
+#include <dirent.h>
 #include <errno.h>
 #include <fcntl.h>
 #include <poll.h>
@@ -42,6 +43,43 @@ std::string ReadLine(int fd, int timeoutMs) {
 }
 
 }  // namespace
+
+std::unique_ptr<SocketFolder> SocketFolder::Make(std::string* error) {
+    const char* tmp = getenv("TMPDIR");
+    std::string pattern =
+        std::string(tmp != nullptr && *tmp != '\0' ? tmp : "/tmp") + "/vpp-binder-XXXXXX";
+    std::vector<char> buffer(pattern.begin(), pattern.end());
+    buffer.push_back('\0');
+    if (mkdtemp(buffer.data()) == nullptr) {
+        *error = "cannot make a socket folder: " + std::string(strerror(errno));
+        return nullptr;
+    }
+    std::unique_ptr<SocketFolder> folder(new SocketFolder());
+    folder->path_ = buffer.data();
+    const char* previous = getenv("BINDER_HOST_DIR");
+    folder->hadPrevious_ = previous != nullptr;
+    if (previous != nullptr) folder->previous_ = previous;
+    setenv("BINDER_HOST_DIR", folder->path_.c_str(), 1);
+    return folder;
+}
+
+SocketFolder::~SocketFolder() {
+    if (DIR* dir = opendir(path_.c_str())) {
+        while (dirent* entry = readdir(dir)) {
+            const std::string name = entry->d_name;
+            if (name != "." && name != "..") {
+                unlink((path_ + "/" + name).c_str());
+            }
+        }
+        closedir(dir);
+    }
+    rmdir(path_.c_str());
+    if (hadPrevious_) {
+        setenv("BINDER_HOST_DIR", previous_.c_str(), 1);
+    } else {
+        unsetenv("BINDER_HOST_DIR");
+    }
+}
 
 std::string DaemonProgram() {
     const char* chosen = getenv("VPPSERVICE_VPPD");

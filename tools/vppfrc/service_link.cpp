@@ -4,13 +4,6 @@
 
 #include <aidl/vendor/zux/hardware/vpp/IVppService.h>
 #include <android/binder_manager.h>
-#include <dirent.h>
-#include <stdlib.h>
-#include <unistd.h>
-
-#include <cerrno>
-#include <cstring>
-#include <vector>
 
 #include "vppservice/daemon_process.h"
 #include "vppservice/vpp_service.h"
@@ -35,59 +28,21 @@ class EmbeddedLink : public ServiceLink {
 
 class ConnectLink : public ServiceLink {};
 
-// Removes a folder and the files in it (the sockets a transport made there).
-void RemoveFolder(const std::string& path) {
-    if (DIR* dir = opendir(path.c_str())) {
-        while (dirent* entry = readdir(dir)) {
-            const std::string name = entry->d_name;
-            if (name != "." && name != "..") {
-                unlink((path + "/" + name).c_str());
-            }
-        }
-        closedir(dir);
-    }
-    rmdir(path.c_str());
-}
-
 // A vppd child with a socket folder of its own, which this process uses while the link lives.
 class ProcessLink : public ServiceLink {
   public:
-    ~ProcessLink() override {
-        daemon_.reset();
-        if (folder_.empty()) return;
-        RemoveFolder(folder_);
-        if (hadPrevious_) {
-            setenv("BINDER_HOST_DIR", previous_.c_str(), 1);
-        } else {
-            unsetenv("BINDER_HOST_DIR");
-        }
-    }
-
     bool Start(std::string* error) {
-        const char* tmp = getenv("TMPDIR");
-        std::string pattern =
-            std::string(tmp != nullptr && *tmp != '\0' ? tmp : "/tmp") + "/vppfrc-binder-XXXXXX";
-        std::vector<char> buffer(pattern.begin(), pattern.end());
-        buffer.push_back('\0');
-        if (mkdtemp(buffer.data()) == nullptr) {
-            *error = "cannot make a socket folder for vppd: " + std::string(strerror(errno));
-            return false;
-        }
-        folder_ = buffer.data();
-        const char* previous = getenv("BINDER_HOST_DIR");
-        hadPrevious_ = previous != nullptr;
-        if (hadPrevious_) previous_ = previous;
-        setenv("BINDER_HOST_DIR", folder_.c_str(), 1);
+        folder_ = vppservice::SocketFolder::Make(error);
+        if (folder_ == nullptr) return false;
         vppservice::DaemonOptions options;
-        options.socketDir = folder_;
+        options.socketDir = folder_->path();
         daemon_ = vppservice::DaemonProcess::Start(options, error);
         return daemon_ != nullptr;
     }
 
   private:
-    std::string folder_;
-    bool hadPrevious_ = false;
-    std::string previous_;
+    // Declared first: the daemon stops before its folder goes.
+    std::unique_ptr<vppservice::SocketFolder> folder_;
     std::unique_ptr<vppservice::DaemonProcess> daemon_;
 };
 

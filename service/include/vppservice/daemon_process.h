@@ -1,4 +1,5 @@
-// A vppd child process: started with a socket folder, ready once it says so, stopped by signal.
+// A vppd child process (started with a socket folder, ready once it says so, stopped by signal)
+// and a private socket folder for it and its clients.
 #pragma once
 
 #include <sys/types.h>
@@ -17,6 +18,25 @@ struct DaemonOptions {
     std::string socketDir;       // empty: the child inherits BINDER_HOST_DIR or its default
     std::string instance;        // empty: "default"
     int readyTimeoutMs = 10000;  // sanitizer builds start slowly
+};
+
+// A fresh socket folder (0700) under $TMPDIR or /tmp that BINDER_HOST_DIR names while it lives,
+// so that this process and the children it starts find each other's services there and nowhere
+// else. Destroying it restores BINDER_HOST_DIR and removes the folder with the sockets in it.
+class SocketFolder {
+  public:
+    // Null with *error set to one sentence when no folder can be made.
+    static std::unique_ptr<SocketFolder> Make(std::string* error);
+    ~SocketFolder();
+    SocketFolder(const SocketFolder&) = delete;
+    SocketFolder& operator=(const SocketFolder&) = delete;
+    const std::string& path() const { return path_; }
+
+  private:
+    SocketFolder() = default;
+    std::string path_;
+    bool hadPrevious_ = false;
+    std::string previous_;
 };
 
 class DaemonProcess {
