@@ -67,7 +67,7 @@ class ConversionTest : public ServiceTest {
     }
 };
 
-TEST_F(ConversionTest, EveryModeAndFactorYieldsTheFullScheduleInOrder) {
+TEST_P(ConversionTest, EveryModeAndFactorYieldsTheFullScheduleInOrder) {
     const size_t m = 4;
     for (int32_t mode : {1, 2, 3}) {
         for (int32_t factor : {2, 3, 4}) {
@@ -108,7 +108,7 @@ TEST_F(ConversionTest, EveryModeAndFactorYieldsTheFullScheduleInOrder) {
     }
 }
 
-TEST_F(ConversionTest, InputsAreBitExactAndInBetweenFramesFollowTheMode) {
+TEST_P(ConversionTest, InputsAreBitExactAndInBetweenFramesFollowTheMode) {
     const size_t m = 3;
     const int32_t factor = 4;
     for (int32_t mode : {0, 1, 2}) {
@@ -142,7 +142,7 @@ TEST_F(ConversionTest, InputsAreBitExactAndInBetweenFramesFollowTheMode) {
     }
 }
 
-TEST_F(ConversionTest, EndOfStreamWithNothingLeftGivesAnEmptyFlaggedOutput) {
+TEST_P(ConversionTest, EndOfStreamWithNothingLeftGivesAnEmptyFlaggedOutput) {
     Clip clip(2, 3);
     ASSERT_NO_FATAL_FAILURE(OpenSession(Param(kWidth, kHeight), Ctrl(0, 0)));
     ASSERT_NO_FATAL_FAILURE(Run(clip, true));
@@ -165,7 +165,7 @@ TEST_F(ConversionTest, EndOfStreamWithNothingLeftGivesAnEmptyFlaggedOutput) {
     EXPECT_EQ(after[4].flags, kEos);
 }
 
-TEST_F(ConversionTest, TimestampAndPassThroughSettings) {
+TEST_P(ConversionTest, TimestampAndPassThroughSettings) {
     const size_t m = 3;
     const int32_t factor = 2;
     Clip clip(m, 3);
@@ -189,7 +189,7 @@ TEST_F(ConversionTest, TimestampAndPassThroughSettings) {
     EXPECT_EQ(outputs[2].flags, kEos);
 }
 
-TEST_F(ConversionTest, ReconfigureReturnsOldBuffersThenTakesTheNewSize) {
+TEST_P(ConversionTest, ReconfigureReturnsOldBuffersThenTakesTheNewSize) {
     Clip clip(2, 2);
     ASSERT_NO_FATAL_FAILURE(OpenSession(Param(kWidth, kHeight), Ctrl(0, 0)));
     ASSERT_EQ(Queue(1, clip.outputs[0]->Buffer(kOutputCookie)), VppError::VPP_OK);
@@ -212,7 +212,7 @@ TEST_F(ConversionTest, ReconfigureReturnsOldBuffersThenTakesTheNewSize) {
     EXPECT_EQ(Queue(0, newSize.Buffer(5, 2)), VppError::VPP_OK);
 }
 
-TEST_F(ConversionTest, InputsWithoutTimestampsAreSpacedByTheFrameRate) {
+TEST_P(ConversionTest, InputsWithoutTimestampsAreSpacedByTheFrameRate) {
     Clip clip(3, 5);
     ASSERT_EQ(Init(), VppError::VPP_OK);
     ASSERT_EQ(SetPorts(Param(kWidth, kHeight), Param(kWidth, kHeight)), VppError::VPP_OK);
@@ -235,7 +235,7 @@ TEST_F(ConversionTest, InputsWithoutTimestampsAreSpacedByTheFrameRate) {
     }
 }
 
-TEST_F(ConversionTest, ClientTimestampsAndFrameRatesAtTheirExtremes) {
+TEST_P(ConversionTest, ClientTimestampsAndFrameRatesAtTheirExtremes) {
     constexpr int64_t kMin = INT64_MIN;
     constexpr int64_t kMax = INT64_MAX;
     // Blend between the two ends of the range, and back: made frames fall in between.
@@ -290,7 +290,7 @@ TEST_F(ConversionTest, ClientTimestampsAndFrameRatesAtTheirExtremes) {
     }
 }
 
-TEST_F(ConversionTest, PlanesMayLiveInSeparateDescriptors) {
+TEST_P(ConversionTest, PlanesMayLiveInSeparateDescriptors) {
     const size_t lumaSize = kWidth * kHeight;
     SharedFrame luma(lumaSize);
     SharedFrame chroma(lumaSize / 2);
@@ -307,6 +307,10 @@ TEST_F(ConversionTest, PlanesMayLiveInSeparateDescriptors) {
     EXPECT_EQ(std::memcmp(output.data(), luma.data(), lumaSize), 0);
     EXPECT_EQ(std::memcmp(output.data() + lumaSize, chroma.data(), lumaSize / 2), 0);
 }
+
+INSTANTIATE_TEST_SUITE_P(Transports, ConversionTest,
+                         ::testing::Values(Transport::kEmbedded, Transport::kProcess),
+                         TransportName);
 
 }  // namespace
 }  // namespace svctest

@@ -27,8 +27,11 @@ std::multiset<int64_t> Cookies(const std::vector<Event>& events) {
 }
 
 class LifecycleTest : public ServiceTest {};
+// What only a service in this process shows: its session count, a death declared on it or on the
+// client's callbacks, its registration.
+class EmbeddedLifecycleTest : public ServiceTest {};
 
-TEST_F(LifecycleTest, FlushReturnsEveryBufferOfItsPortThenTheEvent) {
+TEST_P(LifecycleTest, FlushReturnsEveryBufferOfItsPortThenTheEvent) {
     auto inputs = Frames(5);
     auto outputs = Frames(3);
     ASSERT_NO_FATAL_FAILURE(OpenSession(Param(kWidth, kHeight), Ctrl(2, 2)));
@@ -74,14 +77,14 @@ TEST_F(LifecycleTest, FlushReturnsEveryBufferOfItsPortThenTheEvent) {
     EXPECT_EQ(filled.back().flags, kEos);
 }
 
-TEST_F(LifecycleTest, CloseAndTermReturnEverythingAndUnmapIt) {
+TEST_P(LifecycleTest, CloseAndTermReturnEverythingAndUnmapIt) {
     for (bool closeFirst : {true, false}) {
         SCOPED_TRACE(closeFirst ? "close, then term" : "term alone");
         TearDown();
         SetUp();
         auto inputs = Frames(3);
         auto outputs = Frames(4);
-        const int ownMappings = FrameMappingCount();
+        const int ownMappings = ServiceMappings();
         ASSERT_NO_FATAL_FAILURE(OpenSession(Param(kWidth, kHeight), Ctrl(2, 2)));
         for (size_t i = 0; i < inputs.size(); ++i) {
             ASSERT_EQ(Queue(0, inputs[i]->Buffer(i, 100 * i)), VppError::VPP_OK);
@@ -90,7 +93,10 @@ TEST_F(LifecycleTest, CloseAndTermReturnEverythingAndUnmapIt) {
         ASSERT_EQ(Queue(1, outputs[1]->Buffer(101)), VppError::VPP_OK);
         // The service keeps mappings, not descriptors.
         EXPECT_EQ(OpenFdCount(), fds_ + static_cast<int>(inputs.size() + outputs.size()));
-        EXPECT_GT(FrameMappingCount(), ownMappings);
+        if (daemon_) {
+            EXPECT_EQ(OpenFdCountOf(daemon_->pid()), serviceFds_);
+        }
+        EXPECT_GT(ServiceMappings(), ownMappings);
 
         if (closeFirst) {
             ASSERT_EQ(Call([&](VppError* e) { return session_->close(e); }), VppError::VPP_OK);
@@ -100,15 +106,19 @@ TEST_F(LifecycleTest, CloseAndTermReturnEverythingAndUnmapIt) {
         // Everything is back by the time the call returns.
         EXPECT_EQ(Cookies(callbacks_->Of(Event::kInput)), (std::multiset<int64_t>{0, 1, 2}));
         EXPECT_EQ(Cookies(callbacks_->Of(Event::kOutput)), (std::multiset<int64_t>{100, 101}));
-        EXPECT_EQ(FrameMappingCount(), ownMappings);
-        EXPECT_EQ(handle_->liveSessionCount(), closeFirst ? 1u : 0u);
+        EXPECT_EQ(ServiceMappings(), ownMappings);
+        if (Embedded()) {
+            EXPECT_EQ(LiveSessions(), closeFirst ? 1 : 0);
+        }
         ASSERT_TRUE(session_->term().isOk());
         EXPECT_EQ(State(), 4);
-        EXPECT_EQ(handle_->liveSessionCount(), 0u);
+        if (Embedded()) {
+            EXPECT_EQ(LiveSessions(), 0);
+        }
     }
 }
 
-TEST_F(LifecycleTest, CallbacksMayCallBackIntoTheSession) {
+TEST_P(LifecycleTest, CallbacksMayCallBackIntoTheSession) {
     const size_t count = 6;
     auto inputs = Frames(count);
     auto outputs = Frames(count);
@@ -143,7 +153,7 @@ TEST_F(LifecycleTest, CallbacksMayCallBackIntoTheSession) {
     callbacks_->hook = nullptr;
 }
 
-TEST_F(LifecycleTest, DeadServiceAnswersDeadObjectAndCallsNothingBack) {
+TEST_P(EmbeddedLifecycleTest, DeadServiceAnswersDeadObjectAndCallsNothingBack) {
     auto inputs = Frames(3);
     auto outputs = Frames(1);
     const int ownMappings = FrameMappingCount();
@@ -166,7 +176,7 @@ TEST_F(LifecycleTest, DeadServiceAnswersDeadObjectAndCallsNothingBack) {
     EXPECT_EQ(error, VppError::VPP_ERR_HW) << "out-values are not written";
     EXPECT_EQ(state, -1);
     std::shared_ptr<IVppSession> another;
-    EXPECT_EQ(handle_->service()->getNewVppSession(0, &another).getStatus(), STATUS_DEAD_OBJECT);
+    EXPECT_EQ(service_->getNewVppSession(0, &another).getStatus(), STATUS_DEAD_OBJECT);
     EXPECT_EQ(another, nullptr);
 
     // term joins the worker: whatever it did after the death is done, and it called nothing.
@@ -175,7 +185,7 @@ TEST_F(LifecycleTest, DeadServiceAnswersDeadObjectAndCallsNothingBack) {
     EXPECT_EQ(FrameMappingCount(), ownMappings);
 }
 
-TEST_F(LifecycleTest, ADeadClientTakesItsSessionsDownAndNoOtherSession) {
+TEST_P(EmbeddedLifecycleTest, ADeadClientTakesItsSessionsDownAndNoOtherSession) {
     auto inputs = Frames(3);
     auto outputs = Frames(2);
     const int ownMappings = FrameMappingCount();
@@ -190,7 +200,7 @@ TEST_F(LifecycleTest, ADeadClientTakesItsSessionsDownAndNoOtherSession) {
 
     // A second client of the same service, with its own callbacks, stays.
     std::shared_ptr<IVppSession> other;
-    ASSERT_TRUE(handle_->service()->getNewVppSession(0, &other).isOk());
+    ASSERT_TRUE(service_->getNewVppSession(0, &other).isOk());
     auto otherCallbacks = ndk::SharedRefBase::make<RecordingCallbacks>();
     VppError error = VppError::VPP_ERR_HW;
     ASSERT_TRUE(other->init(0, otherCallbacks, &error).isOk());
@@ -216,7 +226,7 @@ TEST_F(LifecycleTest, ADeadClientTakesItsSessionsDownAndNoOtherSession) {
     EXPECT_TRUE(otherCallbacks->Events().empty());
 }
 
-TEST_F(LifecycleTest, SessionsEndingNormallyLeaveNoDeathLinkBehind) {
+TEST_P(EmbeddedLifecycleTest, SessionsEndingNormallyLeaveNoDeathLinkBehind) {
     // Each session links to its client's death and must unlink when it ends: a death declared
     // afterwards reaches nothing, and the callbacks object is released with its last client.
     std::weak_ptr<RecordingCallbacks> watched = callbacks_;
@@ -232,7 +242,7 @@ TEST_F(LifecycleTest, SessionsEndingNormallyLeaveNoDeathLinkBehind) {
     EXPECT_TRUE(watched.expired()) << "the service still holds the callbacks";
 }
 
-TEST_F(LifecycleTest, UnregisteringEndsTheServiceAndItsSessions) {
+TEST_P(EmbeddedLifecycleTest, UnregisteringEndsTheServiceAndItsSessions) {
     auto inputs = Frames(2);
     ASSERT_NO_FATAL_FAILURE(OpenSession(Param(kWidth, kHeight), Ctrl(2, 2)));
     ASSERT_EQ(Queue(0, inputs[0]->Buffer(0, 0)), VppError::VPP_OK);
@@ -240,7 +250,7 @@ TEST_F(LifecycleTest, UnregisteringEndsTheServiceAndItsSessions) {
     const std::string name = handle_->name();
     EXPECT_EQ(vppservice::RegisterService(name.substr(name.find('/') + 1)), nullptr)
         << "the name is taken";
-    std::shared_ptr<IVppService> service = handle_->service();
+    std::shared_ptr<IVppService> service = service_;
     handle_.reset();
 
     EXPECT_EQ(AServiceManager_checkService(name.c_str()), nullptr);
@@ -253,6 +263,12 @@ TEST_F(LifecycleTest, UnregisteringEndsTheServiceAndItsSessions) {
     handle_ = vppservice::RegisterService(name.substr(name.find('/') + 1));
     EXPECT_NE(handle_, nullptr);
 }
+
+INSTANTIATE_TEST_SUITE_P(Transports, LifecycleTest,
+                         ::testing::Values(Transport::kEmbedded, Transport::kProcess),
+                         TransportName);
+INSTANTIATE_TEST_SUITE_P(Transports, EmbeddedLifecycleTest, ::testing::Values(Transport::kEmbedded),
+                         TransportName);
 
 }  // namespace
 }  // namespace svctest

@@ -1,14 +1,16 @@
 // Helpers for driving the reference service directly: memfd frames, a recording callbacks object,
-// a registered service with one session, descriptor and mapping counts.
+// a service with one session (in this process or in a vppd child), descriptor and mapping counts.
 #pragma once
 
 #include <aidl/vendor/zux/hardware/vpp/BnVppCallbacks.h>
+#include <android/binder_manager.h>
 #include <android/binder_process.h>
 #include <binder_host/binder_host.h>
 #include <dirent.h>
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/mman.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 #include <chrono>
@@ -23,6 +25,7 @@
 #include <thread>
 #include <vector>
 
+#include "vppservice/daemon_process.h"
 #include "vppservice/vpp_service.h"
 
 namespace svctest {
@@ -236,30 +239,130 @@ inline VppCtrlFrc Ctrl(int32_t mode, int32_t factor, int32_t searchRange = 0) {
     return c;
 }
 
-// A service registered under an instance name of its own, one session from it, and a recorder
-// for its callbacks; the session is terminated and the service unregistered at the end, and the
-// process must have the descriptors and frame mappings it had at the start.
-class ServiceTest : public ::testing::Test {
+// Where the service under test runs: registered in this process, or in a vppd child reached
+// across processes (in a socket folder private to this test process).
+enum class Transport { kEmbedded, kProcess };
+
+inline std::string TransportName(const ::testing::TestParamInfo<Transport>& info) {
+    return info.param == Transport::kEmbedded ? "Embedded" : "Process";
+}
+
+// Descriptors open in another process.
+inline int OpenFdCountOf(pid_t pid) {
+    int count = 0;
+    DIR* dir = opendir(("/proc/" + std::to_string(pid) + "/fd").c_str());
+    if (dir == nullptr) return -1;
+    while (dirent* entry = readdir(dir)) count += entry->d_name[0] != '.';
+    closedir(dir);
+    return count;
+}
+
+// Mappings of the tests' memfds in another process.
+inline int FrameMappingCountOf(pid_t pid) {
+    std::ifstream maps("/proc/" + std::to_string(pid) + "/maps");
+    int count = 0;
+    for (std::string line; std::getline(maps, line);) {
+        count += line.find(kMemfdName) != std::string::npos;
+    }
+    return count;
+}
+
+// Socket folder shared by every process leg of this test program.
+inline const std::string& TestSocketFolder() {
+    static std::unique_ptr<vppservice::SocketFolder> folder = [] {
+        std::string error;
+        auto made = vppservice::SocketFolder::Make(&error);
+        EXPECT_NE(made, nullptr) << error;
+        return made;
+    }();
+    static const std::string path = folder ? folder->path() : std::string();
+    return path;
+}
+
+// Starts vppd serving `instance` in the test socket folder and looks the service up from here.
+// Null when the service cannot be reached from this process (*why says so).
+inline std::shared_ptr<IVppService> StartDaemon(const std::string& instance,
+                                                std::unique_ptr<vppservice::DaemonProcess>* daemon,
+                                                std::string* why) {
+    vppservice::DaemonOptions options;
+    options.socketDir = TestSocketFolder();
+    options.instance = instance;
+    *daemon = vppservice::DaemonProcess::Start(options, why);
+    if (*daemon == nullptr) return nullptr;
+    const std::string name = std::string(IVppService::descriptor) + "/" + instance;
+    ndk::SpAIBinder binder(AServiceManager_checkService(name.c_str()));
+    if (binder.get() == nullptr) {
+        *why = "the binder does not reach other processes here";
+        return nullptr;
+    }
+    return IVppService::fromBinder(binder);
+}
+
+// A service of its own (in this process or in a vppd child), one session from it, and a
+// recorder for its callbacks; the session is terminated and the service ended at the end, and
+// this process (and the service's, when separate) must have the descriptors and frame mappings
+// it had at the start.
+class ServiceTest : public ::testing::TestWithParam<Transport> {
   protected:
     void SetUp() override {
-        // Death notifications are delivered on the pool.
+        // Death notifications and calls from the service are delivered on the pool.
         ABinderProcess_startThreadPool();
         fds_ = OpenFdCount();
         mappings_ = FrameMappingCount();
         static int counter = 0;
-        handle_ = vppservice::RegisterService("svctest-" + std::to_string(++counter));
-        ASSERT_NE(handle_, nullptr);
-        ASSERT_TRUE(handle_->service()->getNewVppSession(0, &session_).isOk());
+        const std::string instance = "svctest-" + std::to_string(++counter);
+        if (Embedded()) {
+            handle_ = vppservice::RegisterService(instance);
+            ASSERT_NE(handle_, nullptr);
+            service_ = handle_->service();
+        } else {
+            std::string why;
+            service_ = StartDaemon(instance, &daemon_, &why);
+            if (service_ == nullptr) {
+                daemon_.reset();
+                fds_ = -1;
+                GTEST_SKIP() << "no service in a separate process: " << why;
+            }
+            serviceFds_ = OpenFdCountOf(daemon_->pid());
+            serviceMappings_ = FrameMappingCountOf(daemon_->pid());
+        }
+        ASSERT_TRUE(service_->getNewVppSession(0, &session_).isOk());
         ASSERT_NE(session_, nullptr);
         callbacks_ = ndk::SharedRefBase::make<RecordingCallbacks>();
     }
     void TearDown() override {
+        if (fds_ < 0) return;  // skipped
         if (session_) session_->term();
         session_.reset();
         callbacks_.reset();
+        if (daemon_ != nullptr) {
+            // Everything the service took for the session is released by the time term returns.
+            EXPECT_EQ(OpenFdCountOf(daemon_->pid()), serviceFds_) << "service descriptors leaked";
+            EXPECT_EQ(FrameMappingCountOf(daemon_->pid()), serviceMappings_)
+                << "service mappings leaked";
+        }
+        service_.reset();
         handle_.reset();
+        if (daemon_ != nullptr) {
+            int status = -1;
+            status = daemon_->Stop();
+            EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0) << "vppd status " << status;
+            daemon_.reset();
+        }
+        ABinderHost_flushPool();
         EXPECT_EQ(OpenFdCount(), fds_) << "descriptors leaked";
         EXPECT_EQ(FrameMappingCount(), mappings_) << "frame mappings leaked";
+    }
+
+    bool Embedded() const { return GetParam() == Transport::kEmbedded; }
+    // Sessions alive in the service, where this process can see them; -1 otherwise.
+    int LiveSessions() const {
+        return handle_ ? static_cast<int>(handle_->liveSessionCount()) : -1;
+    }
+    // Mappings of the tests' frames held by the service (which shares this process's, embedded).
+    int ServiceMappings() const {
+        return daemon_ ? FrameMappingCountOf(daemon_->pid()) - serviceMappings_
+                       : FrameMappingCount() - mappings_;
     }
 
     VppError Call(const std::function<ndk::ScopedAStatus(VppError*)>& call) {
@@ -298,10 +401,14 @@ class ServiceTest : public ::testing::Test {
     }
 
     std::unique_ptr<vppservice::ServiceHandle> handle_;
+    std::unique_ptr<vppservice::DaemonProcess> daemon_;
+    std::shared_ptr<IVppService> service_;
     std::shared_ptr<IVppSession> session_;
     std::shared_ptr<RecordingCallbacks> callbacks_;
     int fds_ = 0;
     int mappings_ = 0;
+    int serviceFds_ = 0;
+    int serviceMappings_ = 0;
 };
 
 }  // namespace svctest
