@@ -1,6 +1,7 @@
-// The demo node through the real library and the reference service registered in this process:
-// output count, order, timestamps and end of stream per mode and factor; bit-exact input frames,
-// repeats and blends; motion against blend on known motion; flush; refusals.
+// The demo node through the real library and the reference service, registered in this process
+// or in a vppd child: output count, order, timestamps and end of stream per mode and factor;
+// bit-exact input frames, repeats and blends; motion against blend on known motion; flush;
+// refusals.
 #include <binder_host/binder_host.h>
 #include <camera_host/camera_host.h>
 #include <gtest/gtest.h>
@@ -12,14 +13,15 @@
 #include <tuple>
 #include <vector>
 
+#include "e2e_service.h"
 #include "frc_node.h"
 #include "media/clipgen.h"
 #include "media/progress.h"
 #include "vppfrc_test_util.h"
-#include "vppservice/vpp_service.h"
 
 namespace {
 
+using e2e::Transport;
 using vppfrc::FrcMode;
 using vppfrc::FrcNode;
 using vppfrc::FrcNodeConfig;
@@ -74,12 +76,27 @@ FrcNodeConfig Config(FrcMode mode, int factor, int width = kWidth, int height = 
 
 class NodeE2e : public ::testing::Test {
   protected:
+    explicit NodeE2e(Transport transport) : transport_(transport) {}
+
     void SetUp() override {
         descriptors_ = media::OpenDescriptorCount();
-        service_ = vppservice::RegisterService();
-        ASSERT_NE(service_, nullptr);
+        std::string why;
+        service_ = e2e::TestService::Start(transport_, &why);
+        if (service_ == nullptr && transport_ == Transport::kProcess) {
+            GTEST_SKIP() << "no service in a separate process: " << why;
+        }
+        ASSERT_NE(service_, nullptr) << why;
+        if (service_->daemon() != nullptr) {
+            serviceDescriptors_ = e2e::OpenFdCountOf(service_->daemon()->pid());
+        }
     }
     void TearDown() override {
+        if (service_ != nullptr && service_->daemon() != nullptr) {
+            EXPECT_EQ(e2e::OpenFdCountOf(service_->daemon()->pid()), serviceDescriptors_)
+                << "service descriptors leaked";
+            EXPECT_EQ(e2e::MemfdMappingCountOf(service_->daemon()->pid()), 0)
+                << "service mappings leaked";
+        }
         service_.reset();
         ABinderHost_flushPool();
         EXPECT_EQ(media::OpenDescriptorCount(), descriptors_) << "descriptors leaked";
@@ -105,15 +122,29 @@ class NodeE2e : public ::testing::Test {
                           [](const Captured& frame) { return !frame.data.empty(); })));
             node.Stop();
         }
-        EXPECT_EQ(service_->liveSessionCount(), 0u) << "the node's close terminated its session";
+        if (service_->embedded()) {
+            EXPECT_EQ(service_->liveSessions(), 0) << "the node's close terminated its session";
+        }
         return collector.Frames();
     }
 
-    std::unique_ptr<vppservice::ServiceHandle> service_;
+    const Transport transport_;
+    std::unique_ptr<e2e::TestService> service_;
     int descriptors_ = 0;
+    int serviceDescriptors_ = 0;
 };
 
-class NodeModes : public NodeE2e, public ::testing::WithParamInterface<std::tuple<FrcMode, int>> {};
+using ModeCase = std::tuple<FrcMode, int, Transport>;
+
+class NodeModes : public NodeE2e, public ::testing::WithParamInterface<ModeCase> {
+  protected:
+    NodeModes() : NodeE2e(std::get<2>(GetParam())) {}
+};
+
+class NodeRuns : public NodeE2e, public ::testing::WithParamInterface<Transport> {
+  protected:
+    NodeRuns() : NodeE2e(GetParam()) {}
+};
 
 TEST_P(NodeModes, OutputsComeInOrderEvenlySpacedWithExactInputsRepeatsAndBlends) {
     const FrcMode mode = std::get<0>(GetParam());
@@ -167,10 +198,13 @@ TEST_P(NodeModes, OutputsComeInOrderEvenlySpacedWithExactInputsRepeatsAndBlends)
 INSTANTIATE_TEST_SUITE_P(AllModes, NodeModes,
                          ::testing::Combine(::testing::Values(FrcMode::kOff, FrcMode::kRepeat,
                                                               FrcMode::kBlend, FrcMode::kMotion),
-                                            ::testing::Values(2, 3, 4)),
-                         [](const ::testing::TestParamInfo<std::tuple<FrcMode, int>>& info) {
+                                            ::testing::Values(2, 3, 4),
+                                            ::testing::Values(Transport::kEmbedded,
+                                                              Transport::kProcess)),
+                         [](const ::testing::TestParamInfo<ModeCase>& info) {
                              return std::string(vppfrc::FrcModeName(std::get<0>(info.param))) +
-                                    "_x" + std::to_string(std::get<1>(info.param));
+                                    "_x" + std::to_string(std::get<1>(info.param)) + "_" +
+                                    e2e::TransportName(std::get<2>(info.param));
                          });
 
 double LumaPsnr(const Frame& a, const Frame& b, int width, int height) {
@@ -184,7 +218,7 @@ double LumaPsnr(const Frame& a, const Frame& b, int width, int height) {
     return 10.0 * std::log10(255.0 * 255.0 / mse);
 }
 
-TEST_F(NodeE2e, MotionRebuildsHeldOutFramesFarBetterThanBlend) {
+TEST_P(NodeRuns, MotionRebuildsHeldOutFramesFarBetterThanBlend) {
     // Every second frame of a panning clip goes in; the frames left out are what factor 2 must
     // rebuild.
     constexpr int kW = 128;
@@ -224,7 +258,7 @@ TEST_F(NodeE2e, MotionRebuildsHeldOutFramesFarBetterThanBlend) {
         << "motion " << motionPsnr << " dB, blend " << blendPsnr << " dB";
 }
 
-TEST_F(NodeE2e, FlushInMidStreamReturnsEveryQueuedBufferAndANewStreamFollows) {
+TEST_P(NodeRuns, FlushInMidStreamReturnsEveryQueuedBufferAndANewStreamFollows) {
     Collector collector;
     const std::vector<Frame> inputs = vppfrc_test::NoiseFrames(kWidth, kHeight, 7);
     FrcNodeConfig config = Config(FrcMode::kBlend, 3);
@@ -259,7 +293,7 @@ TEST_F(NodeE2e, FlushInMidStreamReturnsEveryQueuedBufferAndANewStreamFollows) {
     EXPECT_TRUE(out.back().endOfStream);
 }
 
-TEST_F(NodeE2e, ServiceRefusalsSurfaceAsResultCodesAndLogLines) {
+TEST_P(NodeRuns, ServiceRefusalsSurfaceAsResultCodesAndLogLines) {
     camera_host::SetStderrLogging(false);
     camera_host::LogCapture capture;
     {
@@ -275,5 +309,11 @@ TEST_F(NodeE2e, ServiceRefusalsSurfaceAsResultCodesAndLogLines) {
               messages.end());
     camera_host::SetStderrLogging(true);
 }
+
+INSTANTIATE_TEST_SUITE_P(Transports, NodeRuns,
+                         ::testing::Values(Transport::kEmbedded, Transport::kProcess),
+                         [](const ::testing::TestParamInfo<Transport>& info) {
+                             return std::string(e2e::TransportName(info.param));
+                         });
 
 }  // namespace

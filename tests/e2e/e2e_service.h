@@ -1,0 +1,103 @@
+// The service behind the end-to-end tests: registered in the test process, or in a vppd child
+// that the test process reaches across processes through a socket folder of its own.
+#pragma once
+
+#include <aidl/vendor/zux/hardware/vpp/IVppService.h>
+#include <android/binder_manager.h>
+#include <dirent.h>
+#include <gtest/gtest.h>
+
+#include <fstream>
+#include <memory>
+#include <string>
+
+#include "vppservice/daemon_process.h"
+#include "vppservice/vpp_service.h"
+
+namespace e2e {
+
+enum class Transport { kEmbedded, kProcess };
+
+inline const char* TransportName(Transport transport) {
+    return transport == Transport::kEmbedded ? "Embedded" : "Process";
+}
+
+// Descriptors open in a process.
+inline int OpenFdCountOf(pid_t pid) {
+    int count = 0;
+    DIR* dir = opendir(("/proc/" + std::to_string(pid) + "/fd").c_str());
+    if (dir == nullptr) return -1;
+    while (dirent* entry = readdir(dir)) count += entry->d_name[0] != '.';
+    closedir(dir);
+    return count;
+}
+
+// Shared-memory mappings (memfds) of a process: the frames it has mapped.
+inline int MemfdMappingCountOf(pid_t pid) {
+    std::ifstream maps("/proc/" + std::to_string(pid) + "/maps");
+    int count = 0;
+    for (std::string line; std::getline(maps, line);) {
+        count += line.find("/memfd:") != std::string::npos;
+    }
+    return count;
+}
+
+// One socket folder for every process leg of the test program, so that it never meets the
+// services of other test programs running at the same time.
+inline const std::string& SocketFolder() {
+    static std::unique_ptr<vppservice::SocketFolder> folder = [] {
+        std::string error;
+        auto made = vppservice::SocketFolder::Make(&error);
+        EXPECT_NE(made, nullptr) << error;
+        return made;
+    }();
+    static const std::string path = folder ? folder->path() : std::string();
+    return path;
+}
+
+// The service registered as instance "default" (the one the library looks up) for the life of
+// the object.
+class TestService {
+  public:
+    // Null with *why set when the service cannot be reached (no cross-process transport).
+    static std::unique_ptr<TestService> Start(Transport transport, std::string* why) {
+        std::unique_ptr<TestService> service(new TestService());
+        if (transport == Transport::kEmbedded) {
+            service->handle_ = vppservice::RegisterService();
+            if (service->handle_ == nullptr) {
+                *why = "the name is taken";
+                return nullptr;
+            }
+            return service;
+        }
+        vppservice::DaemonOptions options;
+        options.socketDir = SocketFolder();
+        service->daemon_ = vppservice::DaemonProcess::Start(options, why);
+        if (service->daemon_ == nullptr) return nullptr;
+        const std::string name =
+            std::string(::aidl::vendor::zux::hardware::vpp::IVppService::descriptor) + "/default";
+        // Held while the test runs: the connection to the daemon stays the same.
+        service->remote_ = ndk::SpAIBinder(AServiceManager_checkService(name.c_str()));
+        if (service->remote_.get() == nullptr) {
+            *why = "the binder does not reach other processes here";
+            return nullptr;
+        }
+        return service;
+    }
+
+    bool embedded() const { return handle_ != nullptr; }
+    // The daemon (process leg only).
+    vppservice::DaemonProcess* daemon() const { return daemon_.get(); }
+    // Sessions alive in an embedded service; -1 for a daemon.
+    int liveSessions() const {
+        return handle_ ? static_cast<int>(handle_->liveSessionCount()) : -1;
+    }
+
+  private:
+    TestService() = default;
+    std::unique_ptr<vppservice::ServiceHandle> handle_;
+    std::unique_ptr<vppservice::DaemonProcess> daemon_;
+    ndk::SpAIBinder remote_;
+};
+
+}  // namespace e2e

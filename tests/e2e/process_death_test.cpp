@@ -1,0 +1,222 @@
+// The service in a vppd child dies (SIGKILL) while the node is idle, while it queues, while a
+// flush waits, and inside a callback: the node notices within a second and nothing hangs. A
+// client killed in mid-stream leaves the daemon with the descriptors and mappings it had.
+#include <binder_host/binder_host.h>
+#include <camera_host/camera_host.h>
+#include <gtest/gtest.h>
+#include <signal.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <atomic>
+#include <chrono>
+#include <condition_variable>
+#include <functional>
+#include <future>
+#include <mutex>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "e2e_service.h"
+#include "frc_node.h"
+#include "media/progress.h"
+#include "vppfrc_test_util.h"
+
+namespace {
+
+using Clock = std::chrono::steady_clock;
+using vppfrc::FrcMode;
+using vppfrc::FrcNode;
+using vppfrc::FrcNodeConfig;
+using vppfrc_test::Frame;
+
+constexpr int kWidth = 64;
+constexpr int kHeight = 48;
+constexpr double kNoticeLimit = 1.0;  // seconds from the death to the node's notice
+
+double SecondsSince(Clock::time_point start) {
+    return std::chrono::duration<double>(Clock::now() - start).count();
+}
+
+// Polls until the condition holds; false after timeoutMs.
+bool Eventually(const std::function<bool()>& condition, int timeoutMs) {
+    const auto deadline = Clock::now() + std::chrono::milliseconds(timeoutMs);
+    while (!condition()) {
+        if (Clock::now() >= deadline) return false;
+        std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    }
+    return true;
+}
+
+FrcNodeConfig Config() {
+    FrcNodeConfig config;
+    config.width = kWidth;
+    config.height = kHeight;
+    config.mode = FrcMode::kBlend;
+    config.factor = 2;
+    return config;
+}
+
+class ServiceDeath : public ::testing::Test {
+  protected:
+    void SetUp() override {
+        camera_host::SetStderrLogging(false);
+        descriptors_ = media::OpenDescriptorCount();
+        std::string why;
+        service_ = e2e::TestService::Start(e2e::Transport::kProcess, &why);
+        if (service_ == nullptr) GTEST_SKIP() << "no service in a separate process: " << why;
+        frames_ = vppfrc_test::NoiseFrames(kWidth, kHeight, 8);
+    }
+    void TearDown() override {
+        service_.reset();
+        ABinderHost_flushPool();
+        EXPECT_EQ(media::OpenDescriptorCount(), descriptors_) << "descriptors leaked";
+        camera_host::SetStderrLogging(true);
+    }
+    // SIGKILL, and the time it was sent.
+    Clock::time_point Kill() {
+        const Clock::time_point at = Clock::now();
+        service_->daemon()->Signal(SIGKILL);
+        return at;
+    }
+    // The node noticed the death within the limit; its close (the destructor waits for it)
+    // then ends promptly too.
+    static void ExpectNoticedAndClosed(std::unique_ptr<FrcNode>* node, Clock::time_point killedAt) {
+        EXPECT_TRUE(Eventually([&] { return (*node)->serviceDied(); }, 5000));
+        EXPECT_LT(SecondsSince(killedAt), kNoticeLimit);
+        const auto stopAt = Clock::now();
+        (*node)->Stop();
+        node->reset();
+        EXPECT_LT(SecondsSince(stopAt), kNoticeLimit) << "close against a dead service";
+    }
+
+    std::unique_ptr<e2e::TestService> service_;
+    std::vector<Frame> frames_;
+    int descriptors_ = 0;
+};
+
+TEST_F(ServiceDeath, WhileIdle) {
+    auto node = std::make_unique<FrcNode>(Config(), nullptr);
+    ASSERT_EQ(node->Start(), LumResultSuccess) << node->failure();
+    const auto killedAt = Kill();
+    EXPECT_TRUE(Eventually([&] { return node->serviceDied(); }, 5000));
+    EXPECT_EQ(node->QueueFrame(frames_[0].data(), 0), LumResultEFailed);
+    ExpectNoticedAndClosed(&node, killedAt);
+}
+
+TEST_F(ServiceDeath, WhileQueueing) {
+    auto node = std::make_unique<FrcNode>(Config(), nullptr);
+    ASSERT_EQ(node->Start(), LumResultSuccess) << node->failure();
+    std::atomic<int> queued{0};
+    std::atomic<bool> refused{false};
+    std::thread feeder([&] {
+        for (int k = 0; k < 100000 && !refused; ++k) {
+            if (node->QueueFrame(frames_[k % frames_.size()].data(), k * 1000) !=
+                LumResultSuccess) {
+                refused = true;
+            }
+            queued++;
+        }
+    });
+    ASSERT_TRUE(Eventually([&] { return queued >= 5; }, 5000));
+    const auto killedAt = Kill();
+    EXPECT_TRUE(Eventually([&] { return refused.load(); }, 5000)) << "queueing did not stop";
+    EXPECT_LT(SecondsSince(killedAt), kNoticeLimit);
+    feeder.join();
+    ExpectNoticedAndClosed(&node, killedAt);
+}
+
+TEST_F(ServiceDeath, WhileAFlushWaitsAndInsideACallback) {
+    // The consumer holds the service's first output callback until the test lets it go: the
+    // flush that follows waits on it, and the death happens while the callback is inside this
+    // process.
+    std::mutex mutex;
+    std::condition_variable released;
+    bool release = false;
+    std::atomic<bool> inCallback{false};
+    auto node = std::make_unique<FrcNode>(Config(), [&](const vppfrc::OutputFrame&) {
+        inCallback = true;
+        std::unique_lock<std::mutex> lock(mutex);
+        released.wait(lock, [&] { return release; });
+        return true;
+    });
+    ASSERT_EQ(node->Start(), LumResultSuccess) << node->failure();
+    for (int k = 0; k < 3; ++k) {
+        ASSERT_EQ(node->QueueFrame(frames_[k].data(), k * 1000), LumResultSuccess);
+    }
+    ASSERT_TRUE(Eventually([&] { return inCallback.load(); }, 5000));
+    auto flush = std::async(std::launch::async, [&] { return node->Flush(20000); });
+    std::this_thread::sleep_for(std::chrono::milliseconds(50));
+    const auto killedAt = Kill();
+    ASSERT_EQ(flush.wait_for(std::chrono::seconds(2)), std::future_status::ready)
+        << "the flush still waits for a dead service";
+    EXPECT_LT(SecondsSince(killedAt), kNoticeLimit);
+    EXPECT_NE(flush.get(), LumResultSuccess);
+    {
+        std::lock_guard<std::mutex> lock(mutex);
+        release = true;
+    }
+    released.notify_all();
+    ExpectNoticedAndClosed(&node, killedAt);
+}
+
+TEST_F(ServiceDeath, KilledFromInsideACallback) {
+    std::atomic<bool> killed{false};
+    Clock::time_point killedAt;
+    auto node = std::make_unique<FrcNode>(Config(), [&](const vppfrc::OutputFrame&) {
+        if (!killed.exchange(true)) killedAt = Kill();
+        return true;
+    });
+    ASSERT_EQ(node->Start(), LumResultSuccess) << node->failure();
+    for (int k = 0; k < 3 && !killed; ++k) {
+        node->QueueFrame(frames_[k].data(), k * 1000);
+    }
+    ASSERT_TRUE(Eventually([&] { return killed.load(); }, 5000));
+    EXPECT_FALSE(node->WaitForEnd(5000));
+    ExpectNoticedAndClosed(&node, killedAt);
+}
+
+TEST(ClientDeath, AClientKilledInMidStreamLeavesTheDaemonAsItWas) {
+    std::string why;
+    auto service = e2e::TestService::Start(e2e::Transport::kProcess, &why);
+    if (service == nullptr) GTEST_SKIP() << "no service in a separate process: " << why;
+    const pid_t daemon = service->daemon()->pid();
+    vppfrc_test::TempDir dir;
+    const std::string input = dir.File("in.y4m");
+    ASSERT_TRUE(vppfrc_test::WriteY4m(input, 320, 240, vppfrc_test::NoiseFrames(320, 240, 300)));
+    // Once to learn the daemon's own descriptors with a client connected and gone.
+    const int baseline = e2e::OpenFdCountOf(daemon);
+    for (int round = 0; round < 2; ++round) {
+        SCOPED_TRACE("round " + std::to_string(round));
+        const pid_t client = fork();
+        if (client == 0) {
+            // The tool converts through the running daemon (BINDER_HOST_DIR is inherited).
+            execl(VPPFRC_PROGRAM, VPPFRC_PROGRAM, input.c_str(), "-o", dir.File("out.y4m").c_str(),
+                  "--mode", "motion", "--service", "connect", "--quiet",
+                  static_cast<char*>(nullptr));
+            _exit(127);
+        }
+        ASSERT_GT(client, 0);
+        // In mid-stream: the daemon maps the client's frames.
+        const bool streaming =
+            Eventually([&] { return e2e::MemfdMappingCountOf(daemon) > 0; }, 10000);
+        kill(client, SIGKILL);
+        int status = 0;
+        waitpid(client, &status, 0);
+        ASSERT_TRUE(streaming) << "the client never reached the daemon";
+        EXPECT_TRUE(WIFSIGNALED(status)) << "the client finished before it was killed";
+        EXPECT_TRUE(Eventually(
+            [&] {
+                return e2e::OpenFdCountOf(daemon) == baseline &&
+                       e2e::MemfdMappingCountOf(daemon) == 0;
+            },
+            2000))
+            << e2e::OpenFdCountOf(daemon) << " descriptors (baseline " << baseline << "), "
+            << e2e::MemfdMappingCountOf(daemon) << " frame mappings";
+    }
+    int status = service->daemon()->Stop();
+    EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0);
+}
+
+}  // namespace
