@@ -1,5 +1,6 @@
 // End-to-end throughput at 1920x1080, factor 2, blend: the vppfrc tool's conversion of a file
-// (reading, node, library, embedded service, writing), and the node alone on frames in memory.
+// (reading, node, library, embedded service, writing), the same with the service in a vppd child
+// against embedded in alternating runs, and the node alone on frames in memory.
 // Counters, per output frame: frame_ms (wall time), queue_ms (inside the library's queue calls,
 // the service's side of each call included), handler_ms (in the node's buffer-done handlers:
 // NV12 to I420 and the consumer). Shares of the wall time: library_share (queue calls),
@@ -124,6 +125,54 @@ void BM_ToolBlendX2_1080p(benchmark::State& state) {
     totals.Report(state);
 }
 BENCHMARK(BM_ToolBlendX2_1080p)->Unit(benchmark::kMillisecond)->UseManualTime()->Iterations(3);
+
+// The tool through vppd and through the embedded service, one run of each per iteration so that
+// both see the same machine load. process_vs_embedded: output frame rate through vppd over the
+// embedded one (1.0: the process boundary costs nothing).
+void BM_ToolBlendX2_1080p_ProcessVsEmbedded(benchmark::State& state) {
+    Scratch& scratch = SharedScratch();
+    if (!scratch.ok()) {
+        state.SkipWithError("cannot make the input clip");
+        return;
+    }
+    vppfrc::ConversionJob job;
+    job.input = scratch.Input();
+    job.output = scratch.Output();
+    job.mode = vppfrc::FrcMode::kBlend;
+    job.factor = kFactor;
+    job.showProgress = false;
+    Totals embedded;
+    Totals process;
+    for (auto _ : state) {
+        double wall = 0;
+        for (vppfrc::ServiceMode mode :
+             {vppfrc::ServiceMode::kEmbedded, vppfrc::ServiceMode::kProcess}) {
+            job.service = mode;
+            vppfrc::ConversionReport report;
+            std::string error;
+            if (!vppfrc::ConvertFile(job, nullptr, vppfrc::RunHooks(), &report, &error)) {
+                state.SkipWithError(
+                    (std::string(vppfrc::ServiceModeName(mode)) + ": " + error).c_str());
+                return;
+            }
+            (mode == vppfrc::ServiceMode::kEmbedded ? embedded : process)
+                .Add(report.wallSeconds, report.framesOut, report.node);
+            wall += report.wallSeconds;
+        }
+        state.SetIterationTime(wall);
+    }
+    if (embedded.wall > 0 && process.wall > 0) {
+        const double embeddedFps = embedded.frames / embedded.wall;
+        const double processFps = process.frames / process.wall;
+        state.counters["embedded_fps"] = embeddedFps;
+        state.counters["process_fps"] = processFps;
+        state.counters["process_vs_embedded"] = processFps / embeddedFps;
+    }
+}
+BENCHMARK(BM_ToolBlendX2_1080p_ProcessVsEmbedded)
+    ->Unit(benchmark::kMillisecond)
+    ->UseManualTime()
+    ->Iterations(3);
 
 void BM_NodeBlendX2_1080p(benchmark::State& state) {
     media::ClipGenerator clip;
