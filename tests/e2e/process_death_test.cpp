@@ -177,6 +177,16 @@ TEST_F(ServiceDeath, KilledFromInsideACallback) {
     ExpectNoticedAndClosed(&node, killedAt);
 }
 
+TEST_F(ServiceDeath, SigtermEndsTheSessionsAndVppdExitsZero) {
+    auto node = std::make_unique<FrcNode>(Config(), nullptr);
+    ASSERT_EQ(node->Start(), LumResultSuccess) << node->failure();
+    ASSERT_EQ(node->QueueFrame(frames_[0].data(), 0), LumResultSuccess);
+    const auto stoppedAt = Clock::now();
+    const int status = service_->daemon()->Stop();
+    EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0) << "vppd status " << status;
+    ExpectNoticedAndClosed(&node, stoppedAt);
+}
+
 TEST(ClientDeath, AClientKilledInMidStreamLeavesTheDaemonAsItWas) {
     std::string why;
     auto service = e2e::TestService::Start(e2e::Transport::kProcess, &why);

@@ -1,8 +1,11 @@
 // The vppfrc tool's run in this process, with its embedded service: a service that dies in
-// mid-stream ends the run non-zero within a second, and whole runs leak no descriptor.
+// mid-stream ends the run non-zero within a second, and whole runs leak no descriptor. Through
+// vppd: the same output as embedded, for two tools converting at once.
 #include <binder_host/binder_host.h>
 #include <camera_host/camera_host.h>
 #include <gtest/gtest.h>
+#include <sys/wait.h>
+#include <unistd.h>
 
 #include <chrono>
 #include <cstdio>
@@ -10,6 +13,7 @@
 #include <vector>
 
 #include "convert.h"
+#include "e2e_service.h"
 #include "media/progress.h"
 #include "vppfrc_test_util.h"
 
@@ -113,6 +117,45 @@ TEST_F(ToolE2e, WholeRunsLeakNoDescriptor) {
     EXPECT_EQ(media::OpenDescriptorCount(), before);
     EXPECT_NE(err.Text().find("frame 41 is truncated"), std::string::npos) << err.Text();
     EXPECT_NE(out.Text().find("vppfrc: preview:"), std::string::npos) << out.Text();
+}
+
+TEST_F(ToolE2e, ThroughVppdTheOutputIsTheSameAsEmbedded) {
+    std::string why;
+    // Also tells whether this process reaches a vppd at all.
+    auto daemon = e2e::TestService::Start(e2e::Transport::kProcess, &why);
+    if (daemon == nullptr) GTEST_SKIP() << "no service in a separate process: " << why;
+    Capture out;
+    Capture err;
+    ASSERT_EQ(vppfrc::RunTool(Convert(dir_.File("embedded.y4m")), out.get(), err.get()), 0)
+        << err.Text();
+    const std::string expected = vppfrc_test::ReadFile(dir_.File("embedded.y4m"));
+
+    // A vppd of the tool's own.
+    vppfrc::Options options = Convert(dir_.File("process.y4m"));
+    options.service = vppfrc::ServiceMode::kProcess;
+    ASSERT_EQ(vppfrc::RunTool(options, out.get(), err.get()), 0) << err.Text();
+    EXPECT_EQ(vppfrc_test::ReadFile(dir_.File("process.y4m")), expected);
+
+    // Two tool processes at once through the running one.
+    std::vector<pid_t> tools;
+    for (const char* name : {"a.y4m", "b.y4m"}) {
+        const pid_t child = fork();
+        if (child == 0) {
+            execl(VPPFRC_PROGRAM, VPPFRC_PROGRAM, input_.c_str(), "-o", dir_.File(name).c_str(),
+                  "--factor", "3", "--mode", "blend", "--service", "connect", "--quiet",
+                  static_cast<char*>(nullptr));
+            _exit(127);
+        }
+        ASSERT_GT(child, 0);
+        tools.push_back(child);
+    }
+    for (pid_t child : tools) {
+        int status = -1;
+        ASSERT_EQ(waitpid(child, &status, 0), child);
+        EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0) << "status " << status;
+    }
+    EXPECT_EQ(vppfrc_test::ReadFile(dir_.File("a.y4m")), expected);
+    EXPECT_EQ(vppfrc_test::ReadFile(dir_.File("b.y4m")), expected);
 }
 
 }  // namespace
