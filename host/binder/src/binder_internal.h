@@ -34,6 +34,10 @@ struct AIBinder_Class {
 
 namespace binder_host {
 
+namespace rpc {
+struct ProxyState;
+}  // namespace rpc
+
 // Identity shared by a binder and its weak handles; outlives the binder itself.
 struct BinderIdentity {
     std::mutex mutex;
@@ -75,11 +79,30 @@ void logMessage(int priority, const char* format, ...) __attribute__((format(pri
 // Queues a task for the pool (run once the pool has started).
 void postToPool(std::function<void()> task);
 
+// Whether the pool has been started or joined: only then can this process serve other ones.
+bool poolServing();
+
+// Publishes every service registered so far (called when the pool starts serving).
+void publishRegisteredServices();
+
 // Zeroes the pool's start counters (the pool itself keeps running).
 void resetPoolCounters();
 
 // Marks binder dead and queues the delivery of its death links.
 binder_status_t markDead(AIBinder* binder);
+
+// Adds a strong reference unless the count already reached zero (the binder is being destroyed).
+bool tryIncStrong(AIBinder* binder);
+
+// Runs a local binder's stub on this thread: token check, then the class's onTransact.
+binder_status_t transactLocal(AIBinder* binder, transaction_code_t code, const AParcel* in,
+                              AParcel* out);
+
+// A new proxy binder (strong count 1) for a remote object.
+AIBinder* newProxyBinder(std::shared_ptr<rpc::ProxyState> state);
+
+// The service registered in this process under instance: +1, or NULL.
+AIBinder* findLocalService(const std::string& instance);
 
 }  // namespace binder_host
 
@@ -89,6 +112,9 @@ struct AIBinder {
     std::atomic<int32_t> strong{1};
     std::atomic<bool> dead{false};
     std::shared_ptr<binder_host::BinderIdentity> identity;
+    // Set for a proxy: a binder whose object lives in another process. A proxy's class is NULL
+    // until AIBinder_associateClass gives it one.
+    std::shared_ptr<binder_host::rpc::ProxyState> proxy;
 
     std::mutex mutex;  // guards the members below; taken before any recipient's mutex
     std::vector<std::weak_ptr<binder_host::DeathLink>> links;

@@ -1,4 +1,5 @@
-// Local binders: classes, creation, reference counts, weak handles, extensions and death links.
+// Binders: classes, creation, reference counts, weak handles, extensions, death links and
+// transactions. A proxy is a binder whose object lives in another process (see rpc/).
 #include <android/binder_ibinder.h>
 #include <android/binder_shell.h>
 #include <syslog.h>
@@ -9,6 +10,7 @@
 
 #include "binder_internal.h"
 #include "parcel_internal.h"
+#include "rpc/rpc.h"
 
 using binder_host::BinderIdentity;
 using binder_host::DeathLink;
@@ -99,7 +101,9 @@ void destroyBinder(AIBinder* binder) {
     if (extension != nullptr) {
         AIBinder_decStrong(extension);
     }
-    if (binder->clazz->onDestroy != nullptr) {
+    if (binder->proxy != nullptr) {
+        binder_host::rpc::proxyDestroyed(binder);
+    } else if (binder->clazz->onDestroy != nullptr) {
         binder->clazz->onDestroy(binder->userData);
     }
     delete binder;
@@ -122,6 +126,38 @@ binder_status_t markDead(AIBinder* binder) {
         postToPool([link = std::move(link)]() { deliverDeath(link); });
     }
     return STATUS_OK;
+}
+
+bool tryIncStrong(AIBinder* binder) {
+    int32_t count = binder->strong.load(std::memory_order_relaxed);
+    while (count > 0) {
+        if (binder->strong.compare_exchange_weak(count, count + 1, std::memory_order_acq_rel)) {
+            return true;
+        }
+    }
+    return false;
+}
+
+AIBinder* newProxyBinder(std::shared_ptr<rpc::ProxyState> state) {
+    AIBinder* binder = new AIBinder();
+    binder->proxy = std::move(state);
+    binder->identity = std::make_shared<BinderIdentity>();
+    binder->identity->binder = binder;
+    binder->identity->id = gNextBinderId.fetch_add(1);
+    return binder;
+}
+
+binder_status_t transactLocal(AIBinder* binder, transaction_code_t code, const AParcel* in,
+                              AParcel* out) {
+    AParcel_setDataPosition(in, 0);
+    const AIBinder_Class* clazz = binder->clazz;
+    if (clazz->writeHeader.load() && !checkInterfaceToken(in, clazz->descriptor)) {
+        logMessage(LOG_ERR, "Interface token mismatch for '%s'", clazz->descriptor.c_str());
+        return STATUS_BAD_TYPE;
+    }
+    binder_status_t status = clazz->onTransact(binder, code, in, out);
+    AParcel_setDataPosition(out, 0);
+    return pruneStatus(status);
 }
 
 }  // namespace binder_host
@@ -197,9 +233,8 @@ AIBinder* AIBinder_new(const AIBinder_Class* clazz, void* args) {
     return binder;
 }
 
-// Every binder of this stage lives in this process.
-bool AIBinder_isRemote(const AIBinder* /*binder*/) {
-    return false;
+bool AIBinder_isRemote(const AIBinder* binder) {
+    return binder != nullptr && binder->proxy != nullptr;
 }
 
 bool AIBinder_isAlive(const AIBinder* binder) {
@@ -210,7 +245,10 @@ binder_status_t AIBinder_ping(AIBinder* binder) {
     if (binder == nullptr) {
         return STATUS_UNEXPECTED_NULL;
     }
-    return binder->dead.load() ? STATUS_DEAD_OBJECT : STATUS_OK;
+    if (binder->dead.load()) {
+        return STATUS_DEAD_OBJECT;
+    }
+    return binder->proxy != nullptr ? binder_host::rpc::ping(binder) : STATUS_OK;
 }
 
 binder_status_t AIBinder_dump(AIBinder* binder, int fd, const char** args, uint32_t numArgs) {
@@ -219,6 +257,9 @@ binder_status_t AIBinder_dump(AIBinder* binder, int fd, const char** args, uint3
     }
     if (binder->dead.load()) {
         return STATUS_DEAD_OBJECT;
+    }
+    if (binder->proxy != nullptr) {
+        return binder_host::rpc::dump(binder, fd, args, numArgs);
     }
     AIBinder_onDump onDump = binder->clazz->onDump.load();
     if (onDump == nullptr) {
@@ -292,15 +333,21 @@ binder_status_t AIBinder_unlinkToDeath(AIBinder* binder, AIBinder_DeathRecipient
 }
 
 uid_t AIBinder_getCallingUid() {
-    return getuid();
+    pid_t pid;
+    uid_t uid;
+    return binder_host::rpc::callingIdentity(&pid, &uid) ? uid : getuid();
 }
 
 pid_t AIBinder_getCallingPid() {
-    return getpid();
+    pid_t pid;
+    uid_t uid;
+    return binder_host::rpc::callingIdentity(&pid, &uid) ? pid : getpid();
 }
 
 bool AIBinder_isHandlingTransaction() {
-    return false;
+    pid_t pid;
+    uid_t uid;
+    return binder_host::rpc::callingIdentity(&pid, &uid);
 }
 
 void AIBinder_incStrong(AIBinder* binder) {
@@ -315,7 +362,7 @@ void AIBinder_decStrong(AIBinder* binder) {
         logMessage(LOG_ERR, "AIBinder_decStrong: on null binder");
         return;
     }
-    int32_t before = binder->strong.fetch_sub(1, std::memory_order_acq_rel);
+    const int32_t before = binder->strong.fetch_sub(1, std::memory_order_acq_rel);
     if (before == 1) {
         destroyBinder(binder);
     } else if (before <= 0) {
@@ -336,6 +383,19 @@ bool AIBinder_associateClass(AIBinder* binder, const AIBinder_Class* clazz) {
     if (binder == nullptr || clazz == nullptr) {
         return false;
     }
+    if (binder->proxy != nullptr) {
+        // A proxy takes the first class whose descriptor matches the remote object's.
+        std::string descriptor;
+        if (binder_host::rpc::remoteDescriptor(binder, &descriptor) != STATUS_OK ||
+            descriptor != clazz->descriptor) {
+            return false;
+        }
+        std::lock_guard<std::mutex> lock(binder->mutex);
+        if (binder->clazz == nullptr) {
+            binder->clazz = clazz;
+        }
+        return true;
+    }
     if (binder->clazz == clazz) {
         return true;
     }
@@ -346,7 +406,11 @@ bool AIBinder_associateClass(AIBinder* binder, const AIBinder_Class* clazz) {
 }
 
 const AIBinder_Class* AIBinder_getClass(AIBinder* binder) {
-    return binder == nullptr ? nullptr : binder->clazz;
+    if (binder == nullptr) {
+        return nullptr;
+    }
+    std::lock_guard<std::mutex> lock(binder->mutex);
+    return binder->clazz;
 }
 
 void* AIBinder_getUserData(AIBinder* binder) {
@@ -371,18 +435,8 @@ AIBinder* AIBinder_Weak_promote(AIBinder_Weak* weakBinder) {
     BinderIdentity& identity = *weakBinder->identity;
     std::lock_guard<std::mutex> lock(identity.mutex);
     AIBinder* binder = identity.binder;
-    if (binder == nullptr) {
-        return nullptr;
-    }
-    // Increment only while some strong reference still exists: a count that reached zero
-    // belongs to a binder that is being destroyed.
-    int32_t count = binder->strong.load(std::memory_order_relaxed);
-    while (count > 0) {
-        if (binder->strong.compare_exchange_weak(count, count + 1, std::memory_order_acq_rel)) {
-            return binder;
-        }
-    }
-    return nullptr;
+    // A count that reached zero belongs to a binder that is being destroyed.
+    return binder != nullptr && binder_host::tryIncStrong(binder) ? binder : nullptr;
 }
 
 AIBinder_Weak* AIBinder_Weak_clone(const AIBinder_Weak* weak) {
@@ -486,13 +540,13 @@ binder_status_t AIBinder_prepareTransaction(AIBinder* binder, AParcel** in) {
     if (binder == nullptr || in == nullptr) {
         return STATUS_UNEXPECTED_NULL;
     }
-    if (binder->clazz == nullptr) {
+    const AIBinder_Class* clazz = AIBinder_getClass(binder);
+    if (clazz == nullptr) {
         return STATUS_INVALID_OPERATION;
     }
     AParcel* parcel = binder_host::newParcelFor(binder);
-    if (binder->clazz->writeHeader.load()) {
-        binder_status_t status =
-            binder_host::writeInterfaceToken(parcel, binder->clazz->descriptor);
+    if (clazz->writeHeader.load()) {
+        binder_status_t status = binder_host::writeInterfaceToken(parcel, clazz->descriptor);
         if (status != STATUS_OK) {
             AParcel_delete(parcel);
             *in = nullptr;
@@ -533,6 +587,9 @@ binder_status_t AIBinder_transact(AIBinder* binder, transaction_code_t code, APa
     }
     if (binder->dead.load()) {
         return STATUS_DEAD_OBJECT;
+    }
+    if (binder->proxy != nullptr) {
+        return binder_host::rpc::transact(binder, code, input.get(), out, flags);
     }
     // A local target runs its stub synchronously on this thread, oneway included.
     AParcel* reply = binder_host::newParcelFor(nullptr);

@@ -1,5 +1,5 @@
 // In-memory parcels with the NDK-backend encoding: primitives, UTF-16 strings, arrays, binders,
-// file descriptors and the status header, plus local dispatch of transactions.
+// file descriptors and the status header.
 #include <android/binder_ibinder.h>
 #include <android/binder_parcel.h>
 #include <fcntl.h>
@@ -14,50 +14,16 @@
 #include "binder_internal.h"
 #include "parcel_internal.h"
 
+using binder_host::kObjectBinder;
+using binder_host::kObjectFd;
+using binder_host::kObjectNullBinder;
 using binder_host::logMessage;
+using binder_host::ParcelObject;
 using binder_host::pruneStatus;
 
 namespace {
 
-// Object records in the data stream: a kind word followed by an index into the object table.
-enum : int32_t {
-    kObjectNullBinder = 0,
-    kObjectBinder = 1,
-    kObjectFd = 2,
-};
-
 constexpr int32_t kExHasReplyHeader = -128;
-
-struct ParcelObject {
-    size_t offset = 0;
-    AIBinder* binder = nullptr;  // strong reference held by the parcel
-    int fd = -1;                 // owned by the parcel
-};
-
-}  // namespace
-
-struct AParcel {
-    const AIBinder* target = nullptr;
-    std::vector<uint8_t> data;
-    mutable size_t position = 0;
-    std::vector<ParcelObject> objects;
-
-    ~AParcel() { clearObjects(); }
-
-    void clearObjects() {
-        for (ParcelObject& object : objects) {
-            if (object.binder != nullptr) {
-                AIBinder_decStrong(object.binder);
-            }
-            if (object.fd >= 0) {
-                close(object.fd);
-            }
-        }
-        objects.clear();
-    }
-};
-
-namespace {
 
 size_t padded(size_t size) {
     return (size + 3) & ~static_cast<size_t>(3);
@@ -217,19 +183,19 @@ String16Read readString16(const AParcel* parcel, std::u16string* str) {
 binder_status_t writeObject(AParcel* parcel, int32_t kind, ParcelObject object) {
     object.offset = parcel->position;
     int32_t index = static_cast<int32_t>(parcel->objects.size());
+    // Records are appended only: an overwrite in the middle would break the table's order.
+    if (parcel->position != parcel->data.size()) return STATUS_INVALID_OPERATION;
     binder_status_t status = writeValue<int32_t>(parcel, kind);
     if (status == STATUS_OK) status = writeValue<int32_t>(parcel, index);
-    if (status != STATUS_OK) {
-        if (object.binder != nullptr) AIBinder_decStrong(object.binder);
-        if (object.fd >= 0) close(object.fd);
-        return status;
-    }
-    parcel->objects.push_back(object);
+    if (status != STATUS_OK) return status;
+    parcel->objects.push_back(std::move(object));
     return STATUS_OK;
 }
 
-// Reads an object record; *object is NULL for a null binder.
+// Reads an object record; *object is NULL for a null binder. A record must sit exactly where
+// the object table says it does.
 binder_status_t readObject(const AParcel* parcel, int32_t* kind, const ParcelObject** object) {
+    size_t offset = parcel->position;
     int32_t index;
     binder_status_t status = readValue(parcel, kind);
     if (status == STATUS_OK) status = readValue(parcel, &index);
@@ -237,7 +203,9 @@ binder_status_t readObject(const AParcel* parcel, int32_t* kind, const ParcelObj
     *object = nullptr;
     if (*kind == kObjectNullBinder) return STATUS_OK;
     if (index < 0 || static_cast<size_t>(index) >= parcel->objects.size()) return STATUS_BAD_TYPE;
-    *object = &parcel->objects[static_cast<size_t>(index)];
+    const ParcelObject& found = parcel->objects[static_cast<size_t>(index)];
+    if (found.offset != offset) return STATUS_BAD_TYPE;
+    *object = &found;
     return STATUS_OK;
 }
 
@@ -325,22 +293,11 @@ binder_status_t writeInterfaceToken(AParcel* parcel, const std::string& descript
     return AParcel_writeString(parcel, descriptor.c_str(), static_cast<int32_t>(descriptor.size()));
 }
 
-binder_status_t transactLocal(AIBinder* binder, transaction_code_t code, AParcel* in,
-                              AParcel* out) {
-    in->position = 0;
-    const AIBinder_Class* clazz = binder->clazz;
-    if (clazz->writeHeader.load()) {
-        std::u16string token;
-        std::u16string expected;
-        utf8ToUtf16(clazz->descriptor.data(), clazz->descriptor.size(), &expected);
-        if (readString16(in, &token) != String16Read::kOk || token != expected) {
-            logMessage(LOG_ERR, "Interface token mismatch for '%s'", clazz->descriptor.c_str());
-            return STATUS_BAD_TYPE;
-        }
-    }
-    binder_status_t status = clazz->onTransact(binder, code, in, out);
-    out->position = 0;
-    return pruneStatus(status);
+bool checkInterfaceToken(const AParcel* parcel, const std::string& descriptor) {
+    std::u16string token;
+    std::u16string expected;
+    utf8ToUtf16(descriptor.data(), descriptor.size(), &expected);
+    return readString16(parcel, &token) == String16Read::kOk && token == expected;
 }
 
 }  // namespace binder_host
@@ -368,7 +325,7 @@ int32_t AParcel_getDataSize(const AParcel* parcel) {
 }
 
 binder_status_t AParcel_reset(AParcel* parcel) {
-    parcel->clearObjects();
+    parcel->objects.clear();
     parcel->data.clear();
     parcel->position = 0;
     return STATUS_OK;
@@ -390,17 +347,14 @@ binder_status_t AParcel_appendFrom(const AParcel* from, AParcel* to, int32_t sta
         }
         ParcelObject copy;
         copy.offset = base + (object.offset - begin);
-        if (object.binder != nullptr) {
-            copy.binder = object.binder;
-            AIBinder_incStrong(copy.binder);
-        }
-        if (object.fd >= 0) {
-            copy.fd = fcntl(object.fd, F_DUPFD_CLOEXEC, 0);
-            if (copy.fd < 0) return pruneStatus(-errno);
+        copy.binder = object.binder;
+        if (object.fd.get() >= 0) {
+            copy.fd.set(fcntl(object.fd.get(), F_DUPFD_CLOEXEC, 0));
+            if (copy.fd.get() < 0) return pruneStatus(-errno);
         }
         int32_t index = static_cast<int32_t>(to->objects.size());
         memcpy(to->data.data() + copy.offset + sizeof(int32_t), &index, sizeof(index));
-        to->objects.push_back(copy);
+        to->objects.push_back(std::move(copy));
     }
     to->position = to->data.size();
     return STATUS_OK;
@@ -414,7 +368,7 @@ binder_status_t AParcel_marshal(const AParcel* parcel, uint8_t* buffer, size_t s
 }
 
 binder_status_t AParcel_unmarshal(AParcel* parcel, const uint8_t* buffer, size_t len) {
-    parcel->clearObjects();
+    parcel->objects.clear();
     parcel->data.assign(buffer, buffer + len);
     parcel->position = parcel->data.size();
     return STATUS_OK;
@@ -428,9 +382,9 @@ binder_status_t AParcel_writeStrongBinder(AParcel* parcel, AIBinder* binder) {
         return writeValue<int32_t>(parcel, 0);
     }
     ParcelObject object;
-    object.binder = binder;
     AIBinder_incStrong(binder);
-    return writeObject(parcel, kObjectBinder, object);
+    object.binder.set(binder);
+    return writeObject(parcel, kObjectBinder, std::move(object));
 }
 
 binder_status_t AParcel_readStrongBinder(const AParcel* parcel, AIBinder** binder) {
@@ -443,9 +397,9 @@ binder_status_t AParcel_readStrongBinder(const AParcel* parcel, AIBinder** binde
         *binder = nullptr;
         return STATUS_OK;
     }
-    if (kind != kObjectBinder || object->binder == nullptr) return STATUS_BAD_TYPE;
-    AIBinder_incStrong(object->binder);
-    *binder = object->binder;
+    if (kind != kObjectBinder || object->binder.get() == nullptr) return STATUS_BAD_TYPE;
+    AIBinder_incStrong(object->binder.get());
+    *binder = object->binder.get();
     return STATUS_OK;
 }
 
@@ -453,17 +407,13 @@ binder_status_t AParcel_writeParcelFileDescriptor(AParcel* parcel, int fd) {
     if (parcel == nullptr) return STATUS_UNEXPECTED_NULL;
     if (fd == -1) return writeValue<int32_t>(parcel, 0);
     if (fd < 0) return STATUS_UNKNOWN_ERROR;
-    int dup = fcntl(fd, F_DUPFD_CLOEXEC, 0);
-    if (dup < 0) return pruneStatus(-errno);
+    ParcelObject object;
+    object.fd.set(fcntl(fd, F_DUPFD_CLOEXEC, 0));
+    if (object.fd.get() < 0) return pruneStatus(-errno);
     binder_status_t status = writeValue<int32_t>(parcel, 1);
     if (status == STATUS_OK) status = writeValue<int32_t>(parcel, 0);  // no comm channel
-    if (status != STATUS_OK) {
-        close(dup);
-        return status;
-    }
-    ParcelObject object;
-    object.fd = dup;
-    return writeObject(parcel, kObjectFd, object);
+    if (status != STATUS_OK) return status;
+    return writeObject(parcel, kObjectFd, std::move(object));
 }
 
 binder_status_t AParcel_readParcelFileDescriptor(const AParcel* parcel, int* fd) {
@@ -482,8 +432,8 @@ binder_status_t AParcel_readParcelFileDescriptor(const AParcel* parcel, int* fd)
     const ParcelObject* object;
     status = readObject(parcel, &kind, &object);
     if (status != STATUS_OK) return status;
-    if (kind != kObjectFd || object == nullptr || object->fd < 0) return STATUS_BAD_TYPE;
-    int dup = fcntl(object->fd, F_DUPFD_CLOEXEC, 0);
+    if (kind != kObjectFd || object == nullptr || object->fd.get() < 0) return STATUS_BAD_TYPE;
+    int dup = fcntl(object->fd.get(), F_DUPFD_CLOEXEC, 0);
     if (dup < 0) return STATUS_BAD_VALUE;
     *fd = dup;
     return STATUS_OK;

@@ -1,12 +1,32 @@
-// Internal parcel hooks used by the binder objects: creation, interface tokens, local dispatch.
+// Internal parcel layout and hooks used by the binder objects and the cross-process transport.
 #pragma once
 
+#include <android/binder_auto_utils.h>
 #include <android/binder_ibinder.h>
 #include <android/binder_parcel.h>
 
+#include <cstddef>
+#include <cstdint>
 #include <string>
+#include <vector>
 
 namespace binder_host {
+
+// Object records in the data stream: a kind word followed by an index into the object table.
+enum : int32_t {
+    kObjectNullBinder = 0,
+    kObjectBinder = 1,
+    kObjectFd = 2,
+};
+
+// Size of an object record in the data stream.
+constexpr size_t kObjectRecordSize = 8;
+
+struct ParcelObject {
+    size_t offset = 0;             // of the record in the data
+    ndk::SpAIBinder binder;        // the parcel's own strong reference
+    ndk::ScopedFileDescriptor fd;  // owned by the parcel
+};
 
 // A new empty parcel bound to target (NULL: bound to nothing, like AParcel_create).
 AParcel* newParcelFor(const AIBinder* target);
@@ -16,7 +36,15 @@ const AIBinder* parcelTarget(const AParcel* parcel);
 
 binder_status_t writeInterfaceToken(AParcel* parcel, const std::string& descriptor);
 
-// Runs binder's stub on this thread: token check, then the class's onTransact.
-binder_status_t transactLocal(AIBinder* binder, transaction_code_t code, AParcel* in, AParcel* out);
+// Reads the interface token at the read position; true when it equals descriptor.
+bool checkInterfaceToken(const AParcel* parcel, const std::string& descriptor);
 
 }  // namespace binder_host
+
+struct AParcel {
+    const AIBinder* target = nullptr;
+    std::vector<uint8_t> data;
+    mutable size_t position = 0;
+    // In increasing offset order; each record's index word is its place in this table.
+    std::vector<binder_host::ParcelObject> objects;
+};

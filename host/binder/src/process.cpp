@@ -3,6 +3,7 @@
 #include <binder_host/binder_host.h>
 #include <syslog.h>
 
+#include <atomic>
 #include <condition_variable>
 #include <deque>
 #include <functional>
@@ -27,6 +28,9 @@ struct Pool {
     uint32_t running = 0;
     // Threads the pool may add on demand beyond the first, as on a device.
     uint32_t maxExtraThreads = 15;
+
+    // Whether the pool serves calls (started or joined): services are published from then on.
+    std::atomic<bool> serving{false};
 
     // Host counters, reset by ABinderHost_resetForTesting.
     uint64_t startCalls = 0;
@@ -80,6 +84,10 @@ void postToPool(std::function<void()> task) {
     p.workAvailable.notify_one();
 }
 
+bool poolServing() {
+    return pool().serving.load();
+}
+
 void resetPoolCounters() {
     Pool& p = pool();
     std::lock_guard<std::mutex> lock(p.mutex);
@@ -91,9 +99,19 @@ void resetPoolCounters() {
 
 void ABinderProcess_startThreadPool() {
     Pool& p = pool();
+    {
+        std::lock_guard<std::mutex> lock(p.mutex);
+        ++p.startCalls;
+        p.startsSinceReset = 1;
+        if (p.started) {
+            return;
+        }
+    }
+    // Services are reachable from other processes before the first pool task runs.
+    if (!p.serving.exchange(true)) {
+        binder_host::publishRegisteredServices();
+    }
     std::lock_guard<std::mutex> lock(p.mutex);
-    ++p.startCalls;
-    p.startsSinceReset = 1;
     if (p.started) {
         return;
     }
@@ -127,6 +145,9 @@ void ABinderProcess_joinThreadPool() {
     {
         std::lock_guard<std::mutex> lock(p.mutex);
         ++p.threads;
+    }
+    if (!p.serving.exchange(true)) {
+        binder_host::publishRegisteredServices();
     }
     p.serve();
 }

@@ -1,4 +1,5 @@
-// In-process service manager: a registry of binders by instance name, plus host controls.
+// Service manager: a registry of this process's binders by instance name, published in the
+// service folder for other processes; lookups try this process first, then the folder.
 #include <android/binder_manager.h>
 #include <binder_host/binder_host.h>
 
@@ -12,6 +13,7 @@
 #include <vector>
 
 #include "binder_internal.h"
+#include "rpc/rpc.h"
 
 namespace {
 
@@ -54,7 +56,43 @@ Registry& registry() {
     return *instance;
 }
 
+// This process's registration first, then another process's: +1 or NULL.
+AIBinder* findAnywhere(const std::string& instance) {
+    {
+        Registry& r = registry();
+        std::lock_guard<std::mutex> lock(r.mutex);
+        if (AIBinder* binder = r.findLocked(instance)) {
+            return binder;
+        }
+    }
+    return binder_host::rpc::lookupService(instance);
+}
+
 }  // namespace
+
+namespace binder_host {
+
+void publishRegisteredServices() {
+    std::vector<std::string> names;
+    {
+        Registry& r = registry();
+        std::lock_guard<std::mutex> lock(r.mutex);
+        for (const auto& entry : r.services) {
+            if (!AIBinder_isRemote(entry.second)) names.push_back(entry.first);
+        }
+    }
+    for (const std::string& name : names) {
+        binder_host::rpc::publishService(name);
+    }
+}
+
+AIBinder* findLocalService(const std::string& instance) {
+    Registry& r = registry();
+    std::lock_guard<std::mutex> lock(r.mutex);
+    return r.findLocked(instance);
+}
+
+}  // namespace binder_host
 
 binder_exception_t AServiceManager_addService(AIBinder* binder, const char* instance) {
     if (binder == nullptr || instance == nullptr) {
@@ -74,6 +112,10 @@ binder_exception_t AServiceManager_addService(AIBinder* binder, const char* inst
     if (previous != nullptr) {
         AIBinder_decStrong(previous);
     }
+    // Other processes can reach it once the pool serves calls (published then if not now).
+    if (!AIBinder_isRemote(binder) && binder_host::poolServing()) {
+        binder_host::rpc::publishService(instance);
+    }
     return EX_NONE;
 }
 
@@ -84,12 +126,14 @@ binder_exception_t AServiceManager_addServiceWithFlags(AIBinder* binder, const c
 
 AIBinder* AServiceManager_checkService(const char* instance) {
     Registry& r = registry();
-    std::lock_guard<std::mutex> lock(r.mutex);
-    ++r.checkCalls;
+    {
+        std::lock_guard<std::mutex> lock(r.mutex);
+        ++r.checkCalls;
+    }
     if (instance == nullptr) {
         return nullptr;
     }
-    return r.findLocked(instance);
+    return findAnywhere(instance);
 }
 
 AIBinder* AServiceManager_getService(const char* instance) {
@@ -97,19 +141,24 @@ AIBinder* AServiceManager_getService(const char* instance) {
         return nullptr;
     }
     Registry& r = registry();
-    std::unique_lock<std::mutex> lock(r.mutex);
-    const auto deadline =
-        std::chrono::steady_clock::now() + std::chrono::milliseconds(r.pollLimitMs);
+    uint32_t intervalMs;
+    std::chrono::steady_clock::time_point deadline;
+    {
+        std::lock_guard<std::mutex> lock(r.mutex);
+        intervalMs = r.pollIntervalMs;
+        deadline = std::chrono::steady_clock::now() + std::chrono::milliseconds(r.pollLimitMs);
+    }
     for (;;) {
-        if (AIBinder* binder = r.findLocked(instance)) {
+        if (AIBinder* binder = findAnywhere(instance)) {
             return binder;
         }
+        std::unique_lock<std::mutex> lock(r.mutex);
         auto now = std::chrono::steady_clock::now();
         if (now >= deadline) {
             return nullptr;
         }
-        // Woken early by a registration; otherwise checks again after one poll interval.
-        auto wake = std::min(deadline, now + std::chrono::milliseconds(r.pollIntervalMs));
+        // Woken early by a registration here; otherwise checks again after one poll interval.
+        auto wake = std::min(deadline, now + std::chrono::milliseconds(intervalMs));
         r.changed.wait_until(lock, wake);
     }
 }
@@ -119,10 +168,13 @@ AIBinder* AServiceManager_waitForService(const char* instance) {
         return nullptr;
     }
     Registry& r = registry();
-    std::unique_lock<std::mutex> lock(r.mutex);
-    AIBinder* binder = nullptr;
-    r.changed.wait(lock, [&]() { return (binder = r.findLocked(instance)) != nullptr; });
-    return binder;
+    for (;;) {
+        if (AIBinder* binder = findAnywhere(instance)) {
+            return binder;
+        }
+        std::unique_lock<std::mutex> lock(r.mutex);
+        r.changed.wait_for(lock, std::chrono::milliseconds(r.pollIntervalMs));
+    }
 }
 
 // "Declared" means currently registered on the host.
@@ -130,9 +182,12 @@ bool AServiceManager_isDeclared(const char* instance) {
     if (instance == nullptr) {
         return false;
     }
-    Registry& r = registry();
-    std::lock_guard<std::mutex> lock(r.mutex);
-    return r.services.count(instance) != 0;
+    AIBinder* binder = findAnywhere(instance);
+    if (binder == nullptr) {
+        return false;
+    }
+    AIBinder_decStrong(binder);
+    return true;
 }
 
 binder_status_t ABinderHost_declareDead(const char* instance) {
@@ -149,6 +204,7 @@ binder_status_t ABinderHost_declareDead(const char* instance) {
         return STATUS_NAME_NOT_FOUND;
     }
     r.changed.notify_all();
+    binder_host::rpc::unpublishService(instance);
     binder_status_t status = binder_host::markDead(binder);
     AIBinder_decStrong(binder);
     return status;
@@ -179,6 +235,7 @@ binder_status_t ABinderHost_removeService(const char* instance) {
         return STATUS_NAME_NOT_FOUND;
     }
     r.changed.notify_all();
+    binder_host::rpc::unpublishService(instance);
     AIBinder_decStrong(binder);
     return STATUS_OK;
 }
@@ -207,6 +264,7 @@ void ABinderHost_resetForTesting() {
         r.pollLimitMs = kDefaultPollLimitMs;
     }
     binder_host::resetPoolCounters();
+    binder_host::rpc::unpublishAll();
     for (auto& entry : services) {
         AIBinder_decStrong(entry.second);
     }

@@ -5,6 +5,8 @@
 #include <dirent.h>
 
 #include <atomic>
+#include <chrono>
+#include <thread>
 
 namespace binder_test {
 
@@ -20,6 +22,16 @@ inline int openFdCount() {
     }
     closedir(dir);
     return count - 3;  // ".", ".." and the directory's own descriptor
+}
+
+// Waits up to two seconds for the open descriptor count to come back to count.
+inline bool waitForFdCount(int count) {
+    auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(2);
+    while (openFdCount() != count) {
+        if (std::chrono::steady_clock::now() > deadline) return false;
+        std::this_thread::sleep_for(std::chrono::milliseconds(5));
+    }
+    return true;
 }
 
 // A binder class whose user data counts live instances.

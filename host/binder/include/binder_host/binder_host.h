@@ -1,7 +1,31 @@
-// Host-only controls of the in-process binder: service death, pool synchronisation, counters.
+// Host-only controls of the binder: service death, pool synchronisation, counters, and the
+// folder through which processes find each other's services.
 //
 // Only tests, the reference service and tools include this header; code that must also build on
 // a device never does.
+//
+// Across processes:
+// - AServiceManager_addService of a binder of this process also publishes the instance, once the
+//   process's binder pool serves calls (ABinderProcess_startThreadPool or joinThreadPool; services
+//   registered earlier are published then), as a Unix socket (0600) in the service folder:
+//   $BINDER_HOST_DIR if set, else $XDG_RUNTIME_DIR/binder-host, else /tmp/binder-host-<uid>. The
+//   folder is created 0700 when missing; one that is a symbolic link, belongs to another user or is
+//   open to other users is refused (one log line, and the service stays registered for this process
+//   only). Names that do not fit a socket address are shortened with a hash. A live socket of
+//   another process under the same name is left alone; a stale one (no listener) is replaced.
+// - AServiceManager_checkService/getService/waitForService look in this process first, then in
+//   the folder. Peers of another uid are refused on both ends.
+// - Binders received from another process are proxies (AIBinder_isRemote); generated fromBinder
+//   gives the Bp class for them. Incoming calls run on the binder pool; a thread waiting for a
+//   reply runs the nested calls addressed to it. When the peer process goes away its proxies die
+//   at once, as with ABinderHost_declareBinderDead.
+// - Limits per transaction: 1 MiB of data and 253 descriptors (STATUS_FAILED_TRANSACTION).
+//
+// Test convention: every test process uses a service folder of its own, so that test processes
+// running in parallel (ctest -j) never find each other's services. Every executable under tests/
+// links the CMake object library hostbinder_private_dir (tests/CMakeLists.txt does it for all),
+// which calls ABinderHost_usePrivateServiceDir before main, unless the process inherited a private
+// folder from the test process that started it: children share their parent test's folder.
 //
 // Host differences from a device that the functions below rely on:
 // - AIBinder_linkToDeath on a binder of this process is accepted (STATUS_OK), so that an
@@ -70,6 +94,12 @@ void ABinderHost_setGetServicePolling(uint32_t intervalMs, uint32_t limitMs);
 // Empties the service registry (releasing its references), resets the counters above and the
 // getService polling. The pool, if started, keeps running.
 void ABinderHost_resetForTesting(void);
+
+// Creates a fresh private service folder under the per-user default and points BINDER_HOST_DIR
+// (and BINDER_HOST_PRIVATE_DIR, which marks it as a test's) at it; children inherit both. The
+// folder is removed when this process exits. Returns STATUS_PERMISSION_DENIED when the per-user
+// folder is unusable.
+binder_status_t ABinderHost_usePrivateServiceDir(void);
 
 __END_DECLS
 

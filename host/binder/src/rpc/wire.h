@@ -1,0 +1,76 @@
+// Wire format of cross-process binder messages and its decoder, the part a hostile peer reaches.
+//
+// A message on the stream is a fixed header, then objectCount object records, then dataSize
+// bytes of parcel data. Descriptors travel beside the message as SCM_RIGHTS, attached to its
+// first byte, in the order of the message's descriptor records.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <string>
+#include <vector>
+
+namespace binder_host::rpc {
+
+constexpr uint32_t kWireMagic = 0x31574842;  // "BHW1"
+
+enum MessageType : uint32_t {
+    kMessageTransact = 1,  // a call; a reply follows unless it is oneway
+    kMessageReply = 2,     // the answer to the transaction with the same id
+    kMessageDecRef = 3,    // the peer dropped `count` of the references it received to `target`
+};
+
+// Limits of one message, as on a device's binder buffer.
+constexpr size_t kMaxDataSize = 1024 * 1024;
+constexpr size_t kMaxFds = 253;  // what one SCM_RIGHTS message can carry
+// Size of an object's record (kind word, index word) in the parcel data.
+constexpr size_t kObjectRecordBytes = 8;
+constexpr size_t kMaxObjects = kMaxDataSize / kObjectRecordBytes;
+
+struct WireHeader {
+    uint32_t magic;
+    uint32_t type;
+    uint64_t id;           // transaction id, echoed by the reply
+    uint64_t target;       // transact: the receiver's object (0: the connection's root)
+                           // decref: the receiver's object whose references are dropped
+    uint64_t routeToken;   // thread of the receiver that must run or receive this (0: the pool)
+    uint64_t senderToken;  // transact: the sending thread, to route nested calls and the reply
+    uint32_t code;         // transact: code; reply: status; decref: count
+    uint32_t flags;        // transact: FLAG_ONEWAY
+    uint32_t objectCount;
+    uint32_t fdCount;
+    uint32_t dataSize;
+    uint32_t reserved;
+};
+static_assert(sizeof(WireHeader) == 64, "wire header layout");
+
+enum WireObjectKind : uint32_t {
+    kWireSenderBinder = 1,    // an object of the sender: a proxy in the receiver
+    kWireReceiverBinder = 2,  // an object of the receiver coming home
+    kWireFd = 3,              // handle: index among the message's descriptors
+};
+
+struct WireObject {
+    uint32_t offset;  // of the object's record in the parcel data
+    uint32_t kind;
+    uint64_t handle;
+};
+static_assert(sizeof(WireObject) == 16, "wire object layout");
+
+// Validates a header on its own. On success *bodySize is the number of bytes that follow it.
+bool decodeHeader(const uint8_t* bytes, size_t size, WireHeader* header, size_t* bodySize,
+                  std::string* error);
+
+struct DecodedBody {
+    std::vector<WireObject> objects;
+    const uint8_t* data = nullptr;  // points into the body
+    size_t dataSize = 0;
+};
+
+// Validates a body against its (already decoded) header and the number of descriptors that
+// arrived with the message: record kinds, in-bounds non-overlapping increasing offsets, one
+// descriptor record per descriptor received, in order.
+bool decodeBody(const WireHeader& header, const uint8_t* body, size_t size, size_t fdsReceived,
+                DecodedBody* out, std::string* error);
+
+}  // namespace binder_host::rpc

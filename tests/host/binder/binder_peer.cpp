@@ -1,0 +1,189 @@
+// Peer process of the cross-process binder tests: serves test.IPeer under the instance name given
+// on its command line, prints "ready" once published, and serves until killed.
+// Usage: binder_peer INSTANCE [POOL_EXTRA_THREADS]  (0: the main thread is the only one)
+#include <android/binder_auto_utils.h>
+#include <android/binder_ibinder.h>
+#include <android/binder_manager.h>
+#include <android/binder_parcel_utils.h>
+#include <android/binder_process.h>
+#include <binder_host/binder_host.h>
+#include <stdio.h>
+#include <stdlib.h>
+#include <sys/mman.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <atomic>
+#include <mutex>
+#include <string>
+
+#include "peer_protocol.h"
+#include "test_support.h"
+
+namespace {
+
+std::atomic<int> gLiveObjects{0};
+std::mutex gMutex;
+ndk::ScopedFileDescriptor gKeptFd;
+ndk::SpAIBinder gHeld;
+
+const AIBinder_Class* peerClass();
+
+void* onCreate(void* args) {
+    ++gLiveObjects;
+    return args;
+}
+
+void onDestroy(void*) {
+    --gLiveObjects;
+}
+
+std::string readThroughMmap(int fd) {
+    struct stat st;
+    if (fstat(fd, &st) != 0 || st.st_size == 0) return "";
+    void* map = mmap(nullptr, static_cast<size_t>(st.st_size), PROT_READ, MAP_SHARED, fd, 0);
+    if (map == MAP_FAILED) return "";
+    std::string text(static_cast<const char*>(map), static_cast<size_t>(st.st_size));
+    munmap(map, static_cast<size_t>(st.st_size));
+    return text;
+}
+
+binder_status_t onTransact(AIBinder* self, transaction_code_t code, const AParcel* in,
+                           AParcel* out) {
+    switch (code) {
+        case peer::kEcho: {
+            std::string text;
+            binder_status_t status = peer::readString(in, &text);
+            return status == STATUS_OK ? peer::writeString(out, text) : status;
+        }
+        case peer::kCaller: {
+            AParcel_writeInt32(out, AIBinder_getCallingPid());
+            return AParcel_writeInt32(out, static_cast<int32_t>(AIBinder_getCallingUid()));
+        }
+        case peer::kDescribeFd: {
+            ndk::ScopedFileDescriptor fd;
+            binder_status_t status = ndk::AParcel_readRequiredParcelFileDescriptor(in, &fd);
+            if (status != STATUS_OK) return status;
+            struct stat st;
+            if (fstat(fd.get(), &st) != 0) return STATUS_BAD_VALUE;
+            AParcel_writeInt32(out, fd.get());
+            AParcel_writeInt64(out, static_cast<int64_t>(st.st_dev));
+            AParcel_writeInt64(out, static_cast<int64_t>(st.st_ino));
+            return peer::writeString(out, readThroughMmap(fd.get()));
+        }
+        case peer::kKeepFd: {
+            ndk::ScopedFileDescriptor fd;
+            binder_status_t status = ndk::AParcel_readRequiredParcelFileDescriptor(in, &fd);
+            if (status != STATUS_OK) return status;
+            std::lock_guard<std::mutex> lock(gMutex);
+            gKeptFd = std::move(fd);
+            return STATUS_OK;
+        }
+        case peer::kReadKeptFd: {
+            std::lock_guard<std::mutex> lock(gMutex);
+            return peer::writeString(out, readThroughMmap(gKeptFd.get()));
+        }
+        case peer::kMakeFd: {
+            std::string text;
+            binder_status_t status = peer::readString(in, &text);
+            if (status != STATUS_OK) return status;
+            ndk::ScopedFileDescriptor fd(memfd_create("peer", MFD_CLOEXEC));
+            if (write(fd.get(), text.data(), text.size()) != static_cast<ssize_t>(text.size())) {
+                return STATUS_UNKNOWN_ERROR;
+            }
+            return ndk::AParcel_writeRequiredParcelFileDescriptor(out, fd);
+        }
+        case peer::kReturnBinder: {
+            ndk::SpAIBinder binder;
+            binder_status_t status = ndk::AParcel_readRequiredStrongBinder(in, &binder);
+            return status == STATUS_OK ? AParcel_writeStrongBinder(out, binder.get()) : status;
+        }
+        case peer::kIsOwnObject: {
+            ndk::SpAIBinder binder;
+            binder_status_t status = ndk::AParcel_readRequiredStrongBinder(in, &binder);
+            if (status != STATUS_OK) return status;
+            bool own =
+                !AIBinder_isRemote(binder.get()) && AIBinder_getClass(binder.get()) == peerClass();
+            return AParcel_writeBool(out, own);
+        }
+        case peer::kHoldBinder: {
+            ndk::SpAIBinder binder;
+            binder_status_t status = ndk::AParcel_readRequiredStrongBinder(in, &binder);
+            std::lock_guard<std::mutex> lock(gMutex);
+            gHeld = binder;
+            return status;
+        }
+        case peer::kDropBinder: {
+            std::lock_guard<std::mutex> lock(gMutex);
+            gHeld = nullptr;
+            return STATUS_OK;
+        }
+        case peer::kNewObject: {
+            ndk::SpAIBinder object(AIBinder_new(peerClass(), nullptr));
+            return AParcel_writeStrongBinder(out, object.get());
+        }
+        case peer::kLiveObjects:
+            return AParcel_writeInt32(out, gLiveObjects.load());
+        case peer::kCallBack: {
+            ndk::SpAIBinder callback;
+            std::string text;
+            binder_status_t status = ndk::AParcel_readRequiredStrongBinder(in, &callback);
+            if (status == STATUS_OK) status = peer::readString(in, &text);
+            if (status != STATUS_OK) return status;
+            static const AIBinder_Class* callbackClass = AIBinder_Class_define(
+                peer::kCallbackDescriptor, [](void* a) { return a; }, [](void*) {},
+                [](AIBinder*, transaction_code_t, const AParcel*, AParcel*) -> binder_status_t {
+                    return STATUS_UNKNOWN_TRANSACTION;
+                });
+            if (!AIBinder_associateClass(callback.get(), callbackClass)) return STATUS_BAD_TYPE;
+            ndk::ScopedAParcel call;
+            ndk::ScopedAParcel reply;
+            status = AIBinder_prepareTransaction(callback.get(), call.getR());
+            if (status == STATUS_OK) status = peer::writeString(call.get(), text);
+            if (status == STATUS_OK) {
+                status = AIBinder_transact(callback.get(), peer::kCallbackEcho, call.getR(),
+                                           reply.getR(), 0);
+            }
+            std::string answer;
+            if (status == STATUS_OK) status = peer::readString(reply.get(), &answer);
+            return status == STATUS_OK ? peer::writeString(out, answer) : status;
+        }
+        case peer::kBlock:
+            for (;;) pause();
+        case peer::kFdCount:
+            return AParcel_writeInt32(out, binder_test::openFdCount());
+        default:
+            (void)self;
+            return STATUS_UNKNOWN_TRANSACTION;
+    }
+}
+
+const AIBinder_Class* peerClass() {
+    static const AIBinder_Class* clazz =
+        AIBinder_Class_define(peer::kDescriptor, onCreate, onDestroy, onTransact);
+    return clazz;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    if (argc < 2) {
+        fprintf(stderr, "usage: binder_peer INSTANCE [POOL_EXTRA_THREADS]\n");
+        return 2;
+    }
+    // "0": the main thread alone serves, so nested calls must come back to the waiting thread.
+    const bool singleThread = argc > 2 && atoi(argv[2]) == 0;
+    if (argc > 2) ABinderProcess_setThreadPoolMaxThreadCount(static_cast<uint32_t>(atoi(argv[2])));
+    ndk::SpAIBinder service(AIBinder_new(peerClass(), nullptr));
+    if (AServiceManager_addService(service.get(), argv[1]) != EX_NONE) return 1;
+    // The service is published once the pool serves; "ready" comes from the pool after that.
+    ABinderHost_postToPool(
+        [](void*) {
+            printf("ready\n");
+            fflush(stdout);
+        },
+        nullptr);
+    if (!singleThread) ABinderProcess_startThreadPool();
+    ABinderProcess_joinThreadPool();
+    return 0;
+}

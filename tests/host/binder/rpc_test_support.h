@@ -1,0 +1,106 @@
+// Helpers of the cross-process tests: starting and killing the peer process, calling it, and
+// waiting for a condition with a deadline.
+#pragma once
+
+#include <android/binder_auto_utils.h>
+#include <android/binder_ibinder.h>
+#include <android/binder_manager.h>
+#include <poll.h>
+#include <signal.h>
+#include <spawn.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <chrono>
+#include <functional>
+#include <string>
+#include <thread>
+
+#include "peer_protocol.h"
+
+extern char** environ;
+
+namespace rpc_test {
+
+// The peer process; killed (SIGKILL) and reaped when it goes out of scope.
+class PeerProcess {
+  public:
+    PeerProcess() = default;
+    PeerProcess(const PeerProcess&) = delete;
+    PeerProcess& operator=(const PeerProcess&) = delete;
+    ~PeerProcess() { kill(); }
+
+    // Starts binder_peer serving instance and waits for its "ready" line.
+    bool start(const std::string& instance, int extraThreads = 15) {
+        int fds[2];
+        if (pipe2(fds, O_CLOEXEC) != 0) return false;
+        ndk::ScopedFileDescriptor readEnd(fds[0]);
+        ndk::ScopedFileDescriptor writeEnd(fds[1]);
+        posix_spawn_file_actions_t actions;
+        posix_spawn_file_actions_init(&actions);
+        posix_spawn_file_actions_adddup2(&actions, writeEnd.get(), STDOUT_FILENO);
+        std::string threads = std::to_string(extraThreads);
+        const char* argv[] = {BINDER_PEER_PATH, instance.c_str(), threads.c_str(), nullptr};
+        int rc = posix_spawn(&pid_, BINDER_PEER_PATH, &actions, nullptr,
+                             const_cast<char* const*>(argv), environ);
+        posix_spawn_file_actions_destroy(&actions);
+        if (rc != 0) {
+            pid_ = -1;
+            return false;
+        }
+        writeEnd.set(-1);
+        std::string line;
+        char c;
+        pollfd pfd{readEnd.get(), POLLIN, 0};
+        while (line != "ready\n" && poll(&pfd, 1, 10000) == 1 && read(readEnd.get(), &c, 1) == 1) {
+            line += c;
+        }
+        return line == "ready\n";
+    }
+
+    pid_t pid() const { return pid_; }
+
+    void kill() {
+        if (pid_ <= 0) return;
+        ::kill(pid_, SIGKILL);
+        waitpid(pid_, nullptr, 0);
+        pid_ = -1;
+    }
+
+  private:
+    pid_t pid_ = -1;
+};
+
+// The peer's service under instance, associated with a class of the peer's descriptor.
+inline ndk::SpAIBinder peerBinder(const std::string& instance) {
+    static const AIBinder_Class* clazz = AIBinder_Class_define(
+        peer::kDescriptor, [](void* a) { return a; }, [](void*) {},
+        [](AIBinder*, transaction_code_t, const AParcel*, AParcel*) -> binder_status_t {
+            return STATUS_UNKNOWN_TRANSACTION;
+        });
+    ndk::SpAIBinder binder(AServiceManager_checkService(instance.c_str()));
+    if (binder.get() != nullptr && !AIBinder_associateClass(binder.get(), clazz)) return nullptr;
+    return binder;
+}
+
+// One call: write fills the request; the reply is left in *reply.
+inline binder_status_t call(AIBinder* binder, transaction_code_t code, ndk::ScopedAParcel& reply,
+                            const std::function<binder_status_t(AParcel*)>& write = nullptr) {
+    ndk::ScopedAParcel in;
+    binder_status_t status = AIBinder_prepareTransaction(binder, in.getR());
+    if (status == STATUS_OK && write) status = write(in.get());
+    if (status != STATUS_OK) return status;
+    return AIBinder_transact(binder, code, in.getR(), reply.getR(), 0);
+}
+
+// Polls condition for up to two seconds.
+inline bool waitFor(const std::function<bool()>& condition) {
+    auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(2);
+    while (!condition()) {
+        if (std::chrono::steady_clock::now() > deadline) return false;
+        std::this_thread::sleep_for(std::chrono::milliseconds(5));
+    }
+    return true;
+}
+
+}  // namespace rpc_test

@@ -1,0 +1,241 @@
+// Tests of hostile input on the transport: malformed messages sent on a raw socket to a published
+// service drop that connection without leaking descriptors, and the service keeps serving; the
+// service folder's and sockets' permissions.
+#include "rpc/wire.h"
+
+#include <android/binder_auto_utils.h>
+#include <android/binder_ibinder.h>
+#include <android/binder_manager.h>
+#include <android/binder_process.h>
+#include <binder_host/binder_host.h>
+#include <gtest/gtest.h>
+#include <poll.h>
+#include <stdlib.h>
+#include <sys/mman.h>
+#include <sys/socket.h>
+#include <sys/stat.h>
+#include <sys/un.h>
+#include <unistd.h>
+
+#include <cstring>
+#include <functional>
+#include <string>
+#include <vector>
+
+#include "test_support.h"
+
+namespace {
+
+using binder_host::rpc::WireHeader;
+using binder_host::rpc::WireObject;
+using binder_test::Counted;
+using binder_test::openFdCount;
+namespace wire = binder_host::rpc;
+
+constexpr const char* kInstance = "test.wire/default";
+
+std::string folder() {
+    const char* dir = getenv("BINDER_HOST_DIR");
+    return dir == nullptr ? "" : dir;
+}
+
+int connectRaw(const std::string& path) {
+    ndk::ScopedFileDescriptor fd(socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));
+    sockaddr_un address{};
+    address.sun_family = AF_UNIX;
+    strncpy(address.sun_path, path.c_str(), sizeof(address.sun_path) - 1);
+    if (connect(fd.get(), reinterpret_cast<sockaddr*>(&address), sizeof(address)) != 0) return -1;
+    return fd.release();
+}
+
+// Sends bytes with fds attached to the first byte.
+bool sendRaw(int socket, const std::vector<uint8_t>& bytes, const std::vector<int>& fds) {
+    iovec iov{const_cast<uint8_t*>(bytes.data()), bytes.size()};
+    msghdr msg{};
+    msg.msg_iov = &iov;
+    msg.msg_iovlen = 1;
+    alignas(cmsghdr) char control[CMSG_SPACE(sizeof(int) * 16)];
+    if (!fds.empty()) {
+        msg.msg_control = control;
+        msg.msg_controllen = CMSG_SPACE(sizeof(int) * fds.size());
+        cmsghdr* c = CMSG_FIRSTHDR(&msg);
+        c->cmsg_level = SOL_SOCKET;
+        c->cmsg_type = SCM_RIGHTS;
+        c->cmsg_len = CMSG_LEN(sizeof(int) * fds.size());
+        memcpy(CMSG_DATA(c), fds.data(), sizeof(int) * fds.size());
+    }
+    return sendmsg(socket, &msg, MSG_NOSIGNAL) == static_cast<ssize_t>(bytes.size());
+}
+
+// True when the other end closes the connection within two seconds.
+bool closedByPeer(int socket) {
+    pollfd pfd{socket, POLLIN, 0};
+    for (;;) {
+        if (poll(&pfd, 1, 2000) != 1) return false;
+        char buffer[256];
+        ssize_t n = recv(socket, buffer, sizeof(buffer), 0);
+        if (n == 0 || (n < 0 && errno == ECONNRESET)) return true;
+        if (n < 0) return false;
+    }
+}
+
+WireHeader header(uint32_t type) {
+    WireHeader h{};
+    h.magic = wire::kWireMagic;
+    h.type = type;
+    h.id = 1;
+    h.senderToken = 7;
+    return h;
+}
+
+std::vector<uint8_t> message(const WireHeader& h, const std::vector<WireObject>& objects,
+                             std::vector<uint8_t> data) {
+    std::vector<uint8_t> bytes(sizeof(h));
+    memcpy(bytes.data(), &h, sizeof(h));
+    for (const WireObject& o : objects) {
+        const auto* p = reinterpret_cast<const uint8_t*>(&o);
+        bytes.insert(bytes.end(), p, p + sizeof(o));
+    }
+    bytes.insert(bytes.end(), data.begin(), data.end());
+    return bytes;
+}
+
+struct Case {
+    const char* name;
+    std::vector<uint8_t> bytes;
+    int fdsToSend;
+};
+
+class WireTest : public ::testing::Test {
+  protected:
+    void SetUp() override {
+        ABinderProcess_startThreadPool();
+        service_ = ndk::SpAIBinder(AIBinder_new(Counted::clazz(), nullptr));
+        ASSERT_EQ(AServiceManager_addService(service_.get(), kInstance), EX_NONE);
+        path_ = folder() + "/" + "test.wire%2Fdefault";
+    }
+    void TearDown() override {
+        ASSERT_EQ(ABinderHost_flushPool(), STATUS_OK);
+        ABinderHost_resetForTesting();
+    }
+
+    ndk::SpAIBinder service_;
+    std::string path_;
+};
+
+TEST_F(WireTest, MalformedMessagesDropTheConnectionWithoutLeaks) {
+    WireHeader transact = header(wire::kMessageTransact);
+    transact.code = FIRST_CALL_TRANSACTION;
+    const std::vector<uint8_t> data16(16, 0);
+    auto withCounts = [](WireHeader h, uint32_t objects, uint32_t fds, uint32_t size) {
+        h.objectCount = objects;
+        h.fdCount = fds;
+        h.dataSize = size;
+        return h;
+    };
+    WireHeader badMagic = transact;
+    badMagic.magic = 0;
+    WireHeader badType = transact;
+    badType.type = 99;
+    WireHeader unknownTarget = transact;
+    unknownTarget.target = 0x12345;
+    WireHeader release = header(wire::kMessageDecRef);
+    release.target = 0x12345;
+    release.code = 1;
+    WireHeader stray = header(wire::kMessageReply);
+    stray.routeToken = 0x999;
+    std::vector<Case> cases = {
+        {"bad magic", message(badMagic, {}, {}), 0},
+        {"unknown type", message(badType, {}, {}), 0},
+        {"data over the limit", message(withCounts(transact, 0, 0, 2 * 1024 * 1024), {}, {}), 0},
+        {"object past the data", message(withCounts(transact, 1, 0, 16), {{12, 1, 5}}, data16), 0},
+        {"misaligned object", message(withCounts(transact, 1, 0, 16), {{2, 1, 5}}, data16), 0},
+        {"overlapping objects",
+         message(withCounts(transact, 2, 0, 16), {{0, 1, 5}, {4, 1, 6}}, data16), 0},
+        {"unknown object kind", message(withCounts(transact, 1, 0, 16), {{0, 9, 5}}, data16), 0},
+        {"unknown handle coming home",
+         message(withCounts(transact, 1, 0, 16), {{0, wire::kWireReceiverBinder, 77}}, data16), 0},
+        {"descriptor where data was expected", message(withCounts(transact, 0, 0, 16), {}, data16),
+         1},
+        {"descriptor record without descriptor",
+         message(withCounts(transact, 1, 1, 16), {{0, wire::kWireFd, 0}}, data16), 0},
+        {"more descriptors than records",
+         message(withCounts(transact, 1, 1, 16), {{0, wire::kWireFd, 0}}, data16), 3},
+        {"call to an unknown object", message(unknownTarget, {}, {}), 0},
+        {"release of a reference never sent", message(release, {}, {}), 0},
+        {"reply nobody waits for", message(stray, {}, {}), 0},
+        {"message cut short", message(withCounts(transact, 0, 0, 64), {}, data16), 0},
+    };
+
+    ndk::ScopedFileDescriptor file(memfd_create("wire-test", MFD_CLOEXEC));
+    const int before = openFdCount();
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.name);
+        ndk::ScopedFileDescriptor socket(connectRaw(path_));
+        ASSERT_GE(socket.get(), 0);
+        std::vector<int> fds(static_cast<size_t>(c.fdsToSend), file.get());
+        ASSERT_TRUE(sendRaw(socket.get(), c.bytes, fds));
+        if (std::string(c.name) == "message cut short") shutdown(socket.get(), SHUT_WR);
+        EXPECT_TRUE(closedByPeer(socket.get()));
+    }
+    // Every descriptor that arrived with a bad message was closed.
+    EXPECT_TRUE(binder_test::waitForFdCount(before));
+
+    // The service still answers a well-formed lookup.
+    ndk::SpAIBinder found(AServiceManager_checkService(kInstance));
+    EXPECT_EQ(found.get(), service_.get());
+}
+
+TEST_F(WireTest, FolderAndSocketsArePrivate) {
+    struct stat st;
+    ASSERT_EQ(lstat(folder().c_str(), &st), 0);
+    EXPECT_TRUE(S_ISDIR(st.st_mode));
+    EXPECT_EQ(st.st_mode & 0777, 0700u);
+    ASSERT_EQ(lstat(path_.c_str(), &st), 0);
+    EXPECT_TRUE(S_ISSOCK(st.st_mode));
+    EXPECT_EQ(st.st_mode & 0777, 0600u);
+    // Unregistering removes the socket.
+    ASSERT_EQ(ABinderHost_removeService(kInstance), STATUS_OK);
+    EXPECT_NE(lstat(path_.c_str(), &st), 0);
+}
+
+TEST_F(WireTest, UnsafeFoldersAreRefusedAndTheServiceStaysLocal) {
+    const std::string saved = folder();
+    const std::string open = saved + "/open";
+    const std::string link = saved + "/link";
+    ASSERT_EQ(mkdir(open.c_str(), 0755), 0);
+    ASSERT_EQ(chmod(open.c_str(), 0755), 0);
+    ASSERT_EQ(symlink(saved.c_str(), link.c_str()), 0);
+    for (const std::string& unsafe : {open, link}) {
+        SCOPED_TRACE(unsafe);
+        setenv("BINDER_HOST_DIR", unsafe.c_str(), 1);
+        ndk::SpAIBinder local(AIBinder_new(Counted::clazz(), nullptr));
+        EXPECT_EQ(AServiceManager_addService(local.get(), "test.wire/unsafe"), EX_NONE);
+        ndk::SpAIBinder found(AServiceManager_checkService("test.wire/unsafe"));
+        EXPECT_EQ(found.get(), local.get());
+        ASSERT_EQ(ABinderHost_removeService("test.wire/unsafe"), STATUS_OK);
+    }
+    setenv("BINDER_HOST_DIR", saved.c_str(), 1);
+    struct stat st;
+    EXPECT_NE(lstat((open + "/test.wire%2Funsafe").c_str(), &st), 0);
+    rmdir(open.c_str());
+    unlink(link.c_str());
+}
+
+TEST_F(WireTest, StaleSocketsAreReplaced) {
+    ndk::SpAIBinder local(AIBinder_new(Counted::clazz(), nullptr));
+    // A socket file nobody listens on, left by a process that died.
+    const std::string stalePath = folder() + "/test.wire%2Fstale";
+    {
+        ndk::ScopedFileDescriptor stale(socket(AF_UNIX, SOCK_STREAM, 0));
+        sockaddr_un address{};
+        address.sun_family = AF_UNIX;
+        strncpy(address.sun_path, stalePath.c_str(), sizeof(address.sun_path) - 1);
+        ASSERT_EQ(bind(stale.get(), reinterpret_cast<sockaddr*>(&address), sizeof(address)), 0);
+    }
+    ASSERT_EQ(AServiceManager_addService(local.get(), "test.wire/stale"), EX_NONE);
+    ndk::ScopedFileDescriptor live(connectRaw(stalePath));
+    EXPECT_GE(live.get(), 0);
+}
+
+}  // namespace
