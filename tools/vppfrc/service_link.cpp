@@ -17,12 +17,24 @@ std::string ServiceName() {
     return std::string(IVppService::descriptor) + "/default";
 }
 
+// The service in this process, in a socket folder of its own so that a vppd running for the
+// same user neither takes its name nor serves this run.
 class EmbeddedLink : public ServiceLink {
   public:
-    explicit EmbeddedLink(std::unique_ptr<vppservice::ServiceHandle> handle)
-        : handle_(std::move(handle)) {}
+    bool Start(std::string* error) {
+        folder_ = vppservice::SocketFolder::Make(error);
+        if (folder_ == nullptr) return false;
+        handle_ = vppservice::RegisterService();
+        if (handle_ == nullptr) {
+            *error = "cannot start the embedded VPP service: its name is taken";
+            return false;
+        }
+        return true;
+    }
 
   private:
+    // Declared first: the service ends before its folder goes.
+    std::unique_ptr<vppservice::SocketFolder> folder_;
     std::unique_ptr<vppservice::ServiceHandle> handle_;
 };
 
@@ -74,12 +86,9 @@ bool ParseServiceMode(const std::string& text, ServiceMode* mode) {
 std::unique_ptr<ServiceLink> OpenServiceLink(ServiceMode mode, std::string* error) {
     switch (mode) {
         case ServiceMode::kEmbedded: {
-            std::unique_ptr<vppservice::ServiceHandle> handle = vppservice::RegisterService();
-            if (handle == nullptr) {
-                *error = "cannot start the embedded VPP service: its name is taken";
-                return nullptr;
-            }
-            return std::make_unique<EmbeddedLink>(std::move(handle));
+            auto link = std::make_unique<EmbeddedLink>();
+            if (!link->Start(error)) return nullptr;
+            return link;
         }
         case ServiceMode::kProcess: {
             auto link = std::make_unique<ProcessLink>();

@@ -93,9 +93,12 @@ TEST_P(ConversionTest, EveryModeAndFactorYieldsTheFullScheduleInOrder) {
             EXPECT_EQ(inputs.size(), m + (factor == 3 ? 1 : 0));
             const auto events = callbacks_->Events();
             EXPECT_EQ(events.back().kind, Event::kDrain);
-            // Every callback was made on one thread, never the test's.
+            // Every callback was made on one thread (embedded; across processes they arrive
+            // on this process's binder threads), never the test's.
             for (const Event& e : events) {
-                EXPECT_EQ(e.thread, events.front().thread);
+                if (Embedded()) {
+                    EXPECT_EQ(e.thread, events.front().thread);
+                }
                 EXPECT_NE(e.thread, std::this_thread::get_id());
             }
             VppStats stats;
