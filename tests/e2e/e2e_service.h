@@ -7,9 +7,12 @@
 #include <dirent.h>
 #include <gtest/gtest.h>
 
+#include <chrono>
 #include <fstream>
+#include <functional>
 #include <memory>
 #include <string>
+#include <thread>
 
 #include "vppservice/daemon_process.h"
 #include "vppservice/vpp_service.h"
@@ -40,6 +43,19 @@ inline int MemfdMappingCountOf(pid_t pid) {
         count += line.find("/memfd:") != std::string::npos;
     }
     return count;
+}
+
+// Polls a count until it equals `expected` or timeoutMs passes; returns the last value. What a
+// process releases because another one let go (a connection, a reference) happens on its own
+// threads, shortly after the call that let go has returned.
+inline int SettledCount(const std::function<int()>& count, int expected, int timeoutMs = 3000) {
+    const auto deadline = std::chrono::steady_clock::now() + std::chrono::milliseconds(timeoutMs);
+    int value = count();
+    while (value != expected && std::chrono::steady_clock::now() < deadline) {
+        std::this_thread::sleep_for(std::chrono::milliseconds(2));
+        value = count();
+    }
+    return value;
 }
 
 // One socket folder for every process leg of the test program, so that it never meets the

@@ -92,9 +92,12 @@ class NodeE2e : public ::testing::Test {
     }
     void TearDown() override {
         if (service_ != nullptr && service_->daemon() != nullptr) {
-            EXPECT_EQ(e2e::OpenFdCountOf(service_->daemon()->pid()), serviceDescriptors_)
+            const pid_t daemon = service_->daemon()->pid();
+            EXPECT_EQ(
+                e2e::SettledCount([&] { return e2e::OpenFdCountOf(daemon); }, serviceDescriptors_),
+                serviceDescriptors_)
                 << "service descriptors leaked";
-            EXPECT_EQ(e2e::MemfdMappingCountOf(service_->daemon()->pid()), 0)
+            EXPECT_EQ(e2e::SettledCount([&] { return e2e::MemfdMappingCountOf(daemon); }, 0), 0)
                 << "service mappings leaked";
         }
         service_.reset();

@@ -96,7 +96,8 @@ TEST_P(LifecycleTest, CloseAndTermReturnEverythingAndUnmapIt) {
         // closed once the calls return; in vppd, the copies it received).
         EXPECT_EQ(OpenFdCount(), ownFds);
         if (daemon_) {
-            EXPECT_EQ(OpenFdCountOf(daemon_->pid()), serviceFds_);
+            const pid_t pid = daemon_->pid();
+            EXPECT_EQ(SettledCount([&] { return OpenFdCountOf(pid); }, serviceFds_), serviceFds_);
         }
         EXPECT_GT(ServiceMappings(), ownMappings);
 

@@ -267,6 +267,18 @@ inline int FrameMappingCountOf(pid_t pid) {
     return count;
 }
 
+// Polls a count until it equals `expected` or timeoutMs passes; returns the last value. What the
+// daemon releases because this process let go happens on its threads, shortly after the call.
+inline int SettledCount(const std::function<int()>& count, int expected, int timeoutMs = 3000) {
+    const auto deadline = std::chrono::steady_clock::now() + std::chrono::milliseconds(timeoutMs);
+    int value = count();
+    while (value != expected && std::chrono::steady_clock::now() < deadline) {
+        std::this_thread::sleep_for(std::chrono::milliseconds(2));
+        value = count();
+    }
+    return value;
+}
+
 // Socket folder shared by every process leg of this test program.
 inline const std::string& TestSocketFolder() {
     static std::unique_ptr<vppservice::SocketFolder> folder = [] {
@@ -337,8 +349,11 @@ class ServiceTest : public ::testing::TestWithParam<Transport> {
         callbacks_.reset();
         if (daemon_ != nullptr) {
             // Everything the service took for the session is released by the time term returns.
-            EXPECT_EQ(OpenFdCountOf(daemon_->pid()), serviceFds_) << "service descriptors leaked";
-            EXPECT_EQ(FrameMappingCountOf(daemon_->pid()), serviceMappings_)
+            const pid_t pid = daemon_->pid();
+            EXPECT_EQ(SettledCount([&] { return OpenFdCountOf(pid); }, serviceFds_), serviceFds_)
+                << "service descriptors leaked";
+            EXPECT_EQ(SettledCount([&] { return FrameMappingCountOf(pid); }, serviceMappings_),
+                      serviceMappings_)
                 << "service mappings leaked";
         }
         service_.reset();
