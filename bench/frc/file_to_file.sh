@@ -1,0 +1,60 @@
+#!/usr/bin/env bash
+# File-to-file speed of 1080p frame-rate conversion by two: made frames per second of our blend
+# and motion modes, pinned to one core and on all cores, beside ffmpeg's framerate filter
+# (one thread, pinned to one core) in the same run. Wall time of each whole process.
+#
+# Usage: bench/frc/file_to_file.sh [FRC_QUALITY_HELPER]
+#   The helper defaults to build/default/bench/frc_quality/frc_quality (build it first:
+#   cmake --build --preset default --target frc_quality). Environment: FRC_BENCH_DIR (work
+#   folder, default build/frc_file_bench), FRC_BENCH_FRAMES (input frames, default 31),
+#   FRC_BENCH_REPEAT (runs per case, the fastest counts; default 3).
+set -euo pipefail
+
+root="$(cd "$(dirname "${BASH_SOURCE[0]}")/../.." && pwd)"
+tool="${1:-$root/build/default/bench/frc_quality/frc_quality}"
+work="${FRC_BENCH_DIR:-$root/build/frc_file_bench}"
+frames="${FRC_BENCH_FRAMES:-31}"
+repeat="${FRC_BENCH_REPEAT:-3}"
+w=1920
+h=1080
+mkdir -p "$work"
+command -v ffmpeg >/dev/null || { echo "ffmpeg is needed for the comparison" >&2; exit 1; }
+[ -x "$tool" ] || { echo "no helper at $tool" >&2; exit 1; }
+
+# Input: a hand-held pan over detailed content at the input rate.
+src="$work/in.yuv"
+if [ ! -f "$src" ] || [ "$(stat -c %s "$src")" -ne $((w * h * 3 / 2 * frames)) ]; then
+    "$tool" gen shake "$w" "$h" "$frames" "$src"
+fi
+made=$((frames - 1))
+out="$work/out.yuv"
+
+# Runs a command `repeat` times and prints the fastest wall time in seconds.
+fastest() {
+    local best=""
+    for _ in $(seq "$repeat"); do
+        local t0 t1
+        t0=$(date +%s.%N)
+        "$@" >/dev/null
+        t1=$(date +%s.%N)
+        best=$(awk -v a="$t0" -v b="$t1" -v c="$best" 'BEGIN { d = b - a; print (c == "" || d < c) ? d : c }')
+    done
+    rm -f "$out"
+    echo "$best"
+}
+row() {
+    local name=$1
+    shift
+    local s
+    s=$(fastest "$@")
+    printf '%-34s %8.3f s %8.1f made frames/s\n' "$name" "$s" "$(awk -v m="$made" -v s="$s" 'BEGIN { print m / s }')"
+}
+
+echo "1920x1080, $frames input frames, factor 2 ($made made frames), fastest of $repeat, $(nproc) cores"
+ff=(ffmpeg -v error -y -threads 1 -filter_threads 1 -f rawvideo -pix_fmt yuv420p -s "${w}x$h" -r 30
+    -i "$src" -vf framerate=fps=60 -f rawvideo -pix_fmt yuv420p "$out")
+row "ffmpeg framerate, 1 core" taskset -c 0 "${ff[@]}"
+row "ours blend, 1 core" taskset -c 0 "$tool" convert "$src" "$w" "$h" blend 2 "$out"
+row "ours motion, 1 core" taskset -c 0 "$tool" convert "$src" "$w" "$h" motion 2 "$out"
+row "ours blend, all cores" "$tool" convert "$src" "$w" "$h" blend 2 "$out"
+row "ours motion, all cores" "$tool" convert "$src" "$w" "$h" motion 2 "$out"
