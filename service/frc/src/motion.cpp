@@ -24,8 +24,9 @@ constexpr int kMaxLevels = 5;  // full resolution plus up to four halvings
 constexpr int kMaxRange = 256;
 
 // A block's best match counts as bad when its SAD exceeds kBadShare/8 of the block's texture
-// activity plus a noise allowance of kNoise per pixel: a true match leaves only sub-pixel and
-// noise residue, far below the activity, while a chance match in unrelated content does not.
+// activity plus a noise allowance (measured per picture, at least kNoise per pixel): a true match
+// leaves only sub-pixel and noise residue, far below the activity, while a chance match in
+// unrelated content does not.
 constexpr int kBadShare = 1;
 constexpr int kNoise = 4;
 // Neighbouring vectors closer than this (L1, 1/16 pixel) agree with each other.
@@ -64,12 +65,13 @@ struct Vec {
 inline int halfFloor(int a) {
     return a >> 1;
 }
-int floorDiv(int a, int b) {
+int64_t floorDiv(int64_t a, int64_t b) {
     return a >= 0 ? a / b : -((-a + b - 1) / b);
 }
 // a / b rounded to nearest, halves away from minus infinity (b > 0).
-int roundDiv(int a, int b) {
-    return floorDiv(2 * a + b, 2 * b);
+// Wide arguments: phase products k * v stay exact for any phase denominator.
+int roundDiv(int64_t a, int64_t b) {
+    return static_cast<int>(floorDiv(2 * a + b, 2 * b));
 }
 int clampInt(int v, int lo, int hi) {
     return std::min(std::max(v, lo), hi);
@@ -183,6 +185,9 @@ struct MotionInterpolator::Impl {
     std::vector<uint16_t> accChroma[2];
     AccPlane accGeometry[2];
     std::vector<Vec> sortBuffer;
+    std::vector<int> activity;  // per block of the level being classified: texture activity
+    std::vector<int> activityRank;
+    int noise = kNoise * kBlock * kBlock;  // level 0: SAD a true 8x8 match may leave
     std::vector<int> aroundCost;  // per level-0 block: SAD at the final vector -x, +x, -y, +y
     Vec dominant[2] = {};
     int numDominant = 0;
@@ -199,6 +204,7 @@ struct MotionInterpolator::Impl {
     void distrustBadMatches(int level);
     void refineSubpixel();
     void classify();
+    int measureNoise(int level);
     void findPeriods();
     void repairOcclusion(size_t idx, bool boundary);
     void finishRepairs(int k, int n, const FrameView& dst) const;
@@ -214,8 +220,13 @@ void MotionInterpolator::Impl::configure(const ConstFrameView& f) {
     height = f.height;
     range = params.searchRange > 0 ? std::min(params.searchRange, kMaxRange)
                                    : clampInt(std::max(width, height) / 4, 32, 128);
+    // Halve while the coarser level keeps at least 96 columns and two rows of blocks: short
+    // pictures keep a (shallower) pyramid, so the exhaustive search at the coarsest level
+    // stays small.
     levels = 1;
-    while (levels < kMaxLevels && (width >> levels) >= 96 && (height >> levels) >= 48) ++levels;
+    while (levels < kMaxLevels && (width >> levels) >= 96 && (height >> levels) >= 2 * kBlock) {
+        ++levels;
+    }
     nbx = (width + kBlock - 1) / kBlock;
     nby = (height + kBlock - 1) / kBlock;
 
@@ -469,9 +480,14 @@ void MotionInterpolator::Impl::searchLevel(int level) {
                 }
                 for (int i = 0; i < nc; ++i) consider(cands[i]);
                 if (parent == nullptr && forward) {
-                    // Coarsest level: exhaustive search of the whole (scaled) range.
-                    for (int y = -r; y <= r; ++y) {
-                        for (int x = -r; x <= r; ++x) {
+                    // Coarsest level: exhaustive search of the whole (scaled) range, but no
+                    // farther than the level's picture extends (nothing moves farther and
+                    // stays visible).
+                    const int scale = fine ? 2 : 1;
+                    const int rx = std::min(r, scale * ((width + (1 << level) - 1) >> level));
+                    const int ry = std::min(r, scale * ((height + (1 << level) - 1) >> level));
+                    for (int y = -ry; y <= ry; ++y) {
+                        for (int x = -rx; x <= rx; ++x) {
                             const Vec v{x, y};
                             const int sad = cost(level, bx, by, v);
                             const int c = penalised(v, sad);
@@ -523,19 +539,37 @@ void MotionInterpolator::Impl::searchLevel(int level) {
     }
 }
 
+// Fills `activity` for the blocks of a level and returns the SAD that noise alone leaves on a
+// true 8x8 match there. Grain is spatially white: the flattest blocks of the picture (the
+// tenth percentile of activity) show it as activity, which sums about twice as many sample
+// differences as a match's SAD. Never below the fixed allowance for clean pictures.
+int MotionInterpolator::Impl::measureNoise(int level) {
+    const Field& f = fields[level];
+    const PaddedPlane& a = prev().level(level);
+    activity.resize(f.v.size());
+    for (int by = 0; by < f.nby; ++by) {
+        for (int bx = 0; bx < f.nbx; ++bx) {
+            activity[static_cast<size_t>(by) * f.nbx + bx] =
+                detail::activity8x8(a.at(bx * kBlock, by * kBlock), a.stride());
+        }
+    }
+    activityRank = activity;
+    const auto tenth = activityRank.begin() + activityRank.size() / 10;
+    std::nth_element(activityRank.begin(), tenth, activityRank.end());
+    // Half the flattest activity is the noise's typical residue; a true match may leave half
+    // as much again.
+    return std::max(kNoise * kBlock * kBlock, *tenth * 3 / 4);
+}
+
 // At a coarse level, a block whose best match is poor usually straddles differently moving
 // content, and its vector is a chance match that finer levels would only refine. Such a block
 // hands down the median vector of its well-matched neighbours instead (zero if there are none).
 void MotionInterpolator::Impl::distrustBadMatches(int level) {
     Field& f = fields[level];
-    const PaddedPlane& a = prev().level(level);
+    const int levelNoise = measureNoise(level);
     trust.assign(f.v.size(), 1);
-    for (int by = 0; by < f.nby; ++by) {
-        for (int bx = 0; bx < f.nbx; ++bx) {
-            const size_t idx = static_cast<size_t>(by) * f.nbx + bx;
-            const int act = detail::activity8x8(a.at(bx * kBlock, by * kBlock), a.stride());
-            trust[idx] = f.cost[idx] * 8 > act * kBadShare + 8 * kNoise * kBlock * kBlock ? 0 : 1;
-        }
+    for (size_t idx = 0; idx < f.v.size(); ++idx) {
+        trust[idx] = f.cost[idx] * 8 > activity[idx] * kBadShare + 8 * levelNoise ? 0 : 1;
     }
     for (int by = 0; by < f.nby; ++by) {
         for (int bx = 0; bx < f.nbx; ++bx) {
@@ -633,15 +667,12 @@ void MotionInterpolator::Impl::refineSubpixel() {
 // Chooses per block between compensation and blend, and detects scene cuts.
 void MotionInterpolator::Impl::classify() {
     const Field& f = fields[0];
-    const PaddedPlane& a = prev().planes[0];
+    noise = measureNoise(0);
     size_t badBlocks = 0;
     for (int by = 0; by < f.nby; ++by) {
         for (int bx = 0; bx < f.nbx; ++bx) {
             const size_t idx = static_cast<size_t>(by) * f.nbx + bx;
-            const int x = bx * kBlock;
-            const int y = by * kBlock;
-            const int act = detail::activity8x8(a.at(x, y), a.stride());
-            bool isBad = f.cost[idx] * 8 > act * kBadShare + 8 * kNoise * kBlock * kBlock;
+            bool isBad = f.cost[idx] * 8 > activity[idx] * kBadShare + 8 * noise;
             // A vector that hardly any neighbour shares is a chance match (typical of
             // occlusions and unrelated pictures), however low its cost.
             // So is a small group of vectors far from the motion all around it (a chance
@@ -858,10 +889,8 @@ void MotionInterpolator::Impl::repairOcclusion(size_t idx, bool boundary) {
         if (c != first && (second < 0 || members[c] > members[second])) second = c;
     }
     const PaddedPlane& a = prev().planes[0];
-    const int act = detail::activity8x8(a.at(bx * kBlock, by * kBlock), a.stride());
-    auto matches = [&](int sad) {
-        return sad * 8 <= act * kBadShare + 8 * kNoise * kBlock * kBlock;
-    };
+    const int act = activity[idx];
+    auto matches = [&](int sad) { return sad * 8 <= act * kBadShare + 8 * noise; };
     auto symmetric = [&](Vec v16) {
         return cost(0, bx, by, Vec{roundDiv(v16.x, 8), roundDiv(v16.y, 8)});
     };
@@ -943,10 +972,10 @@ void MotionInterpolator::Impl::finishRepairs(int k, int n, const FrameView& dst)
         int pb[3][kSpan][kSpan];
         int diff[3][kSpan][kSpan];
         for (int c = 0; c < r.count; ++c) {
-            const int oax = roundDiv(-k * vecs[c].x, n);
-            const int oay = roundDiv(-k * vecs[c].y, n);
-            const int obx = roundDiv((n - k) * vecs[c].x, n);
-            const int oby = roundDiv((n - k) * vecs[c].y, n);
+            const int oax = roundDiv(-int64_t{k} * vecs[c].x, n);
+            const int oay = roundDiv(-int64_t{k} * vecs[c].y, n);
+            const int obx = roundDiv(int64_t{n - k} * vecs[c].x, n);
+            const int oby = roundDiv(int64_t{n - k} * vecs[c].y, n);
             for (int y = 0; y < kSpan; ++y) {
                 for (int x = 0; x < kSpan; ++x) {
                     const int px = bx * kBlock + x - 1;
@@ -965,10 +994,10 @@ void MotionInterpolator::Impl::finishRepairs(int k, int n, const FrameView& dst)
         {
             const Vec& bg = vecs[0];
             const Vec& fg = vecs[1];
-            const int oax = roundDiv(-k * bg.x, n);
-            const int oay = roundDiv(-k * bg.y, n);
-            const int obx = roundDiv((n - k) * bg.x, n);
-            const int oby = roundDiv((n - k) * bg.y, n);
+            const int oax = roundDiv(-int64_t{k} * bg.x, n);
+            const int oay = roundDiv(-int64_t{k} * bg.y, n);
+            const int obx = roundDiv(int64_t{n - k} * bg.x, n);
+            const int oby = roundDiv(int64_t{n - k} * bg.y, n);
             for (int y = 0; y < kSpan; ++y) {
                 for (int x = 0; x < kSpan; ++x) {
                     const int px = bx * kBlock + x - 1;
@@ -980,7 +1009,7 @@ void MotionInterpolator::Impl::finishRepairs(int k, int n, const FrameView& dst)
                 }
             }
         }
-        const int wB = (256 * k + n / 2) / n;
+        const int wB = static_cast<int>((int64_t{256} * k + n / 2) / n);
         uint8_t choice[kBlock][kBlock];  // candidate index, or 3 (A only) / 4 (B only)
         for (int y = 0; y < kBlock; ++y) {
             const int py = by * kBlock + y;
@@ -1033,10 +1062,10 @@ void MotionInterpolator::Impl::finishRepairs(int k, int n, const FrameView& dst)
                 if (cx >= chromaWidth(width)) break;
                 const int ch = choice[2 * y][2 * x];
                 const Vec& v = vecs[ch >= 3 ? 0 : ch];
-                const int oax = roundDiv(-k * v.x, 2 * n);
-                const int oay = roundDiv(-k * v.y, 2 * n);
-                const int obx = roundDiv((n - k) * v.x, 2 * n);
-                const int oby = roundDiv((n - k) * v.y, 2 * n);
+                const int oax = roundDiv(-int64_t{k} * v.x, 2 * n);
+                const int oay = roundDiv(-int64_t{k} * v.y, 2 * n);
+                const int obx = roundDiv(int64_t{n - k} * v.x, 2 * n);
+                const int oby = roundDiv(int64_t{n - k} * v.y, 2 * n);
                 for (int p = 0; p < planes; ++p) {
                     const PaddedPlane& ca = prev().planes[1 + p];
                     const PaddedPlane& cb = cur().planes[1 + p];
@@ -1151,7 +1180,8 @@ void MotionInterpolator::Impl::compensate(int k, int n, const FrameView& dst) {
 
     const FrameData& fa = prev();
     const FrameData& fb = cur();
-    const int phaseB = (256 * k + n / 2) / n;  // phase weight of the later frame, of 256
+    const int phaseB = static_cast<int>((int64_t{256} * k + n / 2) /
+                                        n);  // phase weight of the later frame, of 256
     for (int by = -1; by <= nby; ++by) {
         const int cby = clampInt(by, 0, nby - 1);
         for (int bx = -1; bx <= nbx; ++bx) {
@@ -1162,10 +1192,10 @@ void MotionInterpolator::Impl::compensate(int k, int n, const FrameView& dst) {
             const int wB = phaseB;
             // Offsets in 1/16 sample: the previous frame is read at -k/n of the vector, the
             // latest at +(n-k)/n; chroma offsets are half as large.
-            const int oax = roundDiv(-k * v.x, n);
-            const int oay = roundDiv(-k * v.y, n);
-            const int obx = roundDiv((n - k) * v.x, n);
-            const int oby = roundDiv((n - k) * v.y, n);
+            const int oax = roundDiv(-int64_t{k} * v.x, n);
+            const int oay = roundDiv(-int64_t{k} * v.y, n);
+            const int obx = roundDiv(int64_t{n - k} * v.x, n);
+            const int oby = roundDiv(int64_t{n - k} * v.y, n);
 
             detail::WindowTaps taps;
             const int lx = bx * kBlock - kBlock / 2;
@@ -1240,8 +1270,8 @@ bool MotionInterpolator::hasPair() const {
 
 bool MotionInterpolator::interpolate(int k, int n, const FrameView& dst) {
     Impl& s = *impl_;
-    if (!hasPair() || n < 2 || n > 16 || k <= 0 || k >= n || !dst.valid() ||
-        dst.format != s.format || dst.width != s.width || dst.height != s.height) {
+    if (!hasPair() || n < 2 || k <= 0 || k >= n || !dst.valid() || dst.format != s.format ||
+        dst.width != s.width || dst.height != s.height) {
         return false;
     }
     if (s.sceneCut) {
@@ -1256,6 +1286,11 @@ bool MotionInterpolator::interpolate(int k, int n, const FrameView& dst) {
                 views[i].planes[p] = fd.planes[p].row(0);
                 views[i].strides[p] = fd.planes[p].stride();
             }
+        }
+        // The blend takes phases in sixteenths at the finest; a finer phase is rounded.
+        if (n > 16) {
+            k = static_cast<int>((int64_t{k} * 16 + n / 2) / n);
+            n = 16;
         }
         return blendFrames(views[0], views[1], k, n, dst);
     }
@@ -1275,24 +1310,6 @@ void MotionInterpolator::reset() {
 
 const MotionStats& MotionInterpolator::stats() const {
     return impl_->stats;
-}
-
-int MotionInterpolator::blocksPerRow() const {
-    return hasPair() ? impl_->nbx : 0;
-}
-int MotionInterpolator::blockRows() const {
-    return hasPair() ? impl_->nby : 0;
-}
-
-MotionInterpolator::BlockInfo MotionInterpolator::block(int bx, int by) const {
-    BlockInfo info;
-    if (!hasPair() || bx < 0 || by < 0 || bx >= impl_->nbx || by >= impl_->nby) return info;
-    const size_t idx = static_cast<size_t>(by) * impl_->nbx + bx;
-    info.dx = static_cast<float>(impl_->mv16[idx].x) / 16.0f;
-    info.dy = static_cast<float>(impl_->mv16[idx].y) / 16.0f;
-    info.cost = impl_->fields[0].cost[idx];
-    info.compensated = impl_->useMotion[idx] != 0;
-    return info;
 }
 
 }  // namespace frc
