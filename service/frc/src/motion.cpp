@@ -8,6 +8,7 @@
 #include <algorithm>
 #include <cstdlib>
 #include <cstring>
+#include <thread>
 #include <vector>
 
 #include "frc/ops.h"
@@ -102,23 +103,22 @@ struct Field {
     }
 };
 
-// Geometry of one plane's overlapped-block accumulation.
+// Geometry of one plane's overlapped-block accumulation. The accumulator holds two block rows
+// of windows (a window is two blocks tall) and slides down the picture one block row at a time.
 struct AccPlane {
-    int bs = 0;           // block size in elements
-    int step = 1;         // bytes per element
-    int origin = 0;       // accumulator element of plane element 0
-    ptrdiff_t width = 0;  // accumulator row, in entries
-    int rows = 0;
+    int bs = 0;                             // block size in elements
+    int step = 1;                           // bytes per element
+    int origin = 0;                         // accumulator element of plane element 0 of a row
+    ptrdiff_t width = 0;                    // accumulator row, in entries
     alignas(32) uint16_t weights[16 * 16];  // window weights (scaled by 256), 16 per row
 
-    void setup(int blockSize, int elementBytes, int nbx, int nby) {
+    void setup(int blockSize, int elementBytes, int nbx) {
         bs = blockSize;
         step = elementBytes;
         // The accumulator spans the windows of a ring of virtual blocks around the grid (they
         // take the vectors of the nearest real block) so that edge pixels get full weight.
         origin = bs + bs / 2;
         width = static_cast<ptrdiff_t>(nbx + 3) * bs * step;
-        rows = (nby + 3) * bs;
         // Ramps sum to 16 across overlapping windows; their products to 256.
         const int win = 2 * bs;
         int ramp[16];
@@ -131,11 +131,11 @@ struct AccPlane {
             }
         }
     }
-    // Entry of the window of the block at (bx, by) (-1 .. nb inclusive).
-    size_t windowOffset(int bx, int by) const {
-        const int x0 = bx * bs - bs / 2 + origin;
-        const int y0 = by * bs - bs / 2 + origin;
-        return static_cast<size_t>(y0) * width + static_cast<size_t>(x0) * step;
+    // Entries of the sliding accumulator: two block rows, and slack for the widest kernel row.
+    size_t size() const { return static_cast<size_t>(width) * 2 * bs + 16; }
+    // Entry of the window of the block at column bx (-1 .. nbx) in the accumulator's top row.
+    size_t windowOffset(int bx) const {
+        return static_cast<size_t>(bx * bs - bs / 2 + origin) * step;
     }
 };
 
@@ -181,9 +181,12 @@ struct MotionInterpolator::Impl {
     std::vector<uint8_t> badMatch;  // per level-0 block: 1 poor best match, 2 isolated vector
     bool sceneCut = false;
 
-    std::vector<uint16_t> accLuma;  // overlapped-block accumulation per plane
-    std::vector<uint16_t> accChroma[2];
-    AccPlane accGeometry[2];
+    AccPlane accGeometry[2];  // overlapped-block accumulation: luma, chroma
+    // Sliding accumulators of one band of the picture: luma and up to two chroma planes.
+    struct BandScratch {
+        std::vector<uint16_t> acc[3];
+    };
+    std::vector<BandScratch> bandScratch;  // one per thread
     std::vector<Vec> sortBuffer;
     std::vector<int> activity;  // per block of the level being classified: texture activity
     std::vector<int> activityRank;
@@ -212,6 +215,9 @@ struct MotionInterpolator::Impl {
     void buildSupport();
     int periodAt(int bx, int by, int axis) const;
     void compensate(int k, int n, const FrameView& dst);
+    void compensateBand(int k, int n, const FrameView& dst, int firstRow, int endRow,
+                        BandScratch& scratch) const;
+    int threadCount() const;
 };
 
 void MotionInterpolator::Impl::configure(const ConstFrameView& f) {
@@ -1104,13 +1110,12 @@ void MotionInterpolator::Impl::estimate() {
 
 namespace {
 
-// Writes (acc + 128) >> 8 of a plane's picture area.
-void storePlane(const std::vector<uint16_t>& acc, const AccPlane& g, int rows, int rowBytes,
-                uint8_t* dst, ptrdiff_t dstStride) {
+// Writes (acc + 128) >> 8 of `rows` rows of a plane, starting at accumulator row `accRow`.
+void storeRows(const uint16_t* acc, const AccPlane& g, int accRow, int rows, int rowBytes,
+               uint8_t* dst, ptrdiff_t dstStride) {
     const __m128i round8 = _mm_set1_epi16(128);
     for (int y = 0; y < rows; ++y) {
-        const uint16_t* in =
-            acc.data() + static_cast<size_t>(y + g.origin) * g.width + g.origin * g.step;
+        const uint16_t* in = acc + static_cast<size_t>(y + accRow) * g.width + g.origin * g.step;
         uint8_t* out = dst + y * dstStride;
         int x = 0;
         for (; x + 16 <= rowBytes; x += 16) {
@@ -1164,32 +1169,54 @@ void normalise(detail::WindowTaps& taps) {
 // sample is one weighted sum of up to eight samples (the bilinear taps in both frames, with
 // the phase weights folded in; weights total 256), its window weight applied by a high
 // multiply, so the accumulators hold 256 times the result. Chroma uses the luma vectors halved.
+//
+// The picture is cut into bands of block rows, one per thread; each band accumulates in a
+// small sliding buffer (it stays in cache) and also adds the windows of the block rows just
+// above and below it, so bands need nothing from each other.
 void MotionInterpolator::Impl::compensate(int k, int n, const FrameView& dst) {
+    accGeometry[0].setup(kBlock, 1, nbx);
+    accGeometry[1].setup(kBlock / 2, format == PixelFormat::kI420 ? 1 : 2, nbx);
+    const int bands = std::max(1, std::min(threadCount(), nby / 4));
+    bandScratch.resize(static_cast<size_t>(bands));
+    if (bands == 1) {
+        compensateBand(k, n, dst, 0, nby, bandScratch[0]);
+        return;
+    }
+    std::vector<std::thread> workers;
+    for (int b = 1; b < bands; ++b) {
+        workers.emplace_back([this, k, n, &dst, b, bands] {
+            compensateBand(k, n, dst, nby * b / bands, nby * (b + 1) / bands, bandScratch[b]);
+        });
+    }
+    compensateBand(k, n, dst, 0, nby / bands, bandScratch[0]);
+    for (std::thread& t : workers) t.join();
+}
+
+void MotionInterpolator::Impl::compensateBand(int k, int n, const FrameView& dst, int firstRow,
+                                              int endRow, BandScratch& scratch) const {
     const bool planar = format == PixelFormat::kI420;
-    AccPlane& gy = accGeometry[0];
-    AccPlane& gc = accGeometry[1];
-    gy.setup(kBlock, 1, nbx, nby);
-    gc.setup(kBlock / 2, planar ? 1 : 2, nbx, nby);
-    auto clear = [](std::vector<uint16_t>& acc, size_t size) {
-        acc.resize(size);
-        std::memset(acc.data(), 0, size * sizeof(uint16_t));
-    };
-    clear(accLuma, static_cast<size_t>(gy.width) * gy.rows + 16);
-    clear(accChroma[0], static_cast<size_t>(gc.width) * gc.rows + 16);
-    if (planar) clear(accChroma[1], accChroma[0].size());
+    const AccPlane& gy = accGeometry[0];
+    const AccPlane& gc = accGeometry[1];
+    scratch.acc[0].assign(gy.size(), 0);
+    scratch.acc[1].assign(gc.size(), 0);
+    if (planar) scratch.acc[2].assign(gc.size(), 0);
+    uint16_t* accY = scratch.acc[0].data();
+    uint16_t* accU = scratch.acc[1].data();
+    uint16_t* accV = planar ? scratch.acc[2].data() : nullptr;
+    const int ch = chromaHeight(height);
+    const int cw = chromaWidth(width) * gc.step;
 
     const FrameData& fa = prev();
     const FrameData& fb = cur();
-    const int phaseB = static_cast<int>((int64_t{256} * k + n / 2) /
-                                        n);  // phase weight of the later frame, of 256
-    for (int by = -1; by <= nby; ++by) {
+    const int phaseB = static_cast<int>((int64_t{256} * k + n / 2) / n);  // later frame, of 256
+    const int wA = 256 - phaseB;
+    const int wB = phaseB;
+    for (int by = std::max(-1, firstRow - 1); by <= std::min(nby, endRow); ++by) {
         const int cby = clampInt(by, 0, nby - 1);
         for (int bx = -1; bx <= nbx; ++bx) {
             const int cbx = clampInt(bx, 0, nbx - 1);
             const size_t idx = static_cast<size_t>(cby) * nbx + cbx;
             const Vec v = useMotion[idx] ? mv16[idx] : Vec();
-            const int wA = 256 - phaseB;
-            const int wB = phaseB;
             // Offsets in 1/16 sample: the previous frame is read at -k/n of the vector, the
             // latest at +(n-k)/n; chroma offsets are half as large.
             const int oax = roundDiv(-int64_t{k} * v.x, n);
@@ -1204,8 +1231,7 @@ void MotionInterpolator::Impl::compensate(int k, int n, const FrameView& dst) {
             addTaps(taps, fb.planes[0], lx, ly, obx, oby, wB);
             normalise(taps);
             detail::accumulateWindow(useAvx2, taps, fa.planes[0].stride(), gy.weights,
-                                     accLuma.data() + gy.windowOffset(bx, by), gy.width,
-                                     2 * kBlock);
+                                     accY + gy.windowOffset(bx), gy.width, 2 * kBlock);
 
             const int cx = lx / 2;
             const int cy = ly / 2;
@@ -1217,27 +1243,43 @@ void MotionInterpolator::Impl::compensate(int k, int n, const FrameView& dst) {
             addTaps(cb, fa.planes[1], cx, cy, coax, coay, wA);
             addTaps(cb, fb.planes[1], cx, cy, cobx, coby, wB);
             normalise(cb);
-            const size_t cOff = gc.windowOffset(bx, by);
+            const size_t cOff = gc.windowOffset(bx);
             if (planar) {
                 detail::WindowTaps cr;
                 addTaps(cr, fa.planes[2], cx, cy, coax, coay, wA);
                 addTaps(cr, fb.planes[2], cx, cy, cobx, coby, wB);
                 normalise(cr);
                 detail::accumulateWindowPair(useAvx2, cb, cr, fa.planes[1].stride(), gc.weights,
-                                             accChroma[0].data() + cOff, accChroma[1].data() + cOff,
-                                             gc.width, kBlock);
+                                             accU + cOff, accV + cOff, gc.width, kBlock);
             } else {
                 detail::accumulateWindow(useAvx2, cb, fa.planes[1].stride(), gc.weights,
-                                         accChroma[0].data() + cOff, gc.width, kBlock);
+                                         accU + cOff, gc.width, kBlock);
             }
         }
+        // The accumulator's top block row (picture rows from by * bs - bs / 2) is complete:
+        // store what lies in the band and the picture, then slide down by a block row.
+        auto finish = [&](const AccPlane& g, uint16_t* acc, int planeRows, int rowBytes,
+                          uint8_t* out, ptrdiff_t outStride) {
+            const int top = by * g.bs - g.bs / 2;
+            const int from = std::max({top, firstRow * g.bs, 0});
+            const int to = std::min({top + g.bs, endRow * g.bs, planeRows});
+            if (from < to) {
+                storeRows(acc, g, from - top, to - from, rowBytes, out + from * outStride,
+                          outStride);
+            }
+            const size_t half = static_cast<size_t>(g.width) * g.bs;
+            std::memcpy(acc, acc + half, half * sizeof(uint16_t));
+            std::memset(acc + half, 0, half * sizeof(uint16_t));
+        };
+        finish(gy, accY, height, width, dst.planes[0], dst.strides[0]);
+        finish(gc, accU, ch, cw, dst.planes[1], dst.strides[1]);
+        if (planar) finish(gc, accV, ch, cw, dst.planes[2], dst.strides[2]);
     }
+}
 
-    storePlane(accLuma, gy, height, width, dst.planes[0], dst.strides[0]);
-    const int cw = chromaWidth(width) * gc.step;
-    const int ch = chromaHeight(height);
-    storePlane(accChroma[0], gc, ch, cw, dst.planes[1], dst.strides[1]);
-    if (planar) storePlane(accChroma[1], gc, ch, cw, dst.planes[2], dst.strides[2]);
+int MotionInterpolator::Impl::threadCount() const {
+    if (params.threads > 0) return params.threads;
+    return std::max(1, static_cast<int>(std::thread::hardware_concurrency()));
 }
 
 MotionInterpolator::MotionInterpolator(const MotionParams& params) : impl_(new Impl) {

@@ -13,6 +13,8 @@ struct MotionParams {
     // Largest motion searched between two input frames, in luma pixels per axis; 0 picks a
     // value from the frame size (at most 128). Larger ranges cost memory, not search time.
     int searchRange = 0;
+    // Threads that share the work on a frame (bands of rows); 0: one per core of the machine.
+    int threads = 0;
 };
 
 // What the interpolator did, accumulated over its lifetime.
