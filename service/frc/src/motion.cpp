@@ -6,6 +6,7 @@
 #include <emmintrin.h>
 
 #include <algorithm>
+#include <atomic>
 #include <cstdlib>
 #include <cstring>
 #include <thread>
@@ -48,6 +49,8 @@ constexpr int kPeriodLevel = 2;
 constexpr int kLongestPeriod = 32;
 // Levels from which on the search also runs a backward pass over the grid.
 constexpr int kBackwardLevel = 2;
+// Finer levels are searched in independent bands of this many block rows.
+constexpr int kSearchBandRows = 24;
 
 // Frame from which pixels hidden in the other frame are taken.
 constexpr uint8_t kEarlierOnly = 1;
@@ -218,6 +221,23 @@ struct MotionInterpolator::Impl {
     void compensateBand(int k, int n, const FrameView& dst, int firstRow, int endRow,
                         BandScratch& scratch) const;
     int threadCount() const;
+    // Runs fn(0) .. fn(count - 1) on up to threadCount() threads.
+    template <typename Fn>
+    void parallelFor(int count, const Fn& fn) const {
+        const int workers = std::min(count, threadCount());
+        if (workers <= 1) {
+            for (int i = 0; i < count; ++i) fn(i);
+            return;
+        }
+        std::atomic<int> next{0};
+        auto run = [&] {
+            for (int i = next++; i < count; i = next++) fn(i);
+        };
+        std::vector<std::thread> threads;
+        for (int t = 1; t < workers; ++t) threads.emplace_back(run);
+        run();
+        for (std::thread& t : threads) t.join();
+    }
 };
 
 void MotionInterpolator::Impl::configure(const ConstFrameView& f) {
@@ -368,11 +388,11 @@ void MotionInterpolator::Impl::searchLevel(int level) {
         return Vec{pv.x * up, pv.y * up};
     };
 
-    const int passes = level >= kBackwardLevel ? 2 : 1;
-    for (int pass = 0; pass < passes; ++pass) {
+    // One pass over the block rows [rowBegin, rowEnd), taking neighbours from those rows only.
+    auto searchRows = [&](int pass, int rowBegin, int rowEnd) {
         const bool forward = pass == 0;
-        for (int row = 0; row < f.nby; ++row) {
-            const int by = forward ? row : f.nby - 1 - row;
+        for (int row = rowBegin; row < rowEnd; ++row) {
+            const int by = forward ? row : rowEnd - 1 - (row - rowBegin);
             for (int col = 0; col < f.nbx; ++col) {
                 const int bx = forward ? col : f.nbx - 1 - col;
                 const size_t idx = static_cast<size_t>(by) * f.nbx + bx;
@@ -390,7 +410,7 @@ void MotionInterpolator::Impl::searchLevel(int level) {
                 const int sx = forward ? -1 : 1;
                 const int sy = forward ? -1 : 1;
                 const bool hasH = bx + sx >= 0 && bx + sx < f.nbx;
-                const bool hasV = by + sy >= 0 && by + sy < f.nby;
+                const bool hasV = by + sy >= rowBegin && by + sy < rowEnd;
                 const bool hasD = hasV && bx - sx >= 0 && bx - sx < f.nbx;
                 Vec pred{};
                 Vec parentVec{};
@@ -538,6 +558,18 @@ void MotionInterpolator::Impl::searchLevel(int level) {
                 }
             }
         }
+    };
+    if (level >= kBackwardLevel) {
+        // Coarse levels are small: whole-grid passes, forward then backward.
+        searchRows(0, 0, f.nby);
+        searchRows(1, 0, f.nby);
+    } else {
+        // Fine levels: bands of a fixed number of block rows, searched independently (on as
+        // many threads as configured; the field does not depend on the thread count).
+        const int bands = (f.nby + kSearchBandRows - 1) / kSearchBandRows;
+        parallelFor(bands, [&](int b) {
+            searchRows(0, b * kSearchBandRows, std::min(f.nby, (b + 1) * kSearchBandRows));
+        });
     }
     if (!fine) {
         distrustBadMatches(level);
@@ -650,24 +682,28 @@ void MotionInterpolator::Impl::refineSubpixel() {
         if (denom <= 0) return 0;
         return clampInt(roundDiv(16 * (cm - cp), denom), -8, 8);
     };
-    for (int by = 0; by < f.nby; ++by) {
-        for (int bx = 0; bx < f.nbx; ++bx) {
-            const size_t idx = static_cast<size_t>(by) * f.nbx + bx;
-            const Vec v = f.v[idx];
-            const int c0 = f.cost[idx];
-            const int* around = &aroundCost[idx * 4];
-            auto known = [&](int d, Vec w) {
-                return around[d] >= 0 ? around[d] : cost(0, bx, by, w);
-            };
-            const int cxm = known(0, Vec{v.x - 1, v.y});
-            const int cxp = known(1, Vec{v.x + 1, v.y});
-            const int cym = known(2, Vec{v.x, v.y - 1});
-            const int cyp = known(3, Vec{v.x, v.y + 1});
-            // Vectors of level 0 are in half pixels; the fit is in 1/16 of that step.
-            mv16[idx] = Vec{v.x * 8 + roundDiv(fit(cxm, c0, cxp), 2),
-                            v.y * 8 + roundDiv(fit(cym, c0, cyp), 2)};
+    const int bands = (f.nby + kSearchBandRows - 1) / kSearchBandRows;
+    parallelFor(bands, [&](int band) {
+        for (int by = band * kSearchBandRows; by < std::min(f.nby, (band + 1) * kSearchBandRows);
+             ++by) {
+            for (int bx = 0; bx < f.nbx; ++bx) {
+                const size_t idx = static_cast<size_t>(by) * f.nbx + bx;
+                const Vec v = f.v[idx];
+                const int c0 = f.cost[idx];
+                const int* around = &aroundCost[idx * 4];
+                auto known = [&](int d, Vec w) {
+                    return around[d] >= 0 ? around[d] : cost(0, bx, by, w);
+                };
+                const int cxm = known(0, Vec{v.x - 1, v.y});
+                const int cxp = known(1, Vec{v.x + 1, v.y});
+                const int cym = known(2, Vec{v.x, v.y - 1});
+                const int cyp = known(3, Vec{v.x, v.y + 1});
+                // Vectors of level 0 are in half pixels; the fit is in 1/16 of that step.
+                mv16[idx] = Vec{v.x * 8 + roundDiv(fit(cxm, c0, cxp), 2),
+                                v.y * 8 + roundDiv(fit(cym, c0, cyp), 2)};
+            }
         }
-    }
+    });
 }
 
 // Chooses per block between compensation and blend, and detects scene cuts.
