@@ -3,6 +3,10 @@
 // compensation with bilinear sampling from both neighbouring frames.
 #include "frc/motion.h"
 
+#ifdef __linux__
+#include <sched.h>
+#endif
+
 #include <emmintrin.h>
 
 #include <algorithm>
@@ -1315,6 +1319,11 @@ void MotionInterpolator::Impl::compensateBand(int k, int n, const FrameView& dst
 
 int MotionInterpolator::Impl::threadCount() const {
     if (params.threads > 0) return params.threads;
+#ifdef __linux__
+    // The cores this process may run on (fewer than the machine's when pinned).
+    cpu_set_t set;
+    if (sched_getaffinity(0, sizeof set, &set) == 0) return std::max(1, CPU_COUNT(&set));
+#endif
     return std::max(1, static_cast<int>(std::thread::hardware_concurrency()));
 }
 
