@@ -11,6 +11,7 @@
 
 #include <algorithm>
 #include <atomic>
+#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <thread>
@@ -53,6 +54,8 @@ constexpr int kPeriodLevel = 2;
 constexpr int kLongestPeriod = 32;
 // Levels from which on the search also runs a backward pass over the grid.
 constexpr int kBackwardLevel = 2;
+// Best matches of other motions kept per block of the coarsest level, offered to finer levels.
+constexpr int kAlternates = 2;
 // Finer levels are searched in independent bands of this many block rows.
 constexpr int kSearchBandRows = 24;
 
@@ -195,7 +198,8 @@ struct MotionInterpolator::Impl {
     };
     std::vector<BandScratch> bandScratch;  // one per thread
     std::vector<Vec> sortBuffer;
-    std::vector<int> activity;  // per block of the level being classified: texture activity
+    std::vector<Vec> alternates;  // kAlternates per block of the coarsest level
+    std::vector<int> activity;    // per block of the level being classified: texture activity
     std::vector<int> activityRank;
     int noise = kNoise * kBlock * kBlock;  // level 0: SAD a true 8x8 match may leave
     std::vector<int> aroundCost;  // per level-0 block: SAD at the final vector -x, +x, -y, +y
@@ -285,6 +289,7 @@ void MotionInterpolator::Impl::configure(const ConstFrameView& f) {
         const int h = (height + (1 << l) - 1) >> l;
         fields[l].resize((w + kBlock - 1) / kBlock, (h + kBlock - 1) / kBlock);
     }
+    alternates.assign(fields[levels - 1].v.size() * kAlternates, Vec());
     mv16.assign(static_cast<size_t>(nbx) * nby, Vec());
     previousMv16 = mv16;
     useMotion.assign(mv16.size(), 0);
@@ -392,6 +397,8 @@ void MotionInterpolator::Impl::searchLevel(int level) {
         return Vec{pv.x * up, pv.y * up};
     };
 
+    // Texture activity of this level's blocks (in `activity`) and its noise allowance.
+    const int levelNoise = fine ? noise : measureNoise(level);
     // One pass over the block rows [rowBegin, rowEnd), taking neighbours from those rows only.
     auto searchRows = [&](int pass, int rowBegin, int rowEnd) {
         const bool forward = pass == 0;
@@ -453,6 +460,18 @@ void MotionInterpolator::Impl::searchLevel(int level) {
                         if (!fine) add(parentAt((bx >> 1) + qx, (by >> 1) + qy));
                         for (int i = 0; i < numDominant; ++i) {
                             add(Vec{dominant[i].x * up, dominant[i].y * up});
+                        }
+                        // The coarsest level's other motions around this block.
+                        const int shift = levels - 1 - level;
+                        const Field& top = fields[levels - 1];
+                        const int tx = std::min(bx >> shift, top.nbx - 1);
+                        const int ty = std::min(by >> shift, top.nby - 1);
+                        const int scale = (fine ? 2 : 1) << shift;
+                        for (int i = 0; i < kAlternates; ++i) {
+                            const Vec& w =
+                                alternates[(static_cast<size_t>(ty) * top.nbx + tx) * kAlternates +
+                                           i];
+                            add(Vec{w.x * scale, w.y * scale});
                         }
                     }
                     if (havePreviousField && !fine) {
@@ -516,6 +535,11 @@ void MotionInterpolator::Impl::searchLevel(int level) {
                     const int scale = fine ? 2 : 1;
                     const int rx = std::min(r, scale * ((width + (1 << level) - 1) >> level));
                     const int ry = std::min(r, scale * ((height + (1 << level) - 1) >> level));
+                    // The best matches of clearly different motions are kept as well: a
+                    // small or thin object inside the block may move with one of them.
+                    Vec alt[kAlternates + 1];
+                    int altSad[kAlternates + 1];
+                    int na = 0;
                     for (int y = -ry; y <= ry; ++y) {
                         for (int x = -rx; x <= rx; ++x) {
                             const Vec v{x, y};
@@ -526,6 +550,66 @@ void MotionInterpolator::Impl::searchLevel(int level) {
                                 bestSad = sad;
                                 best = v;
                             }
+                            if (na == kAlternates + 1 && sad >= altSad[na - 1]) continue;
+                            int near = -1;
+                            for (int i = 0; i < na && near < 0; ++i) {
+                                if (std::abs(alt[i].x - x) <= 2 && std::abs(alt[i].y - y) <= 2) {
+                                    near = i;
+                                }
+                            }
+                            if (near >= 0 && altSad[near] <= sad) continue;
+                            // Drop the close worse match (or the worst one), insert in order.
+                            int drop = near >= 0 ? near : (na == kAlternates + 1 ? na - 1 : na);
+                            for (; drop + 1 < na; ++drop) {
+                                alt[drop] = alt[drop + 1];
+                                altSad[drop] = altSad[drop + 1];
+                            }
+                            na = drop;
+                            int slot = na;
+                            for (; slot > 0 && altSad[slot - 1] > sad; --slot) {
+                                alt[slot] = alt[slot - 1];
+                                altSad[slot] = altSad[slot - 1];
+                            }
+                            alt[slot] = v;
+                            altSad[slot] = sad;
+                            ++na;
+                        }
+                    }
+                    for (int i = 0; i < kAlternates; ++i) {
+                        alternates[idx * kAlternates + i] = i + 1 < na ? alt[i + 1] : best;
+                    }
+                }
+                const int blockActivity =
+                    fine ? detail::activity8x8(prev().planes[0].at(bx * kBlock, by * kBlock),
+                                               prev().planes[0].stride())
+                         : activity[idx];
+                if (parent != nullptr && forward &&
+                    bestSad * 8 > blockActivity * kBadShare + 8 * levelNoise) {
+                    // No candidate fits: the motion may be one the coarser level could not
+                    // see (content that is uniform along an axis once downsampled, such as a
+                    // line of text, or too small to survive). Search both axes through the
+                    // best vector over the whole range, then a small square around the result.
+                    auto tryVec = [&](Vec v) {
+                        const int sad = cost(level, bx, by, v);
+                        const int c = penalised(v, sad);
+                        if (c < bestCost) {
+                            bestCost = c;
+                            bestSad = sad;
+                            best = v;
+                        }
+                    };
+                    // Level 0 steps by whole pixels along the axes.
+                    const int stride = fine ? 2 : 1;
+                    for (const Vec axis : {best, Vec()}) {
+                        for (int t = -r; t <= r; t += stride) {
+                            tryVec(Vec{t, axis.y});
+                            tryVec(Vec{axis.x, t});
+                        }
+                    }
+                    const Vec centre = best;
+                    for (int dy = -2; dy <= 2; ++dy) {
+                        for (int dx = -2; dx <= 2; ++dx) {
+                            tryVec(clampVec(Vec{centre.x + dx, centre.y + dy}));
                         }
                     }
                 }
