@@ -1140,7 +1140,8 @@ void MotionInterpolator::Impl::finishRepairs(int k, int n, const FrameView& dst)
             }
         }
         const int wB = static_cast<int>((int64_t{256} * k + n / 2) / n);
-        uint8_t choice[kBlock][kBlock];  // candidate index, or 3 (A only) / 4 (B only)
+        uint8_t choice[kBlock][kBlock];    // candidate index, or 3: the background, soft mix
+        uint16_t weightA[kBlock][kBlock];  // choice 3: weight of the earlier frame, of 256
         for (int y = 0; y < kBlock; ++y) {
             const int py = by * kBlock + y;
             if (py >= height) break;
@@ -1171,9 +1172,17 @@ void MotionInterpolator::Impl::finishRepairs(int k, int n, const FrameView& dst)
                             sb += hiddenB[y + dy][x + dx];
                         }
                     }
-                    const bool fromA = sb < sa;
-                    choice[y][x] = fromA ? 3 : 4;
-                    value = fromA ? pa[0][y + 1][x + 1] : pb[0][y + 1][x + 1];
+                    // A soft choice: the more a frame's content there follows the
+                    // foreground, the less it counts (no hard seam where the evidence is
+                    // weak either way).
+                    const int64_t qa = int64_t{sa} * sa;
+                    const int64_t qb = int64_t{sb} * sb;
+                    const int w = qa + qb > 0
+                                      ? static_cast<int>((256 * qa + (qa + qb) / 2) / (qa + qb))
+                                      : 128;
+                    choice[y][x] = 3;
+                    weightA[y][x] = static_cast<uint16_t>(w);
+                    value = (pa[0][y + 1][x + 1] * w + pb[0][y + 1][x + 1] * (256 - w) + 128) >> 8;
                 } else {
                     choice[y][x] = static_cast<uint8_t>(c);
                     value =
@@ -1191,7 +1200,7 @@ void MotionInterpolator::Impl::finishRepairs(int k, int n, const FrameView& dst)
                 const int cx = bx * kBlock / 2 + x;
                 if (cx >= chromaWidth(width)) break;
                 const int ch = choice[2 * y][2 * x];
-                const Vec& v = vecs[ch >= 3 ? 0 : ch];
+                const Vec& v = vecs[ch == 3 ? 0 : ch];
                 const int oax = roundDiv(-int64_t{k} * v.x, 2 * n);
                 const int oay = roundDiv(-int64_t{k} * v.y, 2 * n);
                 const int obx = roundDiv(int64_t{n - k} * v.x, 2 * n);
@@ -1205,7 +1214,9 @@ void MotionInterpolator::Impl::finishRepairs(int k, int n, const FrameView& dst)
                         const int sa = sampleComponent(ca, cx, cy, e, oax, oay);
                         const int sb = sampleComponent(cb, cx, cy, e, obx, oby);
                         const int mix = (sa * (256 - wB) + sb * wB + 128) >> 8;
-                        out[e] = static_cast<uint8_t>(ch < 3 ? mix : (ch == 3 ? sa : sb));
+                        const int wa = weightA[2 * y][2 * x];
+                        const int soft = (sa * wa + sb * (256 - wa) + 128) >> 8;
+                        out[e] = static_cast<uint8_t>(ch < 3 ? mix : soft);
                     }
                 }
             }
