@@ -588,7 +588,13 @@ void MotionInterpolator::Impl::searchLevel(int level) {
                     // No candidate fits: the motion may be one the coarser level could not
                     // see (content that is uniform along an axis once downsampled, such as a
                     // line of text, or too small to survive). Search both axes through the
-                    // best vector over the whole range, then a small square around the result.
+                    // best vector and through zero over the whole range, then a small square
+                    // around the result. The result is taken only when it fits: in
+                    // repetitive texture a wide search finds chance matches that merely
+                    // match less badly.
+                    const Vec before = best;
+                    const int beforeSad = bestSad;
+                    const int beforeCost = bestCost;
                     auto tryVec = [&](Vec v) {
                         const int sad = cost(level, bx, by, v);
                         const int c = penalised(v, sad);
@@ -611,6 +617,11 @@ void MotionInterpolator::Impl::searchLevel(int level) {
                         for (int dx = -2; dx <= 2; ++dx) {
                             tryVec(clampVec(Vec{centre.x + dx, centre.y + dy}));
                         }
+                    }
+                    if (bestSad * 8 > blockActivity * kBadShare + 8 * levelNoise) {
+                        best = before;
+                        bestSad = beforeSad;
+                        bestCost = beforeCost;
                     }
                 }
                 // Descend a small diamond until no neighbour improves.
