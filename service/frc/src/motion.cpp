@@ -7,8 +7,6 @@
 #include <sched.h>
 #endif
 
-#include <emmintrin.h>
-
 #include <algorithm>
 #include <atomic>
 #include <cstdio>
@@ -24,7 +22,6 @@ namespace frc {
 namespace {
 
 using detail::PaddedPlane;
-using detail::sad8x8;
 
 constexpr int kBlock = 8;      // luma block size of the motion field at every pyramid level
 constexpr int kMaxLevels = 5;  // full resolution plus up to four halvings
@@ -153,7 +150,7 @@ struct AccPlane {
 
 struct MotionInterpolator::Impl {
     MotionParams params;
-    bool useAvx2 = detail::cpuHasAvx2();
+    const detail::Dsp& dsp = detail::dsp();
     MotionStats stats;
 
     PixelFormat format = PixelFormat::kNv12;
@@ -332,10 +329,10 @@ int MotionInterpolator::Impl::cost(int level, int bx, int by, Vec v) const {
                            halfFloor(ay) * stride + halfFloor(ax);
         const uint8_t* b = fb.halfOrigin[(bxv & 1) | ((byv & 1) << 1)] + origin +
                            halfFloor(byv) * stride + halfFloor(bxv);
-        return sad8x8(a, b, stride);
+        return dsp.sad8x8(a, b, stride);
     }
-    return sad8x8(fa.levelOrigin[level] + origin + ay * stride + ax,
-                  fb.levelOrigin[level] + origin + byv * stride + bxv, stride);
+    return dsp.sad8x8(fa.levelOrigin[level] + origin + ay * stride + ax,
+                      fb.levelOrigin[level] + origin + byv * stride + bxv, stride);
 }
 
 namespace {
@@ -580,8 +577,8 @@ void MotionInterpolator::Impl::searchLevel(int level) {
                     }
                 }
                 const int blockActivity =
-                    fine ? detail::activity8x8(prev().planes[0].at(bx * kBlock, by * kBlock),
-                                               prev().planes[0].stride())
+                    fine ? dsp.activity8x8(prev().planes[0].at(bx * kBlock, by * kBlock),
+                                           prev().planes[0].stride())
                          : activity[idx];
                 if (parent != nullptr && forward &&
                     bestSad * 8 > blockActivity * kBadShare + 8 * levelNoise) {
@@ -687,7 +684,7 @@ int MotionInterpolator::Impl::measureNoise(int level) {
     for (int by = 0; by < f.nby; ++by) {
         for (int bx = 0; bx < f.nbx; ++bx) {
             activity[static_cast<size_t>(by) * f.nbx + bx] =
-                detail::activity8x8(a.at(bx * kBlock, by * kBlock), a.stride());
+                dsp.activity8x8(a.at(bx * kBlock, by * kBlock), a.stride());
         }
     }
     activityRank = activity;
@@ -926,7 +923,7 @@ void MotionInterpolator::Impl::findPeriods() {
                 int peak = 0;
                 int first = 0;
                 for (int d = 1; d <= shifts; ++d) {
-                    const int c = sad8x8(block, block + d * unit, p.stride());
+                    const int c = dsp.sad8x8(block, block + d * unit, p.stride());
                     if (d == 1) first = c;
                     // A period: the block matches itself shifted by it nearly exactly, better
                     // than shifted by one pixel and far better than by smaller shifts.
@@ -1056,8 +1053,8 @@ void MotionInterpolator::Impl::repairOcclusion(size_t idx, bool boundary) {
     const int byp = y0 + roundDiv(background.y, 32);
     const int fx = roundDiv(foreground.x, 16);
     const int fy = roundDiv(foreground.y, 16);
-    const int earlierIsForeground = sad8x8(a.at(ax, ay), b.at(ax + fx, ay + fy), a.stride());
-    const int laterIsForeground = sad8x8(b.at(bxp, byp), a.at(bxp - fx, byp - fy), a.stride());
+    const int earlierIsForeground = dsp.sad8x8(a.at(ax, ay), b.at(ax + fx, ay + fy), a.stride());
+    const int laterIsForeground = dsp.sad8x8(b.at(bxp, byp), a.at(bxp - fx, byp - fy), a.stride());
     Repair repair{idx,
                   {background, foreground, foreground},
                   2,
@@ -1257,24 +1254,19 @@ void MotionInterpolator::Impl::estimate() {
 namespace {
 
 // Writes (acc + 128) >> 8 of `rows` rows of a plane, starting at accumulator row `accRow`.
-void storeRows(const uint16_t* acc, const AccPlane& g, int accRow, int rows, int rowBytes,
-               uint8_t* dst, ptrdiff_t dstStride) {
-    const __m128i round8 = _mm_set1_epi16(128);
+void storeRows(const detail::Dsp& dsp, const uint16_t* acc, const AccPlane& g, int accRow, int rows,
+               int rowBytes, uint8_t* dst, ptrdiff_t dstStride) {
     for (int y = 0; y < rows; ++y) {
-        const uint16_t* in = acc + static_cast<size_t>(y + accRow) * g.width + g.origin * g.step;
-        uint8_t* out = dst + y * dstStride;
-        int x = 0;
-        for (; x + 16 <= rowBytes; x += 16) {
-            const __m128i lo = _mm_srli_epi16(
-                _mm_add_epi16(_mm_loadu_si128(reinterpret_cast<const __m128i*>(in + x)), round8),
-                8);
-            const __m128i hi = _mm_srli_epi16(
-                _mm_add_epi16(_mm_loadu_si128(reinterpret_cast<const __m128i*>(in + x + 8)),
-                              round8),
-                8);
-            _mm_storeu_si128(reinterpret_cast<__m128i*>(out + x), _mm_packus_epi16(lo, hi));
-        }
-        for (; x < rowBytes; ++x) out[x] = static_cast<uint8_t>((in[x] + 128) >> 8);
+        dsp.storeRow(acc + static_cast<size_t>(y + accRow) * g.width + g.origin * g.step,
+                     dst + y * dstStride, rowBytes);
+    }
+}
+
+// Pads a tap list to an even count with zero-weight taps (the kernels take even counts).
+void padTaps(detail::WindowTaps& taps) {
+    for (; taps.count & 1; ++taps.count) {
+        taps.base[taps.count] = taps.base[0];
+        taps.weight[taps.count] = 0;
     }
 }
 
@@ -1376,8 +1368,9 @@ void MotionInterpolator::Impl::compensateBand(int k, int n, const FrameView& dst
             addTaps(taps, fa.planes[0], lx, ly, oax, oay, wA);
             addTaps(taps, fb.planes[0], lx, ly, obx, oby, wB);
             normalise(taps);
-            detail::accumulateWindow(useAvx2, taps, fa.planes[0].stride(), gy.weights,
-                                     accY + gy.windowOffset(bx), gy.width, 2 * kBlock);
+            padTaps(taps);
+            dsp.accumulate(taps, fa.planes[0].stride(), gy.weights, accY + gy.windowOffset(bx),
+                           gy.width, 2 * kBlock);
 
             const int cx = lx / 2;
             const int cy = ly / 2;
@@ -1395,11 +1388,14 @@ void MotionInterpolator::Impl::compensateBand(int k, int n, const FrameView& dst
                 addTaps(cr, fa.planes[2], cx, cy, coax, coay, wA);
                 addTaps(cr, fb.planes[2], cx, cy, cobx, coby, wB);
                 normalise(cr);
-                detail::accumulateWindowPair(useAvx2, cb, cr, fa.planes[1].stride(), gc.weights,
-                                             accU + cOff, accV + cOff, gc.width, kBlock);
+                padTaps(cb);
+                padTaps(cr);
+                dsp.accumulatePair(cb, cr, fa.planes[1].stride(), gc.weights, accU + cOff,
+                                   accV + cOff, gc.width, kBlock);
             } else {
-                detail::accumulateWindow(useAvx2, cb, fa.planes[1].stride(), gc.weights,
-                                         accU + cOff, gc.width, kBlock);
+                padTaps(cb);
+                dsp.accumulate(cb, fa.planes[1].stride(), gc.weights, accU + cOff, gc.width,
+                               kBlock);
             }
         }
         // The accumulator's top block row (picture rows from by * bs - bs / 2) is complete:
@@ -1410,7 +1406,7 @@ void MotionInterpolator::Impl::compensateBand(int k, int n, const FrameView& dst
             const int from = std::max({top, firstRow * g.bs, 0});
             const int to = std::min({top + g.bs, endRow * g.bs, planeRows});
             if (from < to) {
-                storeRows(acc, g, from - top, to - from, rowBytes, out + from * outStride,
+                storeRows(dsp, acc, g, from - top, to - from, rowBytes, out + from * outStride,
                           outStride);
             }
             const size_t half = static_cast<size_t>(g.width) * g.bs;
