@@ -209,8 +209,10 @@ void MotionInterpolator::Impl::searchLevel(int level) {
                     Vec alt[kAlternates + 1];
                     int altSad[kAlternates + 1];
                     int na = 0;
-                    for (int y = -ry; y <= ry; ++y) {
-                        for (int x = -rx; x <= rx; ++x) {
+                    // Without a pyramid (level 0 is the coarsest) whole pixels are searched;
+                    // the diamond below refines to half pixels.
+                    for (int y = -ry; y <= ry; y += scale) {
+                        for (int x = -rx; x <= rx; x += scale) {
                             const Vec v{x, y};
                             const int sad = cost(level, bx, by, v);
                             const int c = penalised(v, sad);
