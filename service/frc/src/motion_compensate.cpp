@@ -71,7 +71,8 @@ void normalise(detail::WindowTaps& taps) {
 void MotionInterpolator::Impl::compensate(int k, int n, const FrameView& dst) {
     accGeometry[0].setup(kBlock, 1, nbx);
     accGeometry[1].setup(kBlock / 2, format == PixelFormat::kI420 ? 1 : 2, nbx);
-    const int bands = std::max(1, std::min(threadCount(), nby / 4));
+    // Threads only for pictures with enough rows to be worth starting them.
+    const int bands = std::max(1, std::min(threadCount(), nby / kSearchBandRows));
     bandScratch.resize(static_cast<size_t>(bands));
     if (bands == 1) {
         compensateBand(k, n, dst, 0, nby, bandScratch[0]);
