@@ -210,7 +210,7 @@ struct MotionInterpolator::Impl {
     void distrustBadMatches(int level);
     void refineSubpixel();
     void classify();
-    int measureNoise(int level);
+    int measureNoise(int level, bool withCosts);
     void findPeriods();
     void repairOcclusion(size_t idx, bool boundary);
     void finishRepairs(int k, int n, const FrameView& dst) const;

@@ -10,7 +10,7 @@ namespace frc {
 // Chooses per block between compensation and blend, and detects scene cuts.
 void MotionInterpolator::Impl::classify() {
     const Field& f = fields[0];
-    noise = measureNoise(0);
+    noise = measureNoise(0, true);
     size_t badBlocks = 0;
     for (int by = 0; by < f.nby; ++by) {
         for (int bx = 0; bx < f.nbx; ++bx) {

@@ -67,7 +67,7 @@ void MotionInterpolator::Impl::searchLevel(int level) {
     };
 
     // Texture activity of this level's blocks (in `activity`) and its noise allowance.
-    const int levelNoise = fine ? noise : measureNoise(level);
+    const int levelNoise = fine ? noise : measureNoise(level, false);
     // One pass over the block rows [rowBegin, rowEnd), taking neighbours from those rows only.
     auto searchRows = [&](int pass, int rowBegin, int rowEnd) {
         const bool forward = pass == 0;
@@ -143,11 +143,12 @@ void MotionInterpolator::Impl::searchLevel(int level) {
                             add(Vec{w.x * scale, w.y * scale});
                         }
                     }
-                    if (havePreviousField && !fine) {
+                    if (havePreviousField) {
+                        // The previous pair's motion here (in half pixels at level 0).
                         const int x0 = std::min((bx << level) + ((1 << level) >> 1), nbx - 1);
                         const int y0 = std::min((by << level) + ((1 << level) >> 1), nby - 1);
                         const Vec& tv = previousMv16[static_cast<size_t>(y0) * nbx + x0];
-                        const int scale = 16 << level;
+                        const int scale = fine ? 8 : 16 << level;
                         add(Vec{roundDiv(tv.x, scale), roundDiv(tv.y, scale)});
                     }
                     if (!fine) add(Vec());
@@ -350,8 +351,10 @@ void MotionInterpolator::Impl::searchLevel(int level) {
 // Fills `activity` for the blocks of a level and returns the SAD that noise alone leaves on a
 // true 8x8 match there. Grain is spatially white: the flattest blocks of the picture (the
 // tenth percentile of activity) show it as activity, which sums about twice as many sample
-// differences as a match's SAD. Never below the fixed allowance for clean pictures.
-int MotionInterpolator::Impl::measureNoise(int level) {
+// differences as a match's SAD. Texture everywhere inflates that estimate, so when the
+// level's best-match costs are known (`withCosts`), their tenth percentile (the residue of
+// the best true matches) bounds it. Never below the fixed allowance for clean pictures.
+int MotionInterpolator::Impl::measureNoise(int level, bool withCosts) {
     const Field& f = fields[level];
     const PaddedPlane& a = prev().level(level);
     activity.resize(f.v.size());
@@ -366,7 +369,14 @@ int MotionInterpolator::Impl::measureNoise(int level) {
     std::nth_element(activityRank.begin(), tenth, activityRank.end());
     // Half the flattest activity is the noise's typical residue; a true match may leave half
     // as much again.
-    return std::max(kNoise * kBlock * kBlock, *tenth * 3 / 4);
+    int estimate = *tenth * 3 / 4;
+    if (withCosts) {
+        activityRank.assign(f.cost.begin(), f.cost.end());
+        const auto best = activityRank.begin() + activityRank.size() / 10;
+        std::nth_element(activityRank.begin(), best, activityRank.end());
+        estimate = std::min(estimate, *best * 3 / 2);
+    }
+    return std::max(kNoise * kBlock * kBlock, estimate);
 }
 
 // At a coarse level, a block whose best match is poor usually straddles differently moving
@@ -374,7 +384,7 @@ int MotionInterpolator::Impl::measureNoise(int level) {
 // hands down the median vector of its well-matched neighbours instead (zero if there are none).
 void MotionInterpolator::Impl::distrustBadMatches(int level) {
     Field& f = fields[level];
-    const int levelNoise = measureNoise(level);
+    const int levelNoise = measureNoise(level, true);
     trust.assign(f.v.size(), 1);
     for (size_t idx = 0; idx < f.v.size(); ++idx) {
         trust[idx] = f.cost[idx] * 8 > activity[idx] * kBadShare + 8 * levelNoise ? 0 : 1;
