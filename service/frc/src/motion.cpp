@@ -22,11 +22,11 @@ void MotionInterpolator::Impl::configure(const ConstFrameView& f) {
     height = f.height;
     range = params.searchRange > 0 ? std::min(params.searchRange, kMaxRange)
                                    : clampInt(std::max(width, height) / 4, 32, 128);
-    // Halve while the coarser level keeps at least 96 columns and two rows of blocks: short
+    // Halve while the coarser level keeps at least 96 columns and a row of blocks: short
     // pictures keep a (shallower) pyramid, so the exhaustive search at the coarsest level
     // stays small.
     levels = 1;
-    while (levels < kMaxLevels && (width >> levels) >= 96 && (height >> levels) >= 2 * kBlock) {
+    while (levels < kMaxLevels && (width >> levels) >= 96 && (height >> levels) >= kBlock) {
         ++levels;
     }
     nbx = (width + kBlock - 1) / kBlock;

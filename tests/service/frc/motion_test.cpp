@@ -231,7 +231,7 @@ TEST(Motion, SameFramesWithAnyThreadCount) {
                          OwnedFrame(PixelFormat::kI420, w, h)};
     const int threads[3] = {1, 2, 5};
     for (int i = 0; i < 3; ++i) {
-        MotionInterpolator mi(frc::MotionParams{0, threads[i]});
+        MotionInterpolator mi(frc::MotionParams{16, threads[i]});
         ASSERT_TRUE(mi.push(a.cview()));
         ASSERT_TRUE(mi.push(b.cview()));
         ASSERT_TRUE(mi.interpolate(1, 2, out[i].view()));
