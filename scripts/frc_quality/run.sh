@@ -57,7 +57,7 @@ if [ -z "${FRC_QUALITY_TOOL:-}" ]; then
         cp "$work/build/bench/frc_quality/frc_quality" "$tool"
     else
         echo "project build failed; compiling the helper directly" >&2
-        c++ -O2 -std=c++17 -Wall -Wextra -Werror -pthread -I "$root/service/frc/include" \
+        c++ -O2 -std=c++17 -Wall -Wextra -Werror -pthread -DFRC_SIMD=1 -I "$root/service/frc/include" \
             -I "$root/service/frc/src" "$root/bench/frc_quality/frc_quality.cpp" \
             "$root"/service/frc/src/*.cpp -o "$tool"
     fi
