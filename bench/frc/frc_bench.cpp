@@ -1,5 +1,5 @@
-// Benchmarks of the frame-rate conversion engine at 1920x1080, factor 2, one thread: blend and
-// motion in-between frames, and the whole converter (inputs copied out, in-between rendered).
+// Benchmarks of the frame-rate conversion engine at factor 2: blend and motion in-between
+// frames (1080p on one thread and on every core, short pictures), and the whole converter.
 #include <benchmark/benchmark.h>
 
 #include <cmath>
@@ -19,23 +19,23 @@ constexpr int kH = 1080;
 struct Buffer {
     std::vector<uint8_t> data;
     frc::FrameView view;
-    Buffer(double dx = 0, double dy = 0)
-        : data(frc::bufferSize(frc::PixelFormat::kNv12, kW, kH, kW, kH)) {
-        view = frc::FrameView::fromBuffer(data.data(), frc::PixelFormat::kNv12, kW, kH, kW, kH);
-        for (int y = 0; y < kH; ++y) {
-            for (int x = 0; x < kW; ++x) {
+    explicit Buffer(double dx = 0, double dy = 0, int w = kW, int h = kH)
+        : data(frc::bufferSize(frc::PixelFormat::kNv12, w, h, w, h)) {
+        view = frc::FrameView::fromBuffer(data.data(), frc::PixelFormat::kNv12, w, h, w, h);
+        for (int y = 0; y < h; ++y) {
+            for (int x = 0; x < w; ++x) {
                 const double u = x - dx;
                 const double v = y - dy;
                 const double s = 128 + 50 * std::sin(0.05 * u + 0.03 * v) +
                                  40 * std::sin(0.17 * u - 0.11 * v) * std::cos(0.013 * v) +
                                  25 * std::sin(0.41 * u + 0.37 * v);
-                view.planes[0][y * kW + x] =
+                view.planes[0][y * w + x] =
                     static_cast<uint8_t>(std::lround(std::min(255.0, std::max(0.0, s))));
             }
         }
-        for (int y = 0; y < kH / 2; ++y) {
-            for (int x = 0; x < kW; ++x) {
-                view.planes[1][y * kW + x] =
+        for (int y = 0; y < h / 2; ++y) {
+            for (int x = 0; x < w; ++x) {
+                view.planes[1][y * w + x] =
                     static_cast<uint8_t>(128 + 40 * std::sin(0.02 * (x + y - dx)));
             }
         }
@@ -61,11 +61,14 @@ void BM_Blend1080pFactor2(benchmark::State& state) {
 BENCHMARK(BM_Blend1080pFactor2)->Unit(benchmark::kMillisecond);
 
 // One motion-compensated in-between frame per iteration, including the motion search of its
-// pair (a new input frame is analysed every iteration, as in a stream at factor 2).
-void BM_Motion1080pFactor2(benchmark::State& state) {
-    Buffer frames[2] = {Buffer(0, 0), Buffer(9.5, 3.25)};
-    Buffer out;
-    frc::MotionInterpolator mi;
+// pair (a new input frame is analysed every iteration, as in a stream at factor 2). Arguments:
+// width, height, threads (0: one per core).
+void BM_Motion(benchmark::State& state) {
+    const int w = static_cast<int>(state.range(0));
+    const int h = static_cast<int>(state.range(1));
+    Buffer frames[2] = {Buffer(0, 0, w, h), Buffer(9.5, 3.25, w, h)};
+    Buffer out(0, 0, w, h);
+    frc::MotionInterpolator mi(frc::MotionParams{0, static_cast<int>(state.range(2))});
     mi.push(frames[0].view);
     int next = 1;
     for (auto _ : state) {
@@ -76,7 +79,16 @@ void BM_Motion1080pFactor2(benchmark::State& state) {
     }
     setRate(state, 1);
 }
-BENCHMARK(BM_Motion1080pFactor2)->Unit(benchmark::kMillisecond);
+// 1080p on one thread and on every core; short pictures (a pyramid of few rows must stay as
+// fast as a slightly taller picture's) and a very wide, short one.
+BENCHMARK(BM_Motion)
+    ->Args({kW, kH, 1})
+    ->Args({kW, kH, 0})
+    ->Args({640, 96, 1})
+    ->Args({640, 94, 1})
+    ->Args({16384, 64, 1})
+    ->Unit(benchmark::kMillisecond)
+    ->UseRealTime();
 
 // The converter in a stream: per input frame, a copy of the input and one in-between frame
 // (two output frames per iteration), as the service would run it.

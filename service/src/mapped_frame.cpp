@@ -35,8 +35,13 @@ VppError MappedFrame::MapRegion(int fd, size_t offset, size_t span, bool writabl
     const size_t pageStart = offset - offset % PageSize();
     const size_t length = offset - pageStart + span;
     const int protection = writable ? (PROT_READ | PROT_WRITE) : PROT_READ;
-    void* address =
-        mmap(nullptr, length, protection, MAP_SHARED, fd, static_cast<off_t>(pageStart));
+    // Every page of a frame is read or written once mapped: fault them all in here, in one
+    // go, rather than one by one in the middle of the conversion.
+    int flags = MAP_SHARED;
+#ifdef MAP_POPULATE
+    flags |= MAP_POPULATE;
+#endif
+    void* address = mmap(nullptr, length, protection, flags, fd, static_cast<off_t>(pageStart));
     if (address == MAP_FAILED) {
         return errno == ENOMEM ? VppError::VPP_ERR_NO_MEM : VppError::VPP_ERR_PARAM;
     }

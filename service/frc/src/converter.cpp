@@ -32,7 +32,7 @@ int64_t phaseTimestamp(int64_t ta, Wide d, int k, int n) {
 
 bool isValidConfig(const ConverterConfig& c) {
     const int mode = static_cast<int>(c.mode);
-    if (mode < 0 || mode > 3 || c.searchRange < 0) return false;
+    if (mode < 0 || mode > 3 || c.searchRange < 0 || c.threads < 0) return false;
     return c.mode == FrcMode::kOff || (c.factor >= 2 && c.factor <= 8);
 }
 
@@ -58,7 +58,8 @@ struct Converter::Impl {
     uint64_t motionLatestSeq = 0;
     bool motionHasTwo = false;
 
-    explicit Impl(const ConverterConfig& c) : config(c), motion(MotionParams{c.searchRange}) {}
+    explicit Impl(const ConverterConfig& c)
+        : config(c), motion(MotionParams{c.searchRange, c.threads}) {}
 
     void emitGroup(const Held& a, const Held& b, std::vector<OutputFrame>* out);
     void forgetStream();

@@ -99,24 +99,4 @@ bool blendFrames(const ConstFrameView& a, const ConstFrameView& b, int k, int n,
     return true;
 }
 
-double meanLumaDifference(const ConstFrameView& a, const ConstFrameView& b) {
-    if (!a.valid() || !b.valid() || a.width != b.width || a.height != b.height) return -1.0;
-    uint64_t total = 0;
-    for (int y = 0; y < a.height; ++y) {
-        const uint8_t* ra = a.planes[0] + y * a.strides[0];
-        const uint8_t* rb = b.planes[0] + y * b.strides[0];
-        int x = 0;
-        __m128i acc = _mm_setzero_si128();
-        for (; x + 16 <= a.width; x += 16) {
-            acc = _mm_add_epi64(
-                acc, _mm_sad_epu8(_mm_loadu_si128(reinterpret_cast<const __m128i*>(ra + x)),
-                                  _mm_loadu_si128(reinterpret_cast<const __m128i*>(rb + x))));
-        }
-        total += static_cast<uint64_t>(_mm_cvtsi128_si64(acc)) +
-                 static_cast<uint64_t>(_mm_cvtsi128_si64(_mm_srli_si128(acc, 8)));
-        for (; x < a.width; ++x) total += static_cast<uint64_t>(std::abs(ra[x] - rb[x]));
-    }
-    return static_cast<double>(total) / (static_cast<double>(a.width) * a.height);
-}
-
 }  // namespace frc

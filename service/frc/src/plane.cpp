@@ -53,74 +53,28 @@ void PaddedPlane::extendEdges() {
 }
 
 void PaddedPlane::downsampleInto(PaddedPlane& dst) const {
-    const __m128i lowBytes = _mm_set1_epi16(0x00FF);
-    const __m128i one = _mm_set1_epi16(1);
+    const Dsp& d = dsp();
     for (int y = 0; y < dst.height(); ++y) {
-        const uint8_t* r0 = row(2 * y);
-        const uint8_t* r1 = row(2 * y + 1);  // the padding supplies the row past an odd height
-        uint8_t* out = dst.row(y);
-        int x = 0;
-        for (; x + 16 <= dst.width(); x += 16) {
-            const __m128i a0 = _mm_loadu_si128(reinterpret_cast<const __m128i*>(r0 + 2 * x));
-            const __m128i a1 = _mm_loadu_si128(reinterpret_cast<const __m128i*>(r0 + 2 * x + 16));
-            const __m128i b0 = _mm_loadu_si128(reinterpret_cast<const __m128i*>(r1 + 2 * x));
-            const __m128i b1 = _mm_loadu_si128(reinterpret_cast<const __m128i*>(r1 + 2 * x + 16));
-            // Sum vertically in 16 bits per even/odd column, then add the column pairs.
-            const __m128i s0 =
-                _mm_add_epi16(_mm_add_epi16(_mm_and_si128(a0, lowBytes), _mm_srli_epi16(a0, 8)),
-                              _mm_add_epi16(_mm_and_si128(b0, lowBytes), _mm_srli_epi16(b0, 8)));
-            const __m128i s1 =
-                _mm_add_epi16(_mm_add_epi16(_mm_and_si128(a1, lowBytes), _mm_srli_epi16(a1, 8)),
-                              _mm_add_epi16(_mm_and_si128(b1, lowBytes), _mm_srli_epi16(b1, 8)));
-            const __m128i two = _mm_add_epi16(one, one);
-            const __m128i q0 = _mm_srli_epi16(_mm_add_epi16(s0, two), 2);
-            const __m128i q1 = _mm_srli_epi16(_mm_add_epi16(s1, two), 2);
-            _mm_storeu_si128(reinterpret_cast<__m128i*>(out + x), _mm_packus_epi16(q0, q1));
-        }
-        for (; x < dst.width(); ++x) {
-            out[x] = static_cast<uint8_t>(
-                (r0[2 * x] + r0[2 * x + 1] + r1[2 * x] + r1[2 * x + 1] + 2) >> 2);
-        }
+        // The padding supplies the row and column past an odd height or width.
+        d.downsample2(row(2 * y), row(2 * y + 1), dst.row(y), dst.width());
     }
     dst.extendEdges();
 }
 
 void PaddedPlane::halfPelFrom(const PaddedPlane& src, int kind) {
+    const Dsp& d = dsp();
     const int dx = kind & 1;
     const int dy = kind >> 1;
     const ptrdiff_t bytes = static_cast<ptrdiff_t>(width_ + 2 * pad_) - 1;
-    const __m128i zero = _mm_setzero_si128();
-    const __m128i two = _mm_set1_epi16(2);
     for (int y = -pad_; y < height_ + pad_; ++y) {
         const int sy = y + dy < height_ + pad_ ? y + dy : y;
         const uint8_t* r0 = src.row(y) - pad_;
         const uint8_t* r1 = src.row(sy) - pad_;
         uint8_t* out = row(y) - pad_;
-        ptrdiff_t x = 0;
         if (kind != 3) {
-            // Two taps: the rounded average, as _mm_avg_epu8 computes it.
-            const uint8_t* other = dx ? r0 + 1 : r1;
-            for (; x + 16 <= bytes; x += 16) {
-                const __m128i a = _mm_loadu_si128(reinterpret_cast<const __m128i*>(r0 + x));
-                const __m128i b = _mm_loadu_si128(reinterpret_cast<const __m128i*>(other + x));
-                _mm_storeu_si128(reinterpret_cast<__m128i*>(out + x), _mm_avg_epu8(a, b));
-            }
-            for (; x < bytes; ++x) out[x] = static_cast<uint8_t>((r0[x] + other[x] + 1) >> 1);
+            d.average2(r0, dx ? r0 + 1 : r1, out, bytes);
         } else {
-            for (; x + 8 <= bytes; x += 8) {
-                auto load = [&](const uint8_t* q) {
-                    return _mm_unpacklo_epi8(_mm_loadl_epi64(reinterpret_cast<const __m128i*>(q)),
-                                             zero);
-                };
-                const __m128i sum = _mm_add_epi16(_mm_add_epi16(load(r0 + x), load(r0 + x + 1)),
-                                                  _mm_add_epi16(load(r1 + x), load(r1 + x + 1)));
-                _mm_storel_epi64(
-                    reinterpret_cast<__m128i*>(out + x),
-                    _mm_packus_epi16(_mm_srli_epi16(_mm_add_epi16(sum, two), 2), zero));
-            }
-            for (; x < bytes; ++x) {
-                out[x] = static_cast<uint8_t>((r0[x] + r0[x + 1] + r1[x] + r1[x + 1] + 2) >> 2);
-            }
+            d.average4(r0, r1, out, bytes);
         }
         out[bytes] = out[bytes - 1];
     }

@@ -182,4 +182,91 @@ TEST(Motion, StillFramesStayUnchangedAndOddTinyFramesWork) {
     }
 }
 
+// Phases with large denominators (rates like 24 to 60000/1001) are exact: k/n and the same
+// fraction in other terms give the same frame, and the frame sits at its phase.
+TEST(Motion, AnyPhaseDenominator) {
+    OwnedFrame a(PixelFormat::kNv12, kW, kH);
+    OwnedFrame b(PixelFormat::kNv12, kW, kH);
+    OwnedFrame mid(PixelFormat::kNv12, kW, kH);
+    frc_test::fillTranslated(a, 0, 0);
+    frc_test::fillTranslated(b, 12, -6);
+    frc_test::fillTranslated(mid, 12 * 0.3, -6 * 0.3);
+    MotionInterpolator mi;
+    ASSERT_TRUE(mi.push(a.cview()));
+    ASSERT_TRUE(mi.push(b.cview()));
+    OwnedFrame small(PixelFormat::kNv12, kW, kH);
+    OwnedFrame large(PixelFormat::kNv12, kW, kH);
+    ASSERT_TRUE(mi.interpolate(3, 10, small.view()));
+    ASSERT_TRUE(mi.interpolate(300300, 1001000, large.view()));
+    EXPECT_TRUE(small.samePixels(large));
+    EXPECT_GT(frc_test::psnrLuma(large, mid, 16), 34.0);
+    EXPECT_FALSE(mi.interpolate(1001000, 1001000, large.view()));
+}
+
+// Pictures of few rows keep a shallow pyramid and still find large motions.
+TEST(Motion, ShortPicturesFindLargeMotions) {
+    for (auto [w, h] : {std::pair{320, 40}, {640, 24}}) {
+        SCOPED_TRACE(testing::Message() << w << "x" << h);
+        OwnedFrame a(PixelFormat::kI420, w, h);
+        OwnedFrame b(PixelFormat::kI420, w, h);
+        OwnedFrame mid(PixelFormat::kI420, w, h);
+        frc_test::fillTranslated(a, 0, 0);
+        frc_test::fillTranslated(b, 37, 2);
+        frc_test::fillTranslated(mid, 18.5, 1);
+        MotionInterpolator mi;
+        const Outcome o = rebuild(a, b, mid, 1, 2, mi, 0);
+        EXPECT_GT(o.motion, o.blend + 8.0);
+    }
+}
+
+// The result does not depend on how many threads share the work.
+TEST(Motion, SameFramesWithAnyThreadCount) {
+    constexpr int w = 200;
+    constexpr int h = 424;  // several bands of block rows
+    OwnedFrame a(PixelFormat::kI420, w, h);
+    OwnedFrame b(PixelFormat::kI420, w, h);
+    frc_test::fillTranslated(a, 0, 0);
+    frc_test::fillTranslated(b, -9.5, 4.25);
+    OwnedFrame out[3] = {OwnedFrame(PixelFormat::kI420, w, h), OwnedFrame(PixelFormat::kI420, w, h),
+                         OwnedFrame(PixelFormat::kI420, w, h)};
+    const int threads[3] = {1, 2, 5};
+    for (int i = 0; i < 3; ++i) {
+        MotionInterpolator mi(frc::MotionParams{16, threads[i]});
+        ASSERT_TRUE(mi.push(a.cview()));
+        ASSERT_TRUE(mi.push(b.cview()));
+        ASSERT_TRUE(mi.interpolate(1, 2, out[i].view()));
+    }
+    EXPECT_TRUE(out[0].samePixels(out[1]));
+    EXPECT_TRUE(out[0].samePixels(out[2]));
+}
+
+// Strong grain, new in every frame, is not a reason to give up on motion: the allowance for
+// a true match follows the noise measured in the picture.
+TEST(Motion, KeepsMotionUnderStrongGrain) {
+    auto grainy = [](OwnedFrame& f, double dx, int seed) {
+        f.fill(
+            [&](double x, double y) {
+                unsigned v = static_cast<unsigned>(x) * 2654435761u ^
+                             static_cast<unsigned>(y) * 40503u ^ static_cast<unsigned>(seed) * 977u;
+                v ^= v >> 15;
+                v *= 2246822519u;
+                v ^= v >> 13;
+                const double noise = static_cast<double>(v % 41) - 20;  // uniform, sd ~12
+                return frc_test::clamp8(frc_test::texture(x - dx, y) + noise);
+            },
+            [](int c, double, double) { return c ? 110 : 140; });
+    };
+    OwnedFrame a(PixelFormat::kNv12, kW, kH);
+    OwnedFrame b(PixelFormat::kNv12, kW, kH);
+    OwnedFrame clean(PixelFormat::kNv12, kW, kH);
+    grainy(a, 0, 1);
+    grainy(b, 10, 2);
+    frc_test::fillTranslated(clean, 5, 0);
+    MotionInterpolator mi;
+    const Outcome o = rebuild(a, b, clean, 1, 2, mi, 16);
+    EXPECT_FALSE(mi.lastPairWasSceneCut());
+    EXPECT_LT(mi.stats().fallbackBlocks * 10, mi.stats().blocks);
+    EXPECT_GT(o.motion, o.blend + 3.0);
+}
+
 }  // namespace

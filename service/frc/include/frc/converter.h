@@ -30,10 +30,11 @@ struct ConverterConfig {
     FrcMode mode = FrcMode::kOff;
     int factor = 2;       // output frames per input frame, 2..8; ignored in kOff
     int searchRange = 0;  // motion search range in luma pixels, 0 = automatic
+    int threads = 0;      // threads of motion mode per frame, 0 = one per core
     StreamEnd streamEnd = StreamEnd::kLastFrameAlone;
 };
 
-// True when mode is one of the four and (mode off or) factor is 2..8 and searchRange >= 0.
+// True when mode is one of the four and (mode off or) factor is 2..8 and searchRange, threads >= 0.
 bool isValidConfig(const ConverterConfig& config);
 
 // One output frame, in output order.

@@ -13,6 +13,8 @@ struct MotionParams {
     // Largest motion searched between two input frames, in luma pixels per axis; 0 picks a
     // value from the frame size (at most 128). Larger ranges cost memory, not search time.
     int searchRange = 0;
+    // Threads that share the work on a frame (bands of rows); 0: one per core of the machine.
+    int threads = 0;
 };
 
 // What the interpolator did, accumulated over its lifetime.
@@ -43,9 +45,9 @@ class MotionInterpolator {
     // True once two frames of the same stream were pushed.
     bool hasPair() const;
 
-    // Writes the frame at phase k/n between the two latest frames (0 < k < n <= 16) into
-    // `dst`, which must have their format and size. Returns false when there is no pair or
-    // the arguments are invalid.
+    // Writes the frame at phase k/n between the two latest frames (0 < k < n) into `dst`,
+    // which must have their format and size. Returns false when there is no pair or the
+    // arguments are invalid.
     bool interpolate(int k, int n, const FrameView& dst);
 
     // True when the latest pair was judged a scene cut (interpolate() then blends).
@@ -55,18 +57,6 @@ class MotionInterpolator {
     void reset();
 
     const MotionStats& stats() const;
-
-    // The motion field of the latest pair, for diagnostics: one entry per 8x8 luma block of
-    // the in-between frame, in raster order.
-    struct BlockInfo {
-        float dx = 0;  // displacement from the earlier frame to the later one, in pixels
-        float dy = 0;
-        int cost = 0;              // SAD of the symmetric match at the integer vector
-        bool compensated = false;  // false: the block is blended
-    };
-    int blocksPerRow() const;
-    int blockRows() const;
-    BlockInfo block(int bx, int by) const;
 
   private:
     struct Impl;

@@ -18,7 +18,4 @@ bool copyFrame(const ConstFrameView& src, const FrameView& dst);
 bool blendFrames(const ConstFrameView& a, const ConstFrameView& b, int k, int n,
                  const FrameView& dst);
 
-// Mean absolute difference of the luma planes, a cheap measure of how much two frames differ.
-double meanLumaDifference(const ConstFrameView& a, const ConstFrameView& b);
-
 }  // namespace frc
