@@ -106,12 +106,22 @@ TEST_F(ToolE2e, WholeRunsLeakNoDescriptor) {
     EXPECT_EQ(vppfrc::RunTool(options, out.get(), err.get()), 0) << err.Text();
     EXPECT_EQ(media::OpenDescriptorCount(), before);
 
-    // A failing run too: the input ends in a truncated frame.
-    vppfrc_test::WriteFile(input_, vppfrc_test::ReadFile(input_) + "FRAME\nshort");
-    EXPECT_EQ(vppfrc::RunTool(Convert(dir_.File("bad.y4m")), out.get(), err.get()),
+    // A failing run too: the output exists and -y was not given.
+    EXPECT_EQ(vppfrc::RunTool(Convert(dir_.File("out.y4m")), out.get(), err.get()),
               vppfrc::kExitFailed);
     EXPECT_EQ(media::OpenDescriptorCount(), before);
-    EXPECT_NE(err.Text().find("frame 41 is truncated"), std::string::npos) << err.Text();
+    EXPECT_NE(err.Text().find("already exists (add -y"), std::string::npos) << err.Text();
+
+    // Damaged input: the input ends in a truncated frame; the 40 frames before it are kept.
+    vppfrc_test::WriteFile(input_, vppfrc_test::ReadFile(input_) + "FRAME\nshort");
+    EXPECT_EQ(vppfrc::RunTool(Convert(dir_.File("bad.y4m")), out.get(), err.get()),
+              vppfrc::kExitDamagedInput);
+    EXPECT_EQ(media::OpenDescriptorCount(), before);
+    EXPECT_NE(err.Text().find("frame 41 (at byte "), std::string::npos) << err.Text();
+    media::VideoFormat format;
+    std::vector<vppfrc_test::Frame> frames;
+    ASSERT_TRUE(vppfrc_test::ReadY4m(dir_.File("bad.y4m"), &format, &frames));
+    EXPECT_EQ(frames.size(), 118u);  // (40 - 1) * 3 + 1
     EXPECT_NE(out.Text().find("vppfrc: preview:"), std::string::npos) << out.Text();
 }
 
