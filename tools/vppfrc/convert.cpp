@@ -12,6 +12,7 @@
 #include <cmath>
 #include <cstdlib>
 #include <cstring>
+#include <limits>
 #include <map>
 #include <memory>
 #include <mutex>
@@ -144,8 +145,9 @@ double SecondsSince(std::chrono::steady_clock::time_point start) {
 // The conversion proper, once the files are open. Returns false with *error on failure; damaged
 // input ends the reading early but is not a failure (report->damage).
 bool Pump(const ConversionJob& job, media::Y4mReader* reader, media::Y4mWriter* writer,
-          media::PreviewBuilder* preview, int64_t previewFrom, FILE* progressStream,
-          const RunHooks& hooks, ConversionReport* report, std::string* error) {
+          media::PreviewBuilder* preview, media::PreviewBuilder* crops, int64_t previewFrom,
+          FILE* progressStream, const RunHooks& hooks, ConversionReport* report,
+          std::string* error) {
     const media::VideoFormat& format = reader->format();
     const int64_t p = report->ratioNum;
     const int64_t q = report->ratioDen;
@@ -175,6 +177,7 @@ bool Pump(const ConversionJob& job, media::Y4mReader* reader, media::Y4mWriter* 
         writeSeconds += SecondsSince(start);
         if (preview != nullptr && !preview->full() && input >= previewFrom) {
             preview->Add(frame.i420, frame.isInputFrame);
+            crops->Add(frame.i420, frame.isInputFrame);
         }
         if (hooks.onFrameWritten) hooks.onFrameWritten(framesOut.load(), frame.timestamp);
         framesOut++;
@@ -322,6 +325,16 @@ bool ChooseRates(const ConversionJob& job, const media::VideoFormat& in, Convers
     return true;
 }
 
+// The full-size crops beside a preview: "p.png" gives "p-crop.png".
+std::string CropPath(const std::string& preview) {
+    const size_t slash = preview.find_last_of('/');
+    const size_t dot = preview.find_last_of('.');
+    if (dot == std::string::npos || (slash != std::string::npos && dot < slash)) {
+        return preview + "-crop.png";
+    }
+    return preview.substr(0, dot) + "-crop" + preview.substr(dot);
+}
+
 // Refuses outputs that would destroy the input or each other, and existing files unless -y.
 bool CheckDestinations(const ConversionJob& job, const media::Y4mReader& reader,
                        std::string* error) {
@@ -352,7 +365,12 @@ bool CheckDestinations(const ConversionJob& job, const media::Y4mReader& reader,
             return false;
         }
     }
-    for (const std::string& path : {job.output, job.preview}) {
+    const std::string crop = job.preview.empty() ? std::string() : CropPath(job.preview);
+    if (!crop.empty() && media::SameFile(input, media::IdentityOf(crop, STDOUT_FILENO))) {
+        *error = "refusing to write the preview crops " + Quote(crop) + ": it is the input file";
+        return false;
+    }
+    for (const std::string& path : {job.output, job.preview, crop}) {
         struct stat st;
         if (path.empty() || path == "-" || stat(path.c_str(), &st) != 0 || !S_ISREG(st.st_mode)) {
             continue;
@@ -397,20 +415,34 @@ bool ConvertFile(const ConversionJob& job, FILE* progress, const RunHooks& hooks
                 if (service == nullptr) {
                     *error = "cannot start the embedded VPP service: its name is taken";
                 } else {
-                    std::unique_ptr<media::PreviewBuilder> preview;
+                    std::unique_ptr<media::PreviewBuilder> preview, crops;
                     if (!job.preview.empty()) {
-                        preview = std::make_unique<media::PreviewBuilder>(reader.format().width,
-                                                                          reader.format().height);
+                        media::PreviewOptions options;
+                        options.firstInputIndex = static_cast<int>(
+                            std::min<int64_t>(previewFrom, std::numeric_limits<int>::max()));
+                        preview = std::make_unique<media::PreviewBuilder>(
+                            reader.format().width, reader.format().height, options);
+                        // Full-size pieces of the same frames, where the made frames' detail
+                        // shows.
+                        options.thumbnailWidth = 256;
+                        options.cropHeight = 144;
+                        options.maxColumns = 6;
+                        crops = std::make_unique<media::PreviewBuilder>(
+                            reader.format().width, reader.format().height, options);
                     }
-                    ok = Pump(job, &reader, &writer, preview.get(), previewFrom,
+                    ok = Pump(job, &reader, &writer, preview.get(), crops.get(), previewFrom,
                               job.showProgress ? progress : nullptr, hooks, &result, error);
                     service.reset();
                     if (ok) {
                         ok = writer.Commit(error);
                     }
                     // A preview that fails is reported; the video is kept.
-                    if (ok && preview != nullptr && !preview->empty()) {
-                        preview->WritePng(job.preview, &result.previewError);
+                    if (ok && preview != nullptr && !preview->empty() &&
+                        preview->WritePng(job.preview, &result.previewError)) {
+                        crops->WritePng(CropPath(job.preview), &result.previewError);
+                    }
+                    if (ok && preview != nullptr && preview->empty()) {
+                        result.previewError = "no frame at or after --preview-at " + job.previewAt;
                     }
                 }
             }
@@ -574,10 +606,13 @@ int RunTool(const Options& options, FILE* out, FILE* err, const RunHooks& hooks)
         fprintf(out, "vppfrc: output clip: %s (%lld frames at %lld/%lld frames/s)\n",
                 job.output.c_str(), static_cast<long long>(report.framesOut),
                 static_cast<long long>(report.outFpsNum), static_cast<long long>(report.outFpsDen));
-        fprintf(out, "vppfrc: preview:     %s (input frames in green, made frames in orange)\n",
-                job.preview.c_str());
+        fprintf(out,
+                "vppfrc: preview:     %s (input frames in green, made frames in orange; "
+                "full-size crops: %s)\n",
+                job.preview.c_str(), CropPath(job.preview).c_str());
     } else if (!options.quiet && !job.preview.empty() && report.previewError.empty()) {
-        fprintf(summary, "vppfrc: preview:     %s\n", job.preview.c_str());
+        fprintf(summary, "vppfrc: preview:     %s (full-size crops: %s)\n", job.preview.c_str(),
+                CropPath(job.preview).c_str());
     }
     if (!report.previewError.empty()) {
         fprintf(err, "vppfrc: the video was written, but not the preview: %s\n",

@@ -175,7 +175,8 @@ TEST_F(VppfrcCli, ConvertsAClipAndPrintsItsSummary) {
     const ProcessResult result =
         Run({"in.y4m", "-o", "out.y4m", "--factor", "3", "--mode", "blend", "--preview", "p.png"});
     ASSERT_EQ(result.exitCode, 0) << result.err;
-    EXPECT_EQ(dir_.Entries(), (std::vector<std::string>{"in.y4m", "out.y4m", "p.png"}));
+    EXPECT_EQ(dir_.Entries(),
+              (std::vector<std::string>{"in.y4m", "out.y4m", "p-crop.png", "p.png"}));
 
     media::VideoFormat format;
     std::vector<Frame> frames;

@@ -388,4 +388,31 @@ TEST_F(VppfrcFiles, VersionAndJsonSummary) {
     EXPECT_NE(err_.find("mode off passes every frame through once"), std::string::npos) << err_;
 }
 
+TEST_F(VppfrcFiles, PreviewChoosesItsFramesAndAFailedPreviewKeepsTheVideo) {
+    vppfrc_test::WriteFile(dir_.File("in.y4m"), Clip(6));
+    EXPECT_EQ(Run({"in.y4m", "-o", "out.y4m", "--preview", "p.png", "--preview-at", "2", "-q"}), 0)
+        << err_;
+    EXPECT_EQ(dir_.Entries(),
+              (std::vector<std::string>{"in.y4m", "out.y4m", "p-crop.png", "p.png"}));
+    // 1 s at 24 frames/s is past the end: no preview, the video is kept.
+    EXPECT_EQ(Run({"in.y4m", "-o", "out.y4m", "-y", "--preview", "q.png", "--preview-at", "1s"}),
+              4);
+    EXPECT_NE(err_.find("no frame at or after --preview-at 1s"), std::string::npos) << err_;
+    EXPECT_EQ(Run({"in.y4m", "-o", "out.y4m", "-y", "--preview", "q.png", "--preview-at", "x"}), 1);
+    EXPECT_NE(err_.find("invalid --preview-at 'x'"), std::string::npos) << err_;
+
+    // The sheet of noise is larger than the video (11 frames of 1158 bytes): a file size limit
+    // between the two lets the video through and stops the preview.
+    ASSERT_EQ(unlink(dir_.File("out.y4m").c_str()), 0);
+    ASSERT_EQ(unlink(dir_.File("p.png").c_str()), 0);
+    ASSERT_EQ(unlink(dir_.File("p-crop.png").c_str()), 0);
+    EXPECT_EQ(Run({"in.y4m", "-o", "out.y4m", "--preview", "p.png", "-q"}, nullptr, 14000), 4);
+    EXPECT_NE(err_.find("the video was written, but not the preview: cannot write 'p.png': File "
+                        "too large"),
+              std::string::npos)
+        << err_;
+    EXPECT_EQ(Parse(vppfrc_test::ReadFile(dir_.File("out.y4m"))).frameLines.size(), 11u);
+    EXPECT_EQ(dir_.Entries(), (std::vector<std::string>{"in.y4m", "out.y4m"}));
+}
+
 }  // namespace
