@@ -346,9 +346,13 @@ bool CheckDestinations(const ConversionJob& job, const media::Y4mReader& reader,
         input.inode = info.st_ino;
     }
     const media::FileIdentity output = media::IdentityOf(job.output, STDOUT_FILENO);
-    const bool outputIsStream = media::IsStreamPath(job.output);
-    // Streams (a terminal, /dev/null, a pipe) may well be shared with the input.
-    if (!outputIsStream && media::SameFile(input, output)) {
+    // Streams (a terminal, /dev/null, a pipe) may well be shared with the input; a regular
+    // file never, even as standard output ("vppfrc in.y4m -o - >> in.y4m").
+    struct stat target;
+    const bool outputIsRegular = (job.output == "-" ? fstat(STDOUT_FILENO, &target)
+                                                    : stat(job.output.c_str(), &target)) == 0 &&
+                                 S_ISREG(target.st_mode);
+    if ((outputIsRegular || !output.exists) && media::SameFile(input, output)) {
         *error = "refusing to write " + Quote(job.output) + ": it is the input file";
         return false;
     }

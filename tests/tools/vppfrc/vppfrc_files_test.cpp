@@ -240,6 +240,14 @@ TEST_F(VppfrcFiles, NeverWritesOverTheInputOrAnExistingFileUnasked) {
     // Stdin that is the output file, through '-'.
     EXPECT_EQ(Run({"-", "-o", "hard.y4m", "-y"}, nullptr, 0, dir_.File("in.y4m")), 1);
     EXPECT_NE(err_.find("it is the input file"), std::string::npos) << err_;
+    // Standard output appending to the input.
+    const int append = open(dir_.File("in.y4m").c_str(), O_WRONLY | O_APPEND | O_CLOEXEC);
+    const Child child =
+        Child::Start({"in.y4m", "-o", "-"}, dir_.path(), -1, append, captures_.File("err"));
+    close(append);
+    EXPECT_EQ(child.Wait(), 1);
+    EXPECT_NE(vppfrc_test::ReadFile(captures_.File("err")).find("it is the input file"),
+              std::string::npos);
     EXPECT_EQ(vppfrc_test::ReadFile(dir_.File("in.y4m")), clip);
 
     // An existing output: kept without -y, kept with -n, replaced with -y.

@@ -21,12 +21,6 @@ bool IsStreamMode(mode_t mode) {
 
 }  // namespace
 
-bool IsStreamPath(const std::string& path) {
-    struct stat st;
-    if (path == "-") return true;
-    return stat(path.c_str(), &st) == 0 && IsStreamMode(st.st_mode);
-}
-
 FileIdentity IdentityOf(const std::string& path, int standardFd) {
     FileIdentity id;
     struct stat st;

@@ -38,9 +38,6 @@ class OutputFile {
     std::string failure_;
 };
 
-// Whether a path (or "-", standard output) would be written as a stream in place.
-bool IsStreamPath(const std::string& path);
-
 // An identity for "is this the same file": device and inode when the path exists (links
 // followed), else the absolute form of its folder and name. "-" is the standard stream given.
 struct FileIdentity {

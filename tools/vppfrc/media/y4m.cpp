@@ -263,7 +263,7 @@ bool Y4mReader::ParseHeader(const std::string& headerLine, std::string* error) {
                 seen = &haveI;
                 break;
             default:
-                break;  // A (aspect), X (extensions) and unknown tags are ignored
+                break;  // A (aspect), X (extensions) and unknown tags are kept as they are
         }
         if (seen == nullptr) continue;
         if (*seen) {

@@ -34,7 +34,8 @@ size_t I420FrameSize(int width, int height);
 
 // Reads a YUV4MPEG2 file frame by frame; the file is streamed, never loaded whole. Accepted:
 // chroma tags C420, C420jpeg, C420paldv, C420mpeg2 or none, progressive or unmarked
-// interlacing, even width and height. Unknown header tags and frame parameters are ignored.
+// interlacing, even width and height. Other header tags and frame parameters are kept
+// verbatim (format().tags, frameParams()) for the writer to pass on.
 // Errors are one sentence naming the file and the problem; frames in messages count from 1.
 class Y4mReader {
   public:
