@@ -30,6 +30,12 @@ VppError CheckCtrlFrc(const VppCtrlFrc& ctrl) {
     if (ctrl.mode < 0 || ctrl.mode > 3 || ctrl.searchRange < 0) {
         return VppError::VPP_ERR_PARAM;
     }
+    // A ratio is checked even in mode 0, so that a later mode change cannot meet a bad one.
+    if (ctrl.rateNum != 0 || ctrl.rateDen != 0) {
+        frc::ConverterConfig config = ConverterConfigOf(ctrl, false);
+        config.mode = frc::FrcMode::kBlend;
+        return frc::isValidConfig(config) ? VppError::VPP_OK : VppError::VPP_ERR_PARAM;
+    }
     if (ctrl.mode != 0 && (ctrl.factor < 2 || ctrl.factor > 8)) {
         return VppError::VPP_ERR_PARAM;
     }
@@ -54,6 +60,8 @@ frc::ConverterConfig ConverterConfigOf(const VppCtrlFrc& ctrl, bool bypass) {
     frc::ConverterConfig config;
     config.mode = bypass ? frc::FrcMode::kOff : static_cast<frc::FrcMode>(ctrl.mode);
     config.factor = config.mode == frc::FrcMode::kOff ? 2 : ctrl.factor;
+    config.rateNum = ctrl.rateNum;
+    config.rateDen = ctrl.rateDen;
     config.searchRange = ctrl.searchRange;
     config.streamEnd = frc::StreamEnd::kLastFrameAlone;
     return config;

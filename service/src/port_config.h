@@ -35,7 +35,8 @@ VppError CheckPortParam(const VppPortParam& param);
 // scanlines may differ): VPP_ERR_INVALID_CFG otherwise. Both must have passed CheckPortParam.
 VppError CheckPortPair(const VppPortParam& input, const VppPortParam& output);
 
-// Mode 0..3 and, unless the mode is 0, factor 2..8; search range not negative: VPP_ERR_PARAM
+// Mode 0..3; a ratio (rateNum, rateDen) as VppCtrlFrc.aidl states when either is set, else,
+// unless the mode is 0, factor 2..8; search range not negative: VPP_ERR_PARAM
 // otherwise.
 VppError CheckCtrlFrc(const VppCtrlFrc& ctrl);
 

@@ -526,7 +526,8 @@ ndk::ScopedAStatus SessionCore::setCtrlFrc(const VppCtrlFrc& ctrl, VppError* res
     settings_.ctrl = ctrl;
     settingsVersion_++;
     workChanged_.notify_all();
-    Log(kDebugLifecycle, "frc control: mode %d factor %d", ctrl.mode, ctrl.factor);
+    Log(kDebugLifecycle, "frc control: mode %d factor %d ratio %d/%d", ctrl.mode, ctrl.factor,
+        ctrl.rateNum, ctrl.rateDen);
     return Answer(result, VppError::VPP_OK);
 }
 

@@ -110,12 +110,22 @@ TEST_F(ToolE2e, WholeRunsLeakNoDescriptor) {
     EXPECT_EQ(vppfrc::RunTool(options, out.get(), err.get()), 0) << err.Text();
     EXPECT_EQ(media::OpenDescriptorCount(), before);
 
-    // A failing run too: the input ends in a truncated frame.
-    vppfrc_test::WriteFile(input_, vppfrc_test::ReadFile(input_) + "FRAME\nshort");
-    EXPECT_EQ(vppfrc::RunTool(Convert(dir_.File("bad.y4m")), out.get(), err.get()),
+    // A failing run too: the output exists and -y was not given.
+    EXPECT_EQ(vppfrc::RunTool(Convert(dir_.File("out.y4m")), out.get(), err.get()),
               vppfrc::kExitFailed);
     EXPECT_EQ(media::OpenDescriptorCount(), before);
-    EXPECT_NE(err.Text().find("frame 41 is truncated"), std::string::npos) << err.Text();
+    EXPECT_NE(err.Text().find("already exists (add -y"), std::string::npos) << err.Text();
+
+    // Damaged input: the input ends in a truncated frame; the 40 frames before it are kept.
+    vppfrc_test::WriteFile(input_, vppfrc_test::ReadFile(input_) + "FRAME\nshort");
+    EXPECT_EQ(vppfrc::RunTool(Convert(dir_.File("bad.y4m")), out.get(), err.get()),
+              vppfrc::kExitDamagedInput);
+    EXPECT_EQ(media::OpenDescriptorCount(), before);
+    EXPECT_NE(err.Text().find("frame 41 (at byte "), std::string::npos) << err.Text();
+    media::VideoFormat format;
+    std::vector<vppfrc_test::Frame> frames;
+    ASSERT_TRUE(vppfrc_test::ReadY4m(dir_.File("bad.y4m"), &format, &frames));
+    EXPECT_EQ(frames.size(), 118u);  // (40 - 1) * 3 + 1
     EXPECT_NE(out.Text().find("vppfrc: preview:"), std::string::npos) << out.Text();
 }
 
@@ -156,6 +166,59 @@ TEST_F(ToolE2e, ThroughVppdTheOutputIsTheSameAsEmbedded) {
     }
     EXPECT_EQ(vppfrc_test::ReadFile(dir_.File("a.y4m")), expected);
     EXPECT_EQ(vppfrc_test::ReadFile(dir_.File("b.y4m")), expected);
+}
+
+TEST_F(ToolE2e, FractionalRatesPlaceEveryFrameAtItsExactPositionAndTime) {
+    media::VideoFormat inFormat;
+    std::vector<vppfrc_test::Frame> inputs;
+    ASSERT_TRUE(vppfrc_test::ReadY4m(input_, &inFormat, &inputs));
+    ASSERT_EQ(inFormat.fpsNum, 30);
+    // 30 -> 75 frames/s is 5/2 (phases 0, .4, .8, .2, .6); 30 -> 60000/1001 is 2000/1001.
+    const struct {
+        int fpsNum, fpsDen;
+        int64_t p, q;
+    } rates[] = {{75, 1, 5, 2}, {60000, 1001, 2000, 1001}};
+    for (const auto& rate : rates) {
+        SCOPED_TRACE(rate.fpsNum);
+        std::vector<int64_t> timestamps;
+        vppfrc::RunHooks hooks;
+        hooks.onFrameWritten = [&](int64_t index, int64_t timestamp) {
+            EXPECT_EQ(index, static_cast<int64_t>(timestamps.size()));
+            timestamps.push_back(timestamp);
+        };
+        vppfrc::Options options = Convert(dir_.File("out.y4m"));
+        options.factor = 0;
+        options.fpsNum = rate.fpsNum;
+        options.fpsDen = rate.fpsDen;
+        options.overwrite = true;
+        Capture out;
+        Capture err;
+        ASSERT_EQ(vppfrc::RunTool(options, out.get(), err.get(), hooks), 0) << err.Text();
+
+        media::VideoFormat format;
+        std::vector<vppfrc_test::Frame> frames;
+        ASSERT_TRUE(vppfrc_test::ReadY4m(dir_.File("out.y4m"), &format, &frames));
+        EXPECT_EQ(format.fpsNum, rate.fpsNum);
+        EXPECT_EQ(format.fpsDen, rate.fpsDen);
+        const size_t expected = static_cast<size_t>(39 * rate.p / rate.q + 1);
+        ASSERT_EQ(frames.size(), expected);
+        ASSERT_EQ(timestamps.size(), expected);
+        for (size_t j = 0; j < frames.size(); ++j) {
+            // Input i at time i * p: output j is exactly at j * q, k / p past input i.
+            EXPECT_EQ(timestamps[j], static_cast<int64_t>(j) * rate.q) << j;
+            const int64_t i = static_cast<int64_t>(j) * rate.q / rate.p;
+            const int64_t k = static_cast<int64_t>(j) * rate.q % rate.p;
+            const vppfrc_test::Frame& a = inputs[static_cast<size_t>(i)];
+            const vppfrc_test::Frame& b = inputs[static_cast<size_t>(k == 0 ? i : i + 1)];
+            size_t wrong = 0;
+            for (size_t x = 0; x < a.size(); ++x) {
+                const int64_t want = (a[x] * (rate.p - k) + b[x] * k + rate.p / 2) / rate.p;
+                wrong += frames[j][x] != want;
+            }
+            EXPECT_EQ(wrong, 0u) << "output " << j << " is not input " << i << " + " << k << "/"
+                                 << rate.p;
+        }
+    }
 }
 
 }  // namespace

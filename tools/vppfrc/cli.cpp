@@ -2,6 +2,7 @@
 #include "cli.h"
 
 #include <cerrno>
+#include <climits>
 #include <cstdlib>
 
 namespace vppfrc {
@@ -30,6 +31,29 @@ bool ParseFactor(const std::string& text, int* factor, std::string* error) {
 }
 
 }  // namespace
+
+const char* const kVersion = "1.1.0";
+
+bool ParseRate(const std::string& text, int* num, int* den) {
+    const size_t split = text.find_first_of("/:");
+    auto whole = [](const std::string& digits, int* value) {
+        if (digits.empty() || digits.size() > 10) return false;
+        long long v = 0;
+        for (char c : digits) {
+            if (c < '0' || c > '9') return false;
+            v = v * 10 + (c - '0');
+        }
+        if (v < 1 || v > INT_MAX) return false;
+        *value = static_cast<int>(v);
+        return true;
+    };
+    int n = 0, d = 1;
+    if (!whole(text.substr(0, split), &n)) return false;
+    if (split != std::string::npos && !whole(text.substr(split + 1), &d)) return false;
+    *num = n;
+    *den = d;
+    return true;
+}
 
 bool ParseMode(const std::string& text, FrcMode* mode) {
     for (FrcMode candidate : {FrcMode::kOff, FrcMode::kRepeat, FrcMode::kBlend, FrcMode::kMotion}) {
@@ -92,9 +116,31 @@ bool ParseOptions(const std::vector<std::string>& args, Options* options, std::s
         if (name == "-h" || name == "--help") {
             if (!noValue()) return false;
             parsed.help = true;
+        } else if (name == "-V" || name == "--version") {
+            if (!noValue()) return false;
+            parsed.version = true;
         } else if (name == "-q" || name == "--quiet") {
             if (!noValue()) return false;
             parsed.quiet = true;
+        } else if (name == "-v" || name == "--verbose") {
+            if (!noValue()) return false;
+            parsed.verbose = true;
+        } else if (name == "-y") {
+            parsed.overwrite = true;
+        } else if (name == "-n") {
+            parsed.neverOverwrite = true;
+        } else if (name == "--json") {
+            if (!takeValue(&parsed.json)) return false;
+        } else if (name == "--preview-at") {
+            if (!takeValue(&parsed.previewAt)) return false;
+        } else if (name == "--fps") {
+            std::string text;
+            if (!takeValue(&text)) return false;
+            if (!ParseRate(text, &parsed.fpsNum, &parsed.fpsDen)) {
+                *error = "invalid frame rate " + Quote(text) +
+                         ": use a whole number or a fraction such as 60000/1001";
+                return false;
+            }
         } else if (name == "--demo") {
             if (!noValue()) return false;
             parsed.demo = true;
@@ -129,9 +175,21 @@ bool ParseOptions(const std::vector<std::string>& args, Options* options, std::s
         }
     }
 
-    if (parsed.help) {
+    if (parsed.help || parsed.version) {
         *options = parsed;
         return true;
+    }
+    if (parsed.overwrite && parsed.neverOverwrite) {
+        *error = "-y and -n contradict each other";
+        return false;
+    }
+    if (parsed.factor != 0 && parsed.fpsNum != 0) {
+        *error = "--factor and --fps both set the output rate: give one of them";
+        return false;
+    }
+    if (!parsed.previewAt.empty() && parsed.preview.empty() && !parsed.demo) {
+        *error = "--preview-at needs --preview FILE.png";
+        return false;
     }
     if (parsed.demo) {
         if (!inputs.empty() || !parsed.output.empty()) {
@@ -145,7 +203,7 @@ bool ParseOptions(const std::vector<std::string>& args, Options* options, std::s
         if (!outDirGiven) {
             parsed.outDir = kDemoOutDir;
         }
-        if (parsed.factor == 0) parsed.factor = kDemoFactor;
+        if (parsed.factor == 0 && parsed.fpsNum == 0) parsed.factor = kDemoFactor;
         if (!parsed.modeGiven) parsed.mode = kDemoMode;
     } else {
         if (outDirGiven) {
@@ -166,51 +224,81 @@ bool ParseOptions(const std::vector<std::string>& args, Options* options, std::s
             *error = "no output file given: add -o OUT.y4m";
             return false;
         }
-        if (parsed.factor == 0) parsed.factor = kDefaultFactor;
+        if (parsed.factor == 0 && parsed.fpsNum == 0) parsed.factor = kDefaultFactor;
+        if (parsed.output == "-" && parsed.json == "-") {
+            *error = "the video already goes to standard output: give --json a file name";
+            return false;
+        }
     }
     *options = parsed;
     return true;
 }
 
 std::string UsageText() {
-    return R"(Usage: vppfrc IN.y4m -o OUT.y4m [--factor N] [--mode MODE] [--preview FILE.png]
-                     [--service WHERE] [--quiet]
-       vppfrc --demo [--out-dir DIR] [--factor N] [--mode MODE] [--service WHERE] [--quiet]
-       vppfrc --help
+    return R"(Usage: vppfrc IN.y4m -o OUT.y4m [--factor N | --fps RATE] [--mode MODE] [options]
+       vppfrc --demo [--out-dir DIR] [--factor N | --fps RATE] [--mode MODE] [--service WHERE]
+                     [--quiet]
+       vppfrc --help | --version
 
-Raises the frame rate of a YUV4MPEG2 video (4:2:0, 8-bit, progressive, even width and height)
-by passing its frames through a camera node and the VPP service's frame-rate conversion. The
-reference VPP service runs embedded in this process unless --service says otherwise; if it
-dies during the run, the run ends at once with exit status 1 and leaves no output file.
+Raises the frame rate of a YUV4MPEG2 video (4:2:0, 8-bit, progressive, even width and height,
+at most 8192 pixels a side and 7680x4320 in all) by passing its frames through a camera node and
+the VPP service's frame-rate conversion. The reference VPP service runs embedded in this process
+unless --service says otherwise; if it dies during the run, the run ends at once with exit
+status 1 and leaves no output file.
+IN.y4m may be - (standard input) or any pipe; OUT.y4m may be - (standard output).
 
 Options:
-  -o, --output OUT.y4m  where the converted video goes; it is written under a temporary name
-                        and renamed at the end, so a failed run leaves no file behind
+  -o, --output OUT.y4m  where the converted video goes. A regular file is written under a
+                        temporary name beside it and renamed at the end, so a failed or
+                        interrupted run leaves no file behind. -, pipes, FIFOs and devices are
+                        written in place as streams. The input is never taken as the output.
+  -y                    overwrite an existing output (and preview) file
+  -n                    never overwrite: exit at once if the output exists
   --factor N            output frames per input frame, 2 to 8 (default 2; with --demo, 4)
+  --fps RATE            output frame rate instead of a factor: N, N/D or N:D (e.g. 60,
+                        60000/1001), from 1 to 8 times the input's; in-between frames are
+                        made at their exact positions between the two nearest input frames
   --mode MODE           how the frames in between are made (default blend; with --demo, motion):
-                          off     no conversion: each input frame passes through once
-                          repeat  each input frame is repeated
+                          off     no conversion: each input frame passes through once, at the
+                                  input's rate (--factor and --fps do not apply)
+                          repeat  each in-between frame repeats the input frame before it
                           blend   weighted averages of the two neighbouring input frames
                           motion  motion-compensated interpolation, blending where the
                                   motion search fails
-  --preview FILE.png    also write a picture of the first input frames, each followed by the
-                        frames made after it
+  --preview FILE.png    also write a contact sheet of input frames, each followed by the frames
+                        made after it, and FILE-crop.png, the same frames at full size cropped
+                        to their centre
+  --preview-at WHERE    first input frame of the preview: a frame number from 0 (120) or a
+                        time in seconds (5s); default 0
+  --json FILE           write a JSON summary (frames, rates, times, latencies, stages) to FILE
+                        (- for standard output)
   --service WHERE       where the VPP service runs (default embedded):
                           embedded  in this process
                           process   in a vppd child process this run starts and stops
                           connect   in a vppd running already (started by hand)
-  --quiet               no progress display and no summary; errors are still reported
+  -q, --quiet           no progress display and no summary; errors are still reported
+  -v, --verbose         per-stage timings in the summary and the node's log lines
   --demo                make a short clip with moving content, convert it, write the output
                         clip and a preview picture, and print where they went
   --out-dir DIR         folder of the demo's files (default vppfrc-demo), made if missing
   -h, --help            show this help
+  -V, --version         show the version
 
-M input frames become (M-1)*N+1 output frames at N times the frame rate (M frames in mode off).
-The summary gives frames in and out, wall time, output frames per second, the per-frame latency
+M input frames become (M-1)*N+1 output frames at N times the frame rate (with --fps, every
+output time up to the last input frame's: floor((M-1)*out/in)+1; M frames in mode off). The
+summary gives frames in and out, wall time, output frames per second, the per-frame latency
 (from queueing the input that completes a frame to the frame's return; 50th and 99th
 percentiles) and the descriptors open at start and end.
 
-Exit status: 0 on success, 1 when the conversion fails, 2 for a usage error.
+Exit status:
+  0    success
+  1    the conversion failed (nothing is left behind)
+  2    usage error
+  3    the input is damaged (truncated or corrupt frame): the complete frames before it were
+       converted and kept
+  4    the video was written but the preview could not be
+  128+N  ended by signal N (SIGINT 130, SIGTERM 143, SIGHUP 129, SIGPIPE 141); temporary files
+       are removed
 Environment: IXO_LOG_LEVEL=info (or verbose) shows the node's log lines; VPPSERVICE_DEBUG=1
 (or 2) the service's. BINDER_HOST_DIR is the socket folder --service connect looks in;
 VPPSERVICE_VPPD the vppd program --service process starts.

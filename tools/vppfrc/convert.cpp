@@ -5,14 +5,20 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <atomic>
 #include <cerrno>
 #include <chrono>
 #include <climits>
+#include <cmath>
+#include <cstdlib>
 #include <cstring>
-#include <fstream>
+#include <limits>
+#include <map>
 #include <memory>
+#include <mutex>
 
 #include "media/clipgen.h"
+#include "media/output_file.h"
 #include "media/preview.h"
 #include "media/progress.h"
 #include "media/y4m.h"
@@ -33,26 +39,50 @@ std::string Quote(const std::string& text) {
     return "'" + text + "'";
 }
 
-// Timestamp of input frame `index` in nanoseconds.
-int64_t FrameTimestamp(int64_t index, const media::VideoFormat& format) {
-    const __int128 ns = static_cast<__int128>(index) * format.fpsDen * 1000000000LL;
-    return static_cast<int64_t>(ns / format.fpsNum);
+int64_t Gcd(int64_t a, int64_t b) {
+    while (b != 0) {
+        const int64_t t = a % b;
+        a = b;
+        b = t;
+    }
+    return a;
 }
 
-// Frames in a stream of plain "FRAME" lines, from the file's size: enough for a progress bar.
-int64_t EstimateFrames(const std::string& path, size_t frameSize) {
+// Frames in a regular file of plain "FRAME" lines, from its size: enough for a progress bar.
+// Pipes and devices give 0 (unknown).
+int64_t EstimateFrames(const media::Y4mReader& reader) {
     struct stat info;
-    if (stat(path.c_str(), &info) != 0 || frameSize == 0) {
+    if (fstat(reader.fd(), &info) != 0 || !S_ISREG(info.st_mode) || reader.frameSize() == 0) {
         return 0;
     }
-    std::ifstream file(path, std::ios::binary);
-    std::string header;
-    if (!std::getline(file, header)) {
-        return 0;
+    int64_t header = 10;
+    for (const std::string& tag : reader.format().tags)
+        header += static_cast<int64_t>(tag.size()) + 1;
+    const int64_t body = static_cast<int64_t>(info.st_size) - header;
+    return body > 0 ? body / static_cast<int64_t>(reader.frameSize() + 6) : 0;
+}
+
+// The first input frame of the preview from "120" (a frame) or "5s" / "2.5s" (a time).
+bool ParsePreviewAt(const std::string& text, const media::VideoFormat& format, int64_t* frame,
+                    std::string* error) {
+    if (text.empty()) {
+        *frame = 0;
+        return true;
     }
-    const int64_t body =
-        static_cast<int64_t>(info.st_size) - static_cast<int64_t>(header.size()) - 1;
-    return body > 0 ? body / static_cast<int64_t>(frameSize + 6) : 0;
+    char* end = nullptr;
+    errno = 0;
+    const double value = std::strtod(text.c_str(), &end);
+    const bool seconds = end != nullptr && std::string(end) == "s";
+    const bool whole =
+        end != nullptr && *end == '\0' && text.find_first_not_of("0123456789") == std::string::npos;
+    if (errno != 0 || !(value >= 0) || value > 1e12 || (!seconds && !whole)) {
+        *error = "invalid --preview-at " + Quote(text) +
+                 ": give an input frame number (120) or a time in seconds (5s)";
+        return false;
+    }
+    *frame = seconds ? static_cast<int64_t>(std::floor(value * format.fpsNum / format.fpsDen))
+                     : static_cast<int64_t>(value);
+    return true;
 }
 
 std::string FormatMs(double seconds) {
@@ -65,8 +95,13 @@ void PrintSummary(FILE* out, const ConversionJob& job, const ConversionReport& r
     const media::LatencySummary latency = media::SummarizeLatencies(report.node.latencies);
     const double rate =
         report.wallSeconds > 0 ? static_cast<double>(report.framesOut) / report.wallSeconds : 0;
-    fprintf(out, "vppfrc: %s -> %s (mode %s, factor %d)\n", job.input.c_str(), job.output.c_str(),
-            FrcModeName(job.mode), job.mode == FrcMode::kOff ? 1 : job.factor);
+    const std::string ratio = report.ratioDen == 1 ? "factor " + std::to_string(report.ratioNum)
+                                                   : "ratio " + std::to_string(report.ratioNum) +
+                                                         "/" + std::to_string(report.ratioDen);
+    fprintf(out, "vppfrc: %s -> %s (mode %s, %s: %lld/%lld to %lld/%lld frames/s)\n",
+            job.input.c_str(), job.output.c_str(), FrcModeName(job.mode), ratio.c_str(),
+            static_cast<long long>(report.inFpsNum), static_cast<long long>(report.inFpsDen),
+            static_cast<long long>(report.outFpsNum), static_cast<long long>(report.outFpsDen));
     fprintf(out, "  frames in:        %lld\n", static_cast<long long>(report.framesIn));
     fprintf(out, "  frames out:       %lld\n", static_cast<long long>(report.framesOut));
     fprintf(out, "  wall time:        %.3f s\n", report.wallSeconds);
@@ -102,23 +137,48 @@ std::string JoinPath(const std::string& folder, const std::string& name) {
     return folder + "/" + name;
 }
 
-// The conversion proper, once the files are open. Returns false with *error on failure.
+double SecondsSince(std::chrono::steady_clock::time_point start) {
+    return std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+}
+
+// The conversion proper, once the files are open. Returns false with *error on failure; damaged
+// input ends the reading early but is not a failure (report->damage).
 bool Pump(const ConversionJob& job, media::Y4mReader* reader, media::Y4mWriter* writer,
-          media::PreviewBuilder* preview, FILE* progressStream, const RunHooks& hooks,
-          ConversionReport* report, std::string* error) {
+          media::PreviewBuilder* preview, media::PreviewBuilder* crops, int64_t previewFrom,
+          FILE* progressStream, const RunHooks& hooks, ConversionReport* report,
+          std::string* error) {
     const media::VideoFormat& format = reader->format();
+    const int64_t p = report->ratioNum;
+    const int64_t q = report->ratioDen;
     std::string writeError;
-    int64_t framesOut = 0;
+    std::atomic<int64_t> framesOut{0};
+    double writeSeconds = 0;
+    // Frame parameters of input frames (only those that have any), by input index: an output
+    // frame carries those of the input frame it shows or follows.
+    std::mutex paramsMutex;
+    std::map<int64_t, std::string> params;
     auto consumer = [&](const OutputFrame& frame) {
         if (frame.i420 == nullptr) {
             return true;  // an end of stream without a frame
         }
-        if (!writer->Write(frame.i420, &writeError)) {
+        const int64_t input = frame.timestamp / p;
+        std::string frameParams;
+        {
+            std::lock_guard<std::mutex> lock(paramsMutex);
+            params.erase(params.begin(), params.lower_bound(input));
+            const auto found = params.find(input);
+            if (found != params.end()) frameParams = found->second;
+        }
+        const auto start = std::chrono::steady_clock::now();
+        if (!writer->Write(frame.i420, &writeError, frameParams)) {
             return false;
         }
-        if (preview != nullptr && !preview->full()) {
+        writeSeconds += SecondsSince(start);
+        if (preview != nullptr && !preview->full() && input >= previewFrom) {
             preview->Add(frame.i420, frame.isInputFrame);
+            crops->Add(frame.i420, frame.isInputFrame);
         }
+        if (hooks.onFrameWritten) hooks.onFrameWritten(framesOut.load(), frame.timestamp);
         framesOut++;
         return true;
     };
@@ -128,8 +188,12 @@ bool Pump(const ConversionJob& job, media::Y4mReader* reader, media::Y4mWriter* 
     config.height = static_cast<uint32_t>(format.height);
     config.mode = job.mode;
     config.factor = job.factor;
+    if (job.fpsNum > 0 && job.mode != FrcMode::kOff) {
+        config.rateNum = static_cast<int32_t>(p);
+        config.rateDen = static_cast<int32_t>(q);
+    }
 
-    const int64_t expected = EstimateFrames(job.input, reader->frameSize());
+    const int64_t expected = EstimateFrames(*reader);
     std::unique_ptr<media::ProgressReporter> progress;
     if (progressStream != nullptr) {
         media::ProgressReporter::Options options;
@@ -149,26 +213,36 @@ bool Pump(const ConversionJob& job, media::Y4mReader* reader, media::Y4mWriter* 
         int64_t framesIn = 0;
         while (failure.empty()) {
             std::string readError;
+            const auto readStart = std::chrono::steady_clock::now();
             const media::Y4mReader::Result read = reader->Read(frame.data(), &readError);
+            report->readSeconds += SecondsSince(readStart);
             if (read == media::Y4mReader::Result::kEnd) {
                 break;
             }
             if (read == media::Y4mReader::Result::kError) {
-                failure = readError;
+                // Damage ends the input; what came before it is converted as a whole stream.
+                (reader->damaged() ? report->damage : failure) = readError;
                 break;
             }
-            if (LumResultSuccess !=
-                node.QueueFrame(frame.data(), FrameTimestamp(framesIn, format))) {
+            if (!reader->frameParams().empty()) {
+                std::lock_guard<std::mutex> lock(paramsMutex);
+                params[framesIn] = reader->frameParams();
+            }
+            if (LumResultSuccess != node.QueueFrame(frame.data(), framesIn * p)) {
                 failure = node.failure();
                 break;
             }
             framesIn++;
-            if (progress) progress->Update(framesIn);
+            // Progress counts input frames whose outputs are all written: an honest rate from
+            // the start, as queueing alone runs ahead into the free buffers.
+            if (progress) progress->Update(framesOut.load() * q / p);
             if (hooks.onFrameQueued) hooks.onFrameQueued(framesIn);
         }
         report->framesIn = framesIn;
         if (failure.empty() && framesIn == 0) {
-            failure = Quote(job.input) + " holds no frames";
+            failure =
+                report->damage.empty() ? Quote(job.input) + " holds no frames" : report->damage;
+            report->damage.clear();
         }
         if (failure.empty() &&
             (LumResultSuccess != node.EndStream() || !node.WaitForEnd(kStallMilliseconds))) {
@@ -182,17 +256,137 @@ bool Pump(const ConversionJob& job, media::Y4mReader* reader, media::Y4mWriter* 
         // The node's destructor waits for the close; no callback runs after it.
         report->node = node.stats();
     }
-    report->wallSeconds =
-        std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
-    report->framesOut = framesOut;
-    if (failure.empty() && !writeError.empty()) {
+    report->wallSeconds = SecondsSince(start);
+    report->framesOut = framesOut.load();
+    report->writeSeconds = writeSeconds;
+    // A write error is the cause of the node's "could not take frame" failure: it names the
+    // file and the system's reason.
+    if (!writeError.empty()) {
         failure = writeError;
     }
     if (!failure.empty()) {
         *error = failure;
         return false;
     }
-    if (progress) progress->Finish();
+    if (progress) {
+        progress->Update(report->framesIn);
+        progress->Finish();
+    }
+    return true;
+}
+
+// Output and input rates and their ratio for the job; false with *error when the service cannot
+// make the requested rate.
+bool ChooseRates(const ConversionJob& job, const media::VideoFormat& in, ConversionReport* report,
+                 std::string* error) {
+    report->inFpsNum = in.fpsNum;
+    report->inFpsDen = in.fpsDen;
+    report->outFpsNum = in.fpsNum;
+    report->outFpsDen = in.fpsDen;
+    report->ratioNum = report->ratioDen = 1;
+    if (job.mode == FrcMode::kOff) return true;
+    if (job.fpsNum <= 0) {
+        const int64_t num = static_cast<int64_t>(in.fpsNum) * job.factor;
+        const int64_t g = Gcd(num, in.fpsDen);
+        if (num / g > INT_MAX) {
+            *error = Quote(job.input) + " has a frame rate too high to multiply by " +
+                     std::to_string(job.factor);
+            return false;
+        }
+        report->outFpsNum = num / g;
+        report->outFpsDen = in.fpsDen / g;
+        report->ratioNum = job.factor;
+        return true;
+    }
+    // out / in = (fpsNum * inDen) / (fpsDen * inNum): both products fit in 64 bits.
+    int64_t p = static_cast<int64_t>(job.fpsNum) * in.fpsDen;
+    int64_t q = static_cast<int64_t>(job.fpsDen) * in.fpsNum;
+    const int64_t g = Gcd(p, q);
+    p /= g;
+    q /= g;
+    const std::string rates = std::to_string(job.fpsNum) + "/" + std::to_string(job.fpsDen) +
+                              " frames/s from the input's " + std::to_string(in.fpsNum) + "/" +
+                              std::to_string(in.fpsDen);
+    if (p < q || p > 8 * q) {
+        *error =
+            "cannot convert to " + rates + ": the output rate must be 1 to 8 times the input's";
+        return false;
+    }
+    if (p > 65535) {
+        *error = "cannot convert to " + rates + ": their ratio " + std::to_string(p) + "/" +
+                 std::to_string(q) + " has terms above 65535";
+        return false;
+    }
+    report->outFpsNum = job.fpsNum;
+    report->outFpsDen = job.fpsDen;
+    report->ratioNum = p;
+    report->ratioDen = q;
+    return true;
+}
+
+// The full-size crops beside a preview: "p.png" gives "p-crop.png".
+std::string CropPath(const std::string& preview) {
+    const size_t slash = preview.find_last_of('/');
+    const size_t dot = preview.find_last_of('.');
+    if (dot == std::string::npos || (slash != std::string::npos && dot < slash)) {
+        return preview + "-crop.png";
+    }
+    return preview.substr(0, dot) + "-crop" + preview.substr(dot);
+}
+
+// Refuses outputs that would destroy the input or each other, and existing files unless -y.
+bool CheckDestinations(const ConversionJob& job, const media::Y4mReader& reader,
+                       std::string* error) {
+    media::FileIdentity input;
+    struct stat info;
+    if (fstat(reader.fd(), &info) == 0) {
+        input.exists = true;
+        input.device = info.st_dev;
+        input.inode = info.st_ino;
+    }
+    const media::FileIdentity output = media::IdentityOf(job.output, STDOUT_FILENO);
+    // Streams (a terminal, /dev/null, a pipe) may well be shared with the input; a regular
+    // file never, even as standard output ("vppfrc in.y4m -o - >> in.y4m").
+    struct stat target;
+    const bool outputIsRegular = (job.output == "-" ? fstat(STDOUT_FILENO, &target)
+                                                    : stat(job.output.c_str(), &target)) == 0 &&
+                                 S_ISREG(target.st_mode);
+    if ((outputIsRegular || !output.exists) && media::SameFile(input, output)) {
+        *error = "refusing to write " + Quote(job.output) + ": it is the input file";
+        return false;
+    }
+    if (!job.preview.empty()) {
+        const media::FileIdentity preview = media::IdentityOf(job.preview, STDOUT_FILENO);
+        if (media::SameFile(input, preview)) {
+            *error =
+                "refusing to write the preview " + Quote(job.preview) + ": it is the input file";
+            return false;
+        }
+        if (media::SameFile(output, preview)) {
+            *error =
+                "refusing to write the preview " + Quote(job.preview) + ": it is the output file";
+            return false;
+        }
+    }
+    const std::string crop = job.preview.empty() ? std::string() : CropPath(job.preview);
+    if (!crop.empty() && media::SameFile(input, media::IdentityOf(crop, STDOUT_FILENO))) {
+        *error = "refusing to write the preview crops " + Quote(crop) + ": it is the input file";
+        return false;
+    }
+    for (const std::string& path : {job.output, job.preview, crop}) {
+        struct stat st;
+        if (path.empty() || path == "-" || stat(path.c_str(), &st) != 0 || !S_ISREG(st.st_mode)) {
+            continue;
+        }
+        if (job.neverOverwrite) {
+            *error = Quote(path) + " already exists; not overwriting it (-n)";
+            return false;
+        }
+        if (!job.overwrite) {
+            *error = Quote(path) + " already exists (add -y to overwrite it)";
+            return false;
+        }
+    }
     return true;
 }
 
@@ -206,42 +400,50 @@ bool ConvertFile(const ConversionJob& job, FILE* progress, const RunHooks& hooks
     {
         media::Y4mReader reader;
         media::Y4mWriter writer;
-        if (reader.Open(job.input, error)) {
+        int64_t previewFrom = 0;
+        if (reader.Open(job.input, error) && CheckDestinations(job, reader, error) &&
+            ChooseRates(job, reader.format(), &result, error) &&
+            ParsePreviewAt(job.previewAt, reader.format(), &previewFrom, error)) {
             media::VideoFormat outFormat = reader.format();
-            const int64_t factor = job.mode == FrcMode::kOff ? 1 : job.factor;
-            const int64_t fpsNum = static_cast<int64_t>(outFormat.fpsNum) * factor;
-            if (fpsNum > INT_MAX) {
-                *error = Quote(job.input) + " has a frame rate too high to multiply by " +
-                         std::to_string(factor);
-            } else {
-                outFormat.fpsNum = static_cast<int>(fpsNum);
-                media::AtomicFile previewCheck;
-                // An unwritable preview is found before the work, not after it.
-                const bool previewWritable =
-                    job.preview.empty() || previewCheck.Open(job.preview, error);
-                previewCheck.Discard();
-                if (previewWritable && writer.Open(job.output, outFormat, error)) {
-                    // Reachable for the time of the conversion only: the process ends clean.
-                    std::unique_ptr<ServiceLink> service = OpenServiceLink(job.service, error);
-                    if (service != nullptr) {
-                        std::unique_ptr<media::PreviewBuilder> preview;
-                        if (!job.preview.empty()) {
-                            preview = std::make_unique<media::PreviewBuilder>(
-                                reader.format().width, reader.format().height);
-                        }
-                        ok = Pump(job, &reader, &writer, preview.get(),
-                                  job.showProgress ? progress : nullptr, hooks, &result, error);
-                        service.reset();
-                        if (ok && preview != nullptr && !preview->empty()) {
-                            ok = preview->WritePng(job.preview, error);
-                        }
-                        if (ok) {
-                            ok = writer.Commit(error);
-                            if (!ok && !job.preview.empty()) {
-                                // A preview without its video would be misleading.
-                                unlink(job.preview.c_str());
-                            }
-                        }
+            outFormat.fpsNum = static_cast<int>(result.outFpsNum);
+            outFormat.fpsDen = static_cast<int>(result.outFpsDen);
+            media::AtomicFile previewCheck;
+            // An unwritable preview is found before the work, not after it.
+            const bool previewWritable =
+                job.preview.empty() || previewCheck.Open(job.preview, error);
+            previewCheck.Discard();
+            if (previewWritable && writer.Open(job.output, outFormat, error, true)) {
+                // Reachable for the time of the conversion only: the process ends clean.
+                std::unique_ptr<ServiceLink> service = OpenServiceLink(job.service, error);
+                if (service != nullptr) {
+                    std::unique_ptr<media::PreviewBuilder> preview, crops;
+                    if (!job.preview.empty()) {
+                        media::PreviewOptions options;
+                        options.firstInputIndex = static_cast<int>(
+                            std::min<int64_t>(previewFrom, std::numeric_limits<int>::max()));
+                        preview = std::make_unique<media::PreviewBuilder>(
+                            reader.format().width, reader.format().height, options);
+                        // Full-size pieces of the same frames, where the made frames' detail
+                        // shows.
+                        options.thumbnailWidth = 256;
+                        options.cropHeight = 144;
+                        options.maxColumns = 6;
+                        crops = std::make_unique<media::PreviewBuilder>(
+                            reader.format().width, reader.format().height, options);
+                    }
+                    ok = Pump(job, &reader, &writer, preview.get(), crops.get(), previewFrom,
+                              job.showProgress ? progress : nullptr, hooks, &result, error);
+                    service.reset();
+                    if (ok) {
+                        ok = writer.Commit(error);
+                    }
+                    // A preview that fails is reported; the video is kept.
+                    if (ok && preview != nullptr && !preview->empty() &&
+                        preview->WritePng(job.preview, &result.previewError)) {
+                        crops->WritePng(CropPath(job.preview), &result.previewError);
+                    }
+                    if (ok && preview != nullptr && preview->empty()) {
+                        result.previewError = "no frame at or after --preview-at " + job.previewAt;
                     }
                 }
             }
@@ -255,15 +457,91 @@ bool ConvertFile(const ConversionJob& job, FILE* progress, const RunHooks& hooks
     return ok;
 }
 
+namespace {
+
+std::string JsonString(const std::string& text) {
+    std::string out = "\"";
+    for (unsigned char c : text) {
+        if (c == '"' || c == '\\') {
+            out += '\\';
+            out += static_cast<char>(c);
+        } else if (c < 0x20) {
+            char escaped[8];
+            snprintf(escaped, sizeof(escaped), "\\u%04x", c);
+            out += escaped;
+        } else {
+            out += static_cast<char>(c);
+        }
+    }
+    return out + "\"";
+}
+
+std::string JsonSummary(const ConversionJob& job, const ConversionReport& report) {
+    const media::LatencySummary latency = media::SummarizeLatencies(report.node.latencies);
+    char text[2048];
+    snprintf(
+        text, sizeof(text),
+        "{\"input\": %s, \"output\": %s, \"mode\": \"%s\", "
+        "\"frames_in\": %lld, \"frames_out\": %lld, "
+        "\"input_fps\": {\"num\": %lld, \"den\": %lld}, "
+        "\"output_fps\": {\"num\": %lld, \"den\": %lld}, "
+        "\"ratio\": {\"num\": %lld, \"den\": %lld}, "
+        "\"wall_seconds\": %.6f, \"output_frames_per_second\": %.3f, "
+        "\"latency_seconds\": {\"count\": %zu, \"min\": %.6f, \"mean\": %.6f, "
+        "\"p50\": %.6f, \"p99\": %.6f, \"max\": %.6f}, "
+        "\"stages_seconds\": {\"read\": %.6f, \"queue\": %.6f, \"callbacks\": %.6f, "
+        "\"write\": %.6f}, "
+        "\"input_damaged\": %s, \"preview_written\": %s, "
+        "\"descriptors\": {\"start\": %d, \"end\": %d}}\n",
+        JsonString(job.input).c_str(), JsonString(job.output).c_str(), FrcModeName(job.mode),
+        static_cast<long long>(report.framesIn), static_cast<long long>(report.framesOut),
+        static_cast<long long>(report.inFpsNum), static_cast<long long>(report.inFpsDen),
+        static_cast<long long>(report.outFpsNum), static_cast<long long>(report.outFpsDen),
+        static_cast<long long>(report.ratioNum), static_cast<long long>(report.ratioDen),
+        report.wallSeconds,
+        report.wallSeconds > 0 ? static_cast<double>(report.framesOut) / report.wallSeconds : 0.0,
+        latency.count, latency.min, latency.mean, latency.p50, latency.p99, latency.max,
+        report.readSeconds, report.node.queueSeconds, report.node.handlerSeconds,
+        report.writeSeconds, report.damage.empty() ? "false" : "true",
+        !job.preview.empty() && report.previewError.empty() ? "true" : "false",
+        report.descriptorsAtStart, report.descriptorsAtEnd);
+    return text;
+}
+
+bool WriteJson(const std::string& path, const std::string& text, FILE* out, std::string* error) {
+    if (path == "-") {
+        fputs(text.c_str(), out);
+        fflush(out);
+        return true;
+    }
+    media::AtomicFile file;
+    return file.Open(path, error) && file.Write(text.data(), text.size(), error) &&
+           file.Commit(error);
+}
+
+}  // namespace
+
 int RunTool(const Options& options, FILE* out, FILE* err, const RunHooks& hooks) {
     if (options.help) {
         fputs(UsageText().c_str(), out);
         return kExitOk;
     }
+    if (options.version) {
+        fprintf(out, "vppfrc %s\n", kVersion);
+        return kExitOk;
+    }
+    if (options.verbose) {
+        setenv("IXO_LOG_LEVEL", "info", 0);
+    }
 
     ConversionJob job;
     job.mode = options.mode;
     job.factor = options.factor;
+    job.fpsNum = options.fpsNum;
+    job.fpsDen = options.fpsDen;
+    job.previewAt = options.previewAt;
+    job.overwrite = options.overwrite || options.demo;
+    job.neverOverwrite = options.neverOverwrite;
     job.showProgress = !options.quiet;
     job.service = options.service;
     std::string error;
@@ -296,6 +574,15 @@ int RunTool(const Options& options, FILE* out, FILE* err, const RunHooks& hooks)
         job.output = options.output;
         job.preview = options.preview;
     }
+    if (job.mode == FrcMode::kOff && (options.fpsNum != 0 || options.factor != 0) &&
+        !options.quiet) {
+        fprintf(err,
+                "vppfrc: mode off passes every frame through once at the input's rate; the "
+                "requested %s is not applied\n",
+                options.fpsNum != 0 ? "--fps" : "--factor");
+    }
+    // The summary goes where the video does not.
+    FILE* summary = job.output == "-" ? err : out;
 
     ConversionReport report;
     if (!ConvertFile(job, err, hooks, &report, &error)) {
@@ -303,18 +590,43 @@ int RunTool(const Options& options, FILE* out, FILE* err, const RunHooks& hooks)
         return kExitFailed;
     }
     if (!options.quiet) {
-        PrintSummary(out, job, report);
+        PrintSummary(summary, job, report);
+        if (options.verbose) {
+            fprintf(summary,
+                    "  stages:           read %.3f s, queue %.3f s, callbacks %.3f s, "
+                    "write %.3f s\n",
+                    report.readSeconds, report.node.queueSeconds, report.node.handlerSeconds,
+                    report.writeSeconds);
+        }
+    }
+    int status = kExitOk;
+    if (!options.json.empty() && !WriteJson(options.json, JsonSummary(job, report), out, &error)) {
+        fprintf(err, "vppfrc: %s\n", error.c_str());
+        status = kExitFailed;
     }
     if (options.demo) {
-        const int factor = job.mode == FrcMode::kOff ? 1 : job.factor;
-        fprintf(out, "vppfrc: output clip: %s (%lld frames at %d frames/s)\n", job.output.c_str(),
-                static_cast<long long>(report.framesOut), kDemoFps * factor);
-        fprintf(out, "vppfrc: preview:     %s (input frames in green, made frames in orange)\n",
-                job.preview.c_str());
-    } else if (!options.quiet && !job.preview.empty()) {
-        fprintf(out, "vppfrc: preview:     %s\n", job.preview.c_str());
+        fprintf(out, "vppfrc: output clip: %s (%lld frames at %lld/%lld frames/s)\n",
+                job.output.c_str(), static_cast<long long>(report.framesOut),
+                static_cast<long long>(report.outFpsNum), static_cast<long long>(report.outFpsDen));
+        fprintf(out,
+                "vppfrc: preview:     %s (input frames in green, made frames in orange; "
+                "full-size crops: %s)\n",
+                job.preview.c_str(), CropPath(job.preview).c_str());
+    } else if (!options.quiet && !job.preview.empty() && report.previewError.empty()) {
+        fprintf(summary, "vppfrc: preview:     %s (full-size crops: %s)\n", job.preview.c_str(),
+                CropPath(job.preview).c_str());
     }
-    return kExitOk;
+    if (!report.previewError.empty()) {
+        fprintf(err, "vppfrc: the video was written, but not the preview: %s\n",
+                report.previewError.c_str());
+        status = kExitNoPreview;
+    }
+    if (!report.damage.empty()) {
+        fprintf(err, "vppfrc: %s; the %lld complete frames before it were converted and kept\n",
+                report.damage.c_str(), static_cast<long long>(report.framesIn));
+        status = kExitDamagedInput;
+    }
+    return status;
 }
 
 int ToolMain(const std::vector<std::string>& args, FILE* out, FILE* err) {

@@ -1,5 +1,5 @@
 // FrcNode: camera requests over memfd buffers, the session's lifecycle through the library, the
-// seven handlers, and the colour conversions between I420 frames and NV12 camera buffers.
+// seven handlers.
 #include "frc_node.h"
 
 #include <camera_host/camera_buffers.h>
@@ -8,6 +8,8 @@
 #include <chrono>
 #include <cstring>
 #include <utility>
+
+#include "media/pixel_format.h"
 
 namespace vppfrc {
 namespace {
@@ -45,50 +47,6 @@ const char* FrcModeName(FrcMode mode) {
     return "unknown";
 }
 
-void I420ToNv12(const uint8_t* i420, uint32_t width, uint32_t height, uint8_t* luma,
-                uint32_t lumaStride, uint8_t* chroma, uint32_t chromaStride) {
-    const size_t lumaSize = static_cast<size_t>(width) * height;
-    const uint32_t chromaWidth = width / 2;
-    const uint32_t chromaHeight = height / 2;
-    const uint8_t* u = i420 + lumaSize;
-    const uint8_t* v = u + static_cast<size_t>(chromaWidth) * chromaHeight;
-    for (uint32_t row = 0; row < height; ++row) {
-        std::memcpy(luma + static_cast<size_t>(row) * lumaStride,
-                    i420 + static_cast<size_t>(row) * width, width);
-    }
-    for (uint32_t row = 0; row < chromaHeight; ++row) {
-        uint8_t* out = chroma + static_cast<size_t>(row) * chromaStride;
-        const uint8_t* uRow = u + static_cast<size_t>(row) * chromaWidth;
-        const uint8_t* vRow = v + static_cast<size_t>(row) * chromaWidth;
-        for (uint32_t column = 0; column < chromaWidth; ++column) {
-            out[2 * column] = uRow[column];
-            out[2 * column + 1] = vRow[column];
-        }
-    }
-}
-
-void Nv12ToI420(const uint8_t* luma, uint32_t lumaStride, const uint8_t* chroma,
-                uint32_t chromaStride, uint32_t width, uint32_t height, uint8_t* i420) {
-    const size_t lumaSize = static_cast<size_t>(width) * height;
-    const uint32_t chromaWidth = width / 2;
-    const uint32_t chromaHeight = height / 2;
-    uint8_t* u = i420 + lumaSize;
-    uint8_t* v = u + static_cast<size_t>(chromaWidth) * chromaHeight;
-    for (uint32_t row = 0; row < height; ++row) {
-        std::memcpy(i420 + static_cast<size_t>(row) * width,
-                    luma + static_cast<size_t>(row) * lumaStride, width);
-    }
-    for (uint32_t row = 0; row < chromaHeight; ++row) {
-        const uint8_t* in = chroma + static_cast<size_t>(row) * chromaStride;
-        uint8_t* uRow = u + static_cast<size_t>(row) * chromaWidth;
-        uint8_t* vRow = v + static_cast<size_t>(row) * chromaWidth;
-        for (uint32_t column = 0; column < chromaWidth; ++column) {
-            uRow[column] = in[2 * column];
-            vRow[column] = in[2 * column + 1];
-        }
-    }
-}
-
 FrcNode::FrcNode(const FrcNodeConfig& config, FrameConsumer consumer)
     : config_(config), consumer_(std::move(consumer)) {
     m_pNodeName = config_.name;
@@ -105,6 +63,13 @@ FrcNode::~FrcNode() {
     m_skipWaitForClose = 1;
 }
 
+int FrcNode::OutputsPerInput() const {
+    if (config_.rateNum > 0 && config_.rateDen > 0) {
+        return (config_.rateNum + config_.rateDen - 1) / config_.rateDen;
+    }
+    return config_.factor;
+}
+
 bool FrcNode::AllocateRequests(std::string* error) {
     camera_host::CameraBufferConfig buffer;
     buffer.geometry.width = config_.width;
@@ -116,7 +81,7 @@ bool FrcNode::AllocateRequests(std::string* error) {
 
     const size_t outputCount = config_.outputRequests != 0
                                    ? config_.outputRequests
-                                   : static_cast<size_t>(2 * std::max(config_.factor, 2));
+                                   : static_cast<size_t>(2 * std::max(OutputsPerInput(), 2));
     const size_t inputCount = std::max<size_t>(config_.inputRequests, 2);
     // Pool positions travel as uint8_t request indexes.
     if (inputCount > 256 || outputCount > 256) {
@@ -130,7 +95,7 @@ bool FrcNode::AllocateRequests(std::string* error) {
             return nullptr;
         }
         request->index = static_cast<uint8_t>(index);
-        request->frc.frcRatio = static_cast<uint32_t>(config_.factor);
+        request->frc.frcRatio = static_cast<uint32_t>(OutputsPerInput());
         request->info.pFrcRatioInfo = &request->frc;
         request->info.pPrivate = request.get();
         if (output) {
@@ -200,6 +165,8 @@ LumResult FrcNode::Start() {
         VppCtrlFrc ctrl;
         ctrl.mode = static_cast<int32_t>(config_.mode);
         ctrl.factor = config_.factor;
+        ctrl.rateNum = config_.rateNum;
+        ctrl.rateDen = config_.rateDen;
         ctrl.searchRange = config_.searchRange;
         result = SetVppControl(ctrl);
         step = "the VPP service refused the conversion settings";
@@ -311,9 +278,9 @@ LumResult FrcNode::QueueFrame(const uint8_t* i420, int64_t timestamp) {
     }
 
     camera_host::CameraBuffer* camera = request->image->Camera();
-    I420ToNv12(i420, config_.width, config_.height, camera->PlaneAddress(0),
-               camera->formatBlock.planeLayout[0].stride, camera->PlaneAddress(1),
-               camera->formatBlock.planeLayout[1].stride);
+    media::I420ToNv12(i420, config_.width, config_.height, camera->PlaneAddress(0),
+                      camera->formatBlock.planeLayout[0].stride, camera->PlaneAddress(1),
+                      camera->formatBlock.planeLayout[1].stride);
     // A recycled record describes a new request each time.
     request->info.requestId = frame;
     request->info.frameTimestamp = static_cast<uint64_t>(timestamp);
@@ -580,9 +547,12 @@ void FrcNode::OnVppOutputBufferDone(const VppBuffer& buffer) {
             frame.endOfStream = endOfStream;
             if (filled) {
                 frame.index = nextOutputIndex_++;
+                // Output j shows an input frame when j * q / p is whole.
+                const uint64_t p =
+                    static_cast<uint64_t>(config_.rateNum > 0 ? config_.rateNum : config_.factor);
+                const uint64_t q = static_cast<uint64_t>(config_.rateNum > 0 ? config_.rateDen : 1);
                 frame.isInputFrame =
-                    config_.mode == FrcMode::kOff ||
-                    (streamOutputIndex_ % static_cast<uint64_t>(config_.factor)) == 0;
+                    config_.mode == FrcMode::kOff || ((streamOutputIndex_ % p) * q) % p == 0;
                 streamOutputIndex_++;
                 frame.latencySeconds = LatencyOf(buffer.timestamp, start);
                 stats_.latencies.push_back(frame.latencySeconds);
@@ -595,9 +565,9 @@ void FrcNode::OnVppOutputBufferDone(const VppBuffer& buffer) {
     if (deliver) {
         if (filled) {
             const camera_host::CameraBuffer* camera = request->image->Camera();
-            Nv12ToI420(camera->PlaneAddress(0), camera->formatBlock.planeLayout[0].stride,
-                       camera->PlaneAddress(1), camera->formatBlock.planeLayout[1].stride,
-                       config_.width, config_.height, staging_.data());
+            media::Nv12ToI420(camera->PlaneAddress(0), camera->formatBlock.planeLayout[0].stride,
+                              camera->PlaneAddress(1), camera->formatBlock.planeLayout[1].stride,
+                              config_.width, config_.height, staging_.data());
             frame.i420 = staging_.data();
             frame.size = frameSize_;
         }

@@ -29,7 +29,11 @@ struct FrcNodeConfig {
     uint32_t width = 0;            // even, positive
     uint32_t height = 0;
     FrcMode mode = FrcMode::kBlend;
-    int32_t factor = 2;         // output frames per input frame, 2..8 (ignored in mode off)
+    int32_t factor = 2;  // output frames per input frame, 2..8 (ignored in mode off)
+    // Output/input rate ratio in lowest terms, used instead of factor when rateNum > 0 (see
+    // VppCtrlFrc.aidl): output j is input j * rateDen / rateNum when that is whole.
+    int32_t rateNum = 0;
+    int32_t rateDen = 0;
     int32_t searchRange = 0;    // motion search range in luma pixels; 0: the service chooses
     size_t inputRequests = 4;   // camera buffers for input frames
     size_t outputRequests = 0;  // camera buffers for output frames; 0: twice the factor
@@ -40,6 +44,7 @@ struct OutputFrame {
     const uint8_t* i420 = nullptr;  // valid only during the consumer call; null for an empty
                                     // end-of-stream buffer
     size_t size = 0;
+    // The service's timestamp: with input i at i * rateNum, output j comes at j * rateDen.
     int64_t timestamp = 0;
     bool endOfStream = false;
     uint64_t index = 0;         // position in the output stream, from 0
@@ -144,6 +149,8 @@ class FrcNode : public IxoNodeVppBase {
     };
 
     bool AllocateRequests(std::string* error);
+    // Most output frames one input frame can yield (the factor, or the ratio rounded up).
+    int OutputsPerInput() const;
     // Queues one output request; with the lock not held.
     LumResult QueueOutputRequest(Request* request);
     Request* RequestOfCookie(int64_t cookie, bool output);
@@ -183,12 +190,6 @@ class FrcNode : public IxoNodeVppBase {
     std::deque<QueuedInput> pendingInputs_;  // queued inputs whose outputs are not all out
     NodeStats stats_;
 };
-
-// Colour conversions between the tool's I420 frames and the NV12 camera buffers.
-void I420ToNv12(const uint8_t* i420, uint32_t width, uint32_t height, uint8_t* luma,
-                uint32_t lumaStride, uint8_t* chroma, uint32_t chromaStride);
-void Nv12ToI420(const uint8_t* luma, uint32_t lumaStride, const uint8_t* chroma,
-                uint32_t chromaStride, uint32_t width, uint32_t height, uint8_t* i420);
 
 // Name of a mode as the command line spells it ("off", "repeat", "blend", "motion").
 const char* FrcModeName(FrcMode mode);

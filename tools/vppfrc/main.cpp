@@ -4,8 +4,11 @@
 #include <vector>
 
 #include "convert.h"
+#include "media/atomic_file.h"
 
 int main(int argc, char** argv) {
     const std::vector<std::string> args(argv + 1, argv + argc);
+    // An interrupted run (Ctrl-C, kill, a closed terminal or pipe) leaves no temporary file.
+    media::RemoveTemporaryFilesOnSignals();
     return vppfrc::ToolMain(args, stdout, stderr);
 }

@@ -13,15 +13,27 @@ struct Held {
     int64_t timestamp = 0;
     uint64_t tag = 0;
     uint64_t seq = 0;  // position in the converter's input sequence
+    // (i * p) mod q for input i of the output grid (ratio p / q): how far the first output
+    // due after this frame lies past it, in 1/p of an input interval, is (q - rem) mod q.
+    int64_t rem = 0;
     bool present = false;
 };
+
+int64_t gcd64(int64_t a, int64_t b) {
+    while (b != 0) {
+        const int64_t t = a % b;
+        a = b;
+        b = t;
+    }
+    return a;
+}
 
 // Differences of two timestamps span up to 2^64 and need more than 64 bits.
 using Wide = __int128;
 
 // tA + k * d / n (rounded towards tA), held to int64's range: a made frame's timestamp for any
-// client timestamps, extremes included.
-int64_t phaseTimestamp(int64_t ta, Wide d, int k, int n) {
+// client timestamps, extremes included (|d| < 2^65 and k < 2^16, so d * k fits).
+int64_t phaseTimestamp(int64_t ta, Wide d, int64_t k, int64_t n) {
     const Wide t = static_cast<Wide>(ta) + d * k / n;
     if (t > INT64_MAX) return INT64_MAX;
     if (t < INT64_MIN) return INT64_MIN;
@@ -31,9 +43,28 @@ int64_t phaseTimestamp(int64_t ta, Wide d, int k, int n) {
 }  // namespace
 
 bool isValidConfig(const ConverterConfig& c) {
+    int num = 0, den = 0;
+    return reducedRatio(c, &num, &den);
+}
+
+bool reducedRatio(const ConverterConfig& c, int* num, int* den) {
     const int mode = static_cast<int>(c.mode);
     if (mode < 0 || mode > 3 || c.searchRange < 0 || c.threads < 0) return false;
-    return c.mode == FrcMode::kOff || (c.factor >= 2 && c.factor <= 8);
+    int64_t p = 1, q = 1;
+    if (c.rateNum != 0 || c.rateDen != 0) {
+        if (c.rateNum <= 0 || c.rateDen <= 0) return false;
+        const int64_t g = gcd64(c.rateNum, c.rateDen);
+        p = c.rateNum / g;
+        q = c.rateDen / g;
+        if (p < q || p > kMaxRatio * q || p > kMaxRatioTerm) return false;
+    } else {
+        if (c.mode != FrcMode::kOff && (c.factor < 2 || c.factor > 8)) return false;
+        p = c.factor;
+    }
+    if (c.mode == FrcMode::kOff) p = q = 1;
+    *num = static_cast<int>(p);
+    *den = static_cast<int>(q);
+    return true;
 }
 
 struct Converter::Impl {
@@ -58,33 +89,31 @@ struct Converter::Impl {
     uint64_t motionLatestSeq = 0;
     bool motionHasTwo = false;
 
-    explicit Impl(const ConverterConfig& c)
-        : config(c), motion(MotionParams{c.searchRange, c.threads}) {}
+    // The ratio in lowest terms, p / q (1 / 1 in mode off).
+    int p = 1;
+    int q = 1;
 
+    explicit Impl(const ConverterConfig& c) : config(c), motion(MotionParams{c.searchRange, c.threads}) {}
+
+    void applyRatio() { reducedRatio(config, &p, &q); }
     void emitGroup(const Held& a, const Held& b, std::vector<OutputFrame>* out);
     void forgetStream();
 };
 
 void Converter::Impl::emitGroup(const Held& a, const Held& b, std::vector<OutputFrame>* out) {
-    const int n = config.factor;
-    OutputFrame first;
-    first.kind = OutputFrame::Kind::kInput;
-    first.tag = a.tag;
-    first.factor = n;
-    first.timestamp = a.timestamp;
-    out->push_back(first);
-    for (int k = 1; k < n; ++k) {
+    // Outputs at k / p of the way from a to b for k = first, first + q, ... below p.
+    const int64_t first = (q - a.rem) % q;
+    for (int64_t k = first; k < p; k += q) {
         OutputFrame o;
-        o.kind = OutputFrame::Kind::kInterpolated;
+        o.kind = k == 0 ? OutputFrame::Kind::kInput : OutputFrame::Kind::kInterpolated;
         o.tag = a.tag;
-        o.nextTag = b.tag;
-        o.phase = k;
-        o.factor = n;
-        o.timestamp =
-            phaseTimestamp(a.timestamp, static_cast<Wide>(b.timestamp) - a.timestamp, k, n);
+        o.nextTag = k == 0 ? 0 : b.tag;
+        o.phase = static_cast<int>(k);
+        o.factor = p;
+        o.timestamp = phaseTimestamp(a.timestamp, static_cast<Wide>(b.timestamp) - a.timestamp, k, p);
         out->push_back(o);
+        ++stats.outputs;
     }
-    stats.outputs += static_cast<uint64_t>(n);
     groupA = a;
     groupB = b;
     groupMode = config.mode;
@@ -104,6 +133,7 @@ void Converter::Impl::forgetStream() {
 
 Converter::Converter(const ConverterConfig& config) : impl_(new Impl(config)) {
     if (!isValidConfig(config)) impl_->config = ConverterConfig();
+    impl_->applyRatio();
 }
 
 Converter::~Converter() = default;
@@ -114,9 +144,16 @@ const ConverterConfig& Converter::config() const {
 
 bool Converter::reconfigure(const ConverterConfig& config) {
     if (!isValidConfig(config)) return false;
-    impl_->config.mode = config.mode;
-    impl_->config.factor = config.factor;
-    impl_->config.streamEnd = config.streamEnd;
+    Impl& s = *impl_;
+    const int oldP = s.p, oldQ = s.q;
+    s.config.mode = config.mode;
+    s.config.factor = config.factor;
+    s.config.rateNum = config.rateNum;
+    s.config.rateDen = config.rateDen;
+    s.config.streamEnd = config.streamEnd;
+    s.applyRatio();
+    // A new grid starts at the frame that waits for its successor.
+    if (s.p != oldP || s.q != oldQ) s.pending.rem = 0;
     // The search range is fixed when the interpolator is built; it only bounds the search.
     return true;
 }
@@ -172,7 +209,10 @@ ConvertStatus Converter::push(const ConstFrameView& frame, int64_t timestamp, ui
         return ConvertStatus::kOk;
     }
 
-    if (s.pending.present) s.emitGroup(s.pending, b, out);
+    if (s.pending.present) {
+        s.emitGroup(s.pending, b, out);
+        b.rem = (s.pending.rem + s.p) % s.q;
+    }
     s.pending = b;
     return ConvertStatus::kOk;
 }
@@ -181,28 +221,23 @@ void Converter::finish(std::vector<OutputFrame>* out) {
     Impl& s = *impl_;
     if (s.pending.present) {
         const Held a = s.pending;
-        const int n = s.config.mode == FrcMode::kOff ? 1 : s.config.factor;
-        const bool full = s.config.streamEnd == StreamEnd::kFullGroup && s.haveInterval && n > 1;
-        OutputFrame o;
-        o.tag = a.tag;
-        o.timestamp = a.timestamp;
-        o.factor = full ? n : 1;
-        o.last = !full;
-        out->push_back(o);
-        ++s.stats.outputs;
-        if (full) {
-            for (int k = 1; k < n; ++k) {
-                OutputFrame r;
-                r.kind = OutputFrame::Kind::kRepeat;
-                r.tag = a.tag;
-                r.phase = k;
-                r.factor = n;
-                r.timestamp = phaseTimestamp(a.timestamp, s.lastInterval, k, n);
-                r.last = k == n - 1;
-                out->push_back(r);
-                ++s.stats.outputs;
-            }
+        const int64_t p = s.p;
+        const int64_t q = s.q;
+        const bool full = s.config.streamEnd == StreamEnd::kFullGroup && s.haveInterval && p > 1;
+        // The outputs due from the last frame on: the frame itself when it is on the grid, and
+        // with a full group every repeat due within one more (assumed) input interval.
+        const size_t begin = out->size();
+        for (int64_t k = (q - a.rem) % q; k < (full ? p : 1); k += q) {
+            OutputFrame o;
+            o.kind = k == 0 ? OutputFrame::Kind::kInput : OutputFrame::Kind::kRepeat;
+            o.tag = a.tag;
+            o.phase = static_cast<int>(k);
+            o.factor = k == 0 && !full ? 1 : static_cast<int>(p);
+            o.timestamp = phaseTimestamp(a.timestamp, s.lastInterval, k, p);
+            out->push_back(o);
+            ++s.stats.outputs;
         }
+        if (out->size() > begin) out->back().last = true;
         s.groupA = a;
         s.groupB = Held();
         s.groupMode = FrcMode::kRepeat;
@@ -246,11 +281,13 @@ ConvertStatus Converter::render(const OutputFrame& o, const FrameView& dst) {
             done = copyFrame(a->view, dst);
             break;
         case FrcMode::kMotion:
-            if (s.motionHasTwo && s.motionPrevSeq == a->seq && s.motionLatestSeq == b.seq) {
-                done = s.motion.interpolate(o.phase, o.factor, dst);
+            if (s.motionHasTwo && s.motionPrevSeq == a->seq && s.motionLatestSeq == b.seq &&
+                s.motion.interpolate(o.phase, o.factor, dst)) {
+                done = true;
                 break;
             }
-            // The interpolator missed one of the frames (mode switched mid-stream): blend.
+            // The interpolator missed one of the frames (mode switched mid-stream) or cannot
+            // place this phase: blend.
             done = blendFrames(a->view, b.view, o.phase, o.factor, dst);
             break;
         case FrcMode::kBlend:

@@ -9,6 +9,9 @@
 namespace frc {
 namespace {
 
+// Largest phase denominator of the 16-bit SSE2 path.
+constexpr int kMaxNarrowDenominator = 16;
+
 // Integer quotient of x by n (1 <= n <= 16) as (x * m) >> 16 with m = ceil(65536 / n). Exact
 // for every x a blend can produce (x <= 255 * n + n / 2); a unit test checks all of them.
 inline uint16_t reciprocal(int n) {
@@ -24,7 +27,25 @@ int gcd(int a, int b) {
     return a;
 }
 
+// Large denominators (phases of a fractional rate ratio): the quotient as (s * m) >> 40 with
+// m = ceil(2^40 / n), exact for s <= 256 * n and n <= 65535 since s * n < 2^40.
+void blendRowWide(const uint8_t* a, const uint8_t* b, uint8_t* d, int bytes, int k, int n) {
+    const uint64_t m =
+        ((uint64_t{1} << 40) + static_cast<uint64_t>(n) - 1) / static_cast<uint64_t>(n);
+    const uint32_t wa = static_cast<uint32_t>(n - k);
+    const uint32_t wb = static_cast<uint32_t>(k);
+    const uint32_t bias = static_cast<uint32_t>(n / 2);
+    for (int x = 0; x < bytes; ++x) {
+        const uint64_t s = a[x] * wa + b[x] * wb + bias;
+        d[x] = static_cast<uint8_t>((s * m) >> 40);
+    }
+}
+
 void blendRow(const uint8_t* a, const uint8_t* b, uint8_t* d, int bytes, int k, int n) {
+    if (n > kMaxNarrowDenominator) {
+        blendRowWide(a, b, d, bytes, k, n);
+        return;
+    }
     int x = 0;
     if (n == 2) {
         for (; x + 16 <= bytes; x += 16) {
@@ -80,8 +101,8 @@ bool copyFrame(const ConstFrameView& src, const FrameView& dst) {
 
 bool blendFrames(const ConstFrameView& a, const ConstFrameView& b, int k, int n,
                  const FrameView& dst) {
-    if (n < 1 || n > 16 || k < 0 || k > n || !a.valid() || !b.valid() || !dst.valid() ||
-        !a.sameGeometry(b) || !a.sameGeometry(dst)) {
+    if (n < 1 || n > kMaxBlendDenominator || k < 0 || k > n || !a.valid() || !b.valid() ||
+        !dst.valid() || !a.sameGeometry(b) || !a.sameGeometry(dst)) {
         return false;
     }
     if (k == 0) return copyFrame(a, dst);

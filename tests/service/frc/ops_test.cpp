@@ -67,7 +67,25 @@ TEST(Blend, EqualsTheRoundedWeightedAverageForEverySamplePairAndPhase) {
             }
         }
     }
-    EXPECT_FALSE(frc::blendFrames(a.cview(), b.cview(), 1, 17, d.view()));
+    // Phases of fractional rate ratios have large denominators (24 -> 60000/1001 gives n 2500).
+    for (int n : {17, 25, 1001, 2500, 65521, frc::kMaxBlendDenominator}) {
+        for (int k : {1, n / 3, n / 2, n - 1}) {
+            ASSERT_TRUE(frc::blendFrames(a.cview(), b.cview(), k, n, d.view()));
+            for (int p = 0; p < 2; ++p) {
+                for (int y = 0; y < d.view().rows(p); ++y) {
+                    for (int x = 0; x < 256; ++x) {
+                        const int64_t want = (int64_t{a.at(p, x, y)} * (n - k) +
+                                              int64_t{b.at(p, x, y)} * k + n / 2) /
+                                             n;
+                        ASSERT_EQ(d.at(p, x, y), want)
+                            << "n " << n << " k " << k << " plane " << p << " at " << x << "," << y;
+                    }
+                }
+            }
+        }
+    }
+    EXPECT_FALSE(
+        frc::blendFrames(a.cview(), b.cview(), 1, frc::kMaxBlendDenominator + 1, d.view()));
     EXPECT_FALSE(frc::blendFrames(a.cview(), b.cview(), 3, 2, d.view()));
     EXPECT_FALSE(frc::blendFrames(a.cview(), b.cview(), -1, 2, d.view()));
 }

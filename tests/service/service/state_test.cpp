@@ -110,6 +110,22 @@ TEST_P(StateTest, ControlsAndSettingsAreChecked) {
     EXPECT_EQ(ctrl.factor, 8);
     EXPECT_EQ(ctrl.searchRange, 16);
 
+    // A rate ratio replaces the factor: checked in lowest terms, kept as sent.
+    auto ratio = [](int32_t mode, int32_t num, int32_t den) {
+        VppCtrlFrc c = Ctrl(mode, 0);
+        c.rateNum = num;
+        c.rateDen = den;
+        return c;
+    };
+    EXPECT_EQ(SetCtrl(ratio(2, 5, 0)), E::VPP_ERR_PARAM);
+    EXPECT_EQ(SetCtrl(ratio(2, 1, 2)), E::VPP_ERR_PARAM) << "a lower rate";
+    EXPECT_EQ(SetCtrl(ratio(2, 90, 10)), E::VPP_ERR_PARAM) << "above 8";
+    EXPECT_EQ(SetCtrl(ratio(0, 70000, 69999)), E::VPP_ERR_PARAM) << "checked when off too";
+    EXPECT_EQ(SetCtrl(ratio(3, 60000, 24024)), E::VPP_OK);
+    ASSERT_EQ(Call([&](E* e) { return session_->getCtrlFrc(&ctrl, e); }), E::VPP_OK);
+    EXPECT_EQ(ctrl.rateNum, 60000);
+    EXPECT_EQ(ctrl.rateDen, 24024);
+
     EXPECT_EQ(Call([&](E* e) { return session_->setMode(3, e); }), E::VPP_ERR_PARAM);
     EXPECT_EQ(Call([&](E* e) { return session_->setMode(1, e); }), E::VPP_OK);
     int32_t mode = -1;

@@ -163,6 +163,41 @@ TEST(PreviewTest, StopsAtTheRowAndColumnLimits) {
     EXPECT_EQ((threeColumns - oneColumn) % 2, 0);  // two equal cells were added
 }
 
+TEST(PreviewTest, CropModeShowsTheFrameCentreAtFullSize) {
+    const int w = 100, h = 60;
+    // Every sample differs: a crop from the wrong place or at the wrong scale shows.
+    std::vector<uint8_t> frame(media::I420FrameSize(w, h));
+    for (size_t i = 0; i < frame.size(); ++i) frame[i] = static_cast<uint8_t>(i * 7 + i / 13);
+    PreviewOptions options;
+    options.thumbnailWidth = 40;
+    options.cropHeight = 20;
+    options.firstInputIndex = 120;
+    PreviewBuilder crops(w, h, options);
+    EXPECT_EQ(crops.thumbnailWidth(), 40);
+    EXPECT_EQ(crops.thumbnailHeight(), 20);
+    crops.Add(frame.data(), true);
+
+    // The same centre, cut by hand (from x 30, y 20) and shown unscaled.
+    std::vector<uint8_t> centre(media::I420FrameSize(40, 20));
+    for (int y = 0; y < 20; ++y) {
+        std::copy_n(frame.begin() + (20 + y) * w + 30, 40, centre.begin() + y * 40);
+    }
+    for (int plane = 0; plane < 2; ++plane) {
+        const size_t in = size_t(w) * h + size_t(plane) * (w / 2) * (h / 2);
+        const size_t out = 40 * 20 + size_t(plane) * 20 * 10;
+        for (int y = 0; y < 10; ++y) {
+            std::copy_n(frame.begin() + in + (10 + y) * (w / 2) + 15, 20,
+                        centre.begin() + out + y * 20);
+        }
+    }
+    PreviewOptions plain;
+    plain.thumbnailWidth = 40;
+    plain.firstInputIndex = 120;
+    PreviewBuilder reference(40, 20, plain);
+    reference.Add(centre.data(), true);
+    EXPECT_EQ(crops.RenderRgb(), reference.RenderRgb());
+}
+
 TEST(PreviewTest, FailedWritesLeaveNoFile) {
     media_test::TempDir dir;
     const int fds = media_test::CountOpenFds();

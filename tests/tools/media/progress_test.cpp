@@ -146,6 +146,25 @@ TEST_F(ProgressTest, PlainLinesKeepComingWhenProgressIsSlowOrTotalUnknown) {
     EXPECT_EQ(lines.back(), "converting: 100 frames, 2.0 frames/s");
 }
 
+TEST_F(ProgressTest, RunningRateFollowsTheRecentPaceNotTheStart) {
+    ProgressReporter progress(stream_, 0, Options(ProgressReporter::Style::kLines));
+    // 100 frames in the first second (a burst into free buffers), then 2 frames a second.
+    now_ += 1.0;
+    progress.Update(100);
+    for (int i = 1; i <= 20; ++i) {
+        now_ += 0.5;
+        progress.Update(100 + i);
+    }
+    auto lines = Lines(Output());
+    ASSERT_EQ(lines.size(), 2u) << Output();
+    // At 5 s and 10 s; the average from the start would be 21.6 and 11.8 frames/s.
+    EXPECT_EQ(lines[0], "converting: 108 frames, 2.0 frames/s");
+    EXPECT_EQ(lines[1], "converting: 118 frames, 2.0 frames/s");
+    progress.Finish();
+    // The final line gives the whole run's average.
+    EXPECT_EQ(Lines(Output()).back(), "converting: 120 frames in 0:11, 10.9 frames/s");
+}
+
 TEST_F(ProgressTest, BarRedrawsInPlaceAtMostTenTimesASecond) {
     {
         ProgressReporter progress(stream_, 1000, Options(ProgressReporter::Style::kBar));

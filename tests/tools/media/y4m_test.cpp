@@ -19,6 +19,15 @@ using media_test::TempDir;
 using media_test::WriteFile;
 using Result = Y4mReader::Result;
 
+VideoFormat Fmt(int width, int height, int fpsNum, int fpsDen) {
+    VideoFormat format;
+    format.width = width;
+    format.height = height;
+    format.fpsNum = fpsNum;
+    format.fpsDen = fpsDen;
+    return format;
+}
+
 std::string Frame(size_t size, char fill) {
     return "FRAME\n" + std::string(size, fill);
 }
@@ -51,7 +60,7 @@ TEST_F(Y4mTest, RoundTripIsBitExact) {
     // 320x240 frames are larger than the reader's buffer, 6x4 frames far smaller: both the
     // direct and the buffered read paths are covered.
     for (auto [w, h] : {std::pair{320, 240}, std::pair{6, 4}}) {
-        const VideoFormat format{w, h, 30000, 1001};
+        const VideoFormat format = Fmt(w, h, 30000, 1001);
         const size_t size = media::I420FrameSize(w, h);
         ASSERT_EQ(size, static_cast<size_t>(w * h * 3 / 2));
         std::string path = dir_.File("out.y4m");
@@ -174,12 +183,15 @@ TEST_F(Y4mTest, ReportsBadFramesByNumberAndStaysFailed) {
         std::string frames;
         std::vector<std::string> expected;
     } cases[] = {
-        {Frame(12, 'a') + "FRAMX\n" + std::string(12, 'b'), {"frame 2", "malformed", "FRAMX"}},
+        {Frame(12, 'a') + "FRAMX\n" + std::string(12, 'b'),
+         {"frame 2 (at byte 40)", "malformed", "FRAMX"}},
         {Frame(12, 'a') + "FRAMES\n" + std::string(12, 'b'), {"frame 2", "malformed"}},
-        {Frame(12, 'a') + Frame(12, 'b') + std::string(12, 'c'), {"frame 3", "malformed"}},
+        {Frame(12, 'a') + Frame(12, 'b') + std::string(12, 'c'),
+         {"frame 3 (at byte 58)", "malformed"}},
         {Frame(12, 'a') + "FRAME" + std::string(5000, ' '), {"frame 2", "malformed"}},
-        {Frame(12, 'a') + Frame(2, 'b'), {"frame 2 is truncated", "10 of 12 bytes are missing"}},
-        {Frame(12, 'a') + "FRAME\n", {"frame 2 is truncated", "12 of 12 bytes"}},
+        {Frame(12, 'a') + Frame(2, 'b'),
+         {"frame 2 (at byte 40) is truncated", "10 of 12 bytes are missing"}},
+        {Frame(12, 'a') + "FRAME\n", {"frame 2 (at byte 40) is truncated", "12 of 12 bytes"}},
         {Frame(12, 'a') + "FRA", {"frame 2", "truncated"}},
         {Frame(12, 'a') + "FRAME", {"frame 2", "truncated"}},
     };
@@ -195,6 +207,8 @@ TEST_F(Y4mTest, ReportsBadFramesByNumberAndStaysFailed) {
         while ((result = reader.Read(frame.data(), &error)) == Result::kFrame) {
         }
         ASSERT_EQ(result, Result::kError);
+        // Damage, not a failed read: the frames before it are good.
+        EXPECT_TRUE(reader.damaged());
         EXPECT_NE(error.find(path), std::string::npos) << error;
         for (const auto& text : c.expected) EXPECT_NE(error.find(text), std::string::npos) << error;
         std::string again;
@@ -204,7 +218,7 @@ TEST_F(Y4mTest, ReportsBadFramesByNumberAndStaysFailed) {
 }
 
 TEST_F(Y4mTest, UncommittedOrDiscardedOutputLeavesNothing) {
-    const VideoFormat format{4, 2, 25, 1};
+    const VideoFormat format = Fmt(4, 2, 25, 1);
     std::vector<uint8_t> frame(12, 7);
     std::string error;
     {
@@ -238,7 +252,7 @@ TEST_F(Y4mTest, WriteFailureIsReportedAndLeavesNoOutput) {
     limited.rlim_cur = 1000;
     ASSERT_EQ(setrlimit(RLIMIT_FSIZE, &limited), 0);
 
-    const VideoFormat format{16, 16, 25, 1};
+    const VideoFormat format = Fmt(16, 16, 25, 1);
     std::vector<uint8_t> frame(media::I420FrameSize(16, 16), 1);
     std::string error;
     bool failed = false;
@@ -259,7 +273,7 @@ TEST_F(Y4mTest, WriteFailureIsReportedAndLeavesNoOutput) {
 TEST_F(Y4mTest, RejectsUnwritableDestinationsAndBadFormats) {
     Y4mWriter writer;
     std::string error;
-    const VideoFormat format{4, 2, 25, 1};
+    const VideoFormat format = Fmt(4, 2, 25, 1);
     EXPECT_FALSE(writer.Open(dir_.File("no/such/folder/out.y4m"), format, &error));
     EXPECT_NE(error.find("no/such/folder"), std::string::npos) << error;
     EXPECT_NE(error.find("No such file"), std::string::npos) << error;
@@ -271,8 +285,8 @@ TEST_F(Y4mTest, RejectsUnwritableDestinationsAndBadFormats) {
     EXPECT_FALSE(writer.Open(dir_.path(), format, &error));
     EXPECT_NE(error.find("folder"), std::string::npos) << error;
 
-    for (VideoFormat bad : {VideoFormat{5, 2, 25, 1}, VideoFormat{0, 2, 25, 1},
-                            VideoFormat{4, 2, 0, 1}, VideoFormat{4, 2, 25, 0}}) {
+    for (VideoFormat bad :
+         {Fmt(5, 2, 25, 1), Fmt(0, 2, 25, 1), Fmt(4, 2, 0, 1), Fmt(4, 2, 25, 0)}) {
         EXPECT_FALSE(writer.Open(dir_.File("bad.y4m"), bad, &error));
         EXPECT_NE(error.find("invalid video format"), std::string::npos) << error;
     }

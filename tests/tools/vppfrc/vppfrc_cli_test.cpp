@@ -73,10 +73,29 @@ TEST_F(VppfrcCli, HelpDocumentsEveryOption) {
     const ProcessResult result = Run({"--help"});
     EXPECT_EQ(result.exitCode, 0);
     EXPECT_EQ(result.err, "");
-    for (const char* word :
-         {"Usage: vppfrc IN.y4m -o OUT.y4m", "-o, --output", "--factor N", "2 to 8", "--mode MODE",
-          "off ", "repeat ", "blend ", "motion ", "--preview FILE.png", "--quiet", "--demo",
-          "--out-dir DIR", "-h, --help", "Exit status"}) {
+    for (const char* word : {"Usage: vppfrc IN.y4m -o OUT.y4m",
+                             "-o, --output",
+                             "--factor N",
+                             "2 to 8",
+                             "--mode MODE",
+                             "off ",
+                             "repeat ",
+                             "blend ",
+                             "motion ",
+                             "--preview FILE.png",
+                             "--preview-at",
+                             "--fps RATE",
+                             "-q, --quiet",
+                             "-v, --verbose",
+                             "-y ",
+                             "-n ",
+                             "--json FILE",
+                             "--demo",
+                             "--out-dir DIR",
+                             "-h, --help",
+                             "-V, --version",
+                             "Exit status",
+                             "128+N"}) {
         EXPECT_NE(result.out.find(word), std::string::npos) << "help lacks " << word;
     }
     EXPECT_EQ(Run({"-h"}).out, result.out);
@@ -99,6 +118,10 @@ TEST_F(VppfrcCli, UsageErrorsExitWithTwoAndNameTheProblem) {
         {{"in.y4m", "other.y4m", "-o", "out.y4m"}, "more than one input file"},
         {{"in.y4m", "-o", "out.y4m", "--out-dir", "d"}, "--out-dir is only used with --demo"},
         {{"--demo", "in.y4m"}, "--demo takes no input or output file"},
+        {{"in.y4m", "-o", "out.y4m", "--fps", "60/0"}, "invalid frame rate '60/0'"},
+        {{"in.y4m", "-o", "out.y4m", "--fps", "60", "--factor", "2"}, "give one of them"},
+        {{"in.y4m", "-o", "out.y4m", "-y", "-n"}, "-y and -n contradict"},
+        {{"in.y4m", "-o", "-", "--json", "-"}, "give --json a file name"},
     };
     for (const Case& c : cases) {
         ExpectFailure(c.args, 2, c.problem);
@@ -119,10 +142,8 @@ TEST_F(VppfrcCli, BadInputFilesAreNamedAndLeaveNoOutput) {
         {"interlaced.y4m", "YUV4MPEG2 W32 H24 F30:1 It\n", "'interlaced.y4m' is interlaced"},
         {"odd.y4m", "YUV4MPEG2 W31 H24 F30:1\n", "odd frame size (31x24)"},
         {"empty.y4m", header, "'empty.y4m' holds no frames"},
-        // Frames are converted (and the output is being written) before the short one is met.
-        {"truncated.y4m",
-         header + "FRAME\n" + frame + "FRAME\n" + frame + "FRAME\n" + frame.substr(0, 100),
-         "frame 3 is truncated"},
+        {"short.y4m", header + "FRAME\n" + frame.substr(0, 100),
+         "frame 1 (at byte 36) is truncated"},
     };
     for (const Case& c : cases) {
         vppfrc_test::WriteFile(dir_.File(c.name), c.content);
@@ -132,6 +153,13 @@ TEST_F(VppfrcCli, BadInputFilesAreNamedAndLeaveNoOutput) {
                   "cannot open 'missing.y4m': No such file or directory");
     ASSERT_EQ(mkdir(dir_.File("folder").c_str(), 0755), 0);
     ExpectFailure({"folder", "-o", "out.y4m"}, 1, "cannot open 'folder': it is a folder");
+}
+
+TEST_F(VppfrcCli, RatesTheServiceCannotMakeAreRefused) {
+    // in.y4m runs at 30 frames/s.
+    ExpectFailure({"in.y4m", "-o", "out.y4m", "--fps", "24"}, 1, "1 to 8 times the input's");
+    ExpectFailure({"in.y4m", "-o", "out.y4m", "--fps", "241"}, 1, "1 to 8 times the input's");
+    ExpectFailure({"in.y4m", "-o", "out.y4m", "--fps", "65537/1000"}, 1, "terms above 65535");
 }
 
 TEST_F(VppfrcCli, UnwritableOutputsAreNamedAndLeaveNothing) {
@@ -147,7 +175,8 @@ TEST_F(VppfrcCli, ConvertsAClipAndPrintsItsSummary) {
     const ProcessResult result =
         Run({"in.y4m", "-o", "out.y4m", "--factor", "3", "--mode", "blend", "--preview", "p.png"});
     ASSERT_EQ(result.exitCode, 0) << result.err;
-    EXPECT_EQ(dir_.Entries(), (std::vector<std::string>{"in.y4m", "out.y4m", "p.png"}));
+    EXPECT_EQ(dir_.Entries(),
+              (std::vector<std::string>{"in.y4m", "out.y4m", "p-crop.png", "p.png"}));
 
     media::VideoFormat format;
     std::vector<Frame> frames;
@@ -187,7 +216,8 @@ TEST_F(VppfrcCli, DemoWritesItsClipOutputAndPreview) {
     ASSERT_TRUE(vppfrc_test::ReadY4m(dir_.File("demo/output.y4m"), &format, &frames));
     EXPECT_EQ(frames.size(), 189u);  // 48 frames at the demo's factor 4
     EXPECT_EQ(format.fpsNum, 96);
-    EXPECT_NE(result.out.find("mode blend, factor 4"), std::string::npos) << result.out;
+    EXPECT_NE(result.out.find("mode blend, factor 4: 24/1 to 96/1"), std::string::npos)
+        << result.out;
 }
 
 }  // namespace

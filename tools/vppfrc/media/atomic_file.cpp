@@ -1,8 +1,10 @@
 // Output file written under a temporary name in its folder and renamed into place on commit.
-#include "atomic_file.h"
+#include "media/atomic_file.h"
 
 #include <errno.h>
 #include <fcntl.h>
+#include <limits.h>
+#include <signal.h>
 #include <stdio.h>
 #include <string.h>
 #include <sys/stat.h>
@@ -29,10 +31,56 @@ void SplitPath(const std::string& path, std::string* dir, std::string* base) {
     }
 }
 
+// Temporary files the signal handler removes. Fixed storage: the handler may only read memory
+// and call async-signal-safe functions (unlink, _exit).
+constexpr int kCleanupSlots = 16;
+struct CleanupSlot {
+    std::atomic<bool> used{false};
+    std::atomic<bool> active{false};
+    char path[PATH_MAX];
+};
+CleanupSlot gCleanup[kCleanupSlots];
+
+int RegisterCleanup(const std::string& path) {
+    if (path.size() >= PATH_MAX) return -1;
+    for (int i = 0; i < kCleanupSlots; ++i) {
+        bool expected = false;
+        if (gCleanup[i].used.compare_exchange_strong(expected, true)) {
+            memcpy(gCleanup[i].path, path.c_str(), path.size() + 1);
+            gCleanup[i].active.store(true);
+            return i;
+        }
+    }
+    return -1;
+}
+
+void UnregisterCleanup(int slot) {
+    if (slot < 0) return;
+    gCleanup[slot].active.store(false);
+    gCleanup[slot].used.store(false);
+}
+
+void RemoveAndExit(int signal) {
+    for (CleanupSlot& slot : gCleanup) {
+        if (slot.active.load()) unlink(slot.path);
+    }
+    _exit(128 + signal);
+}
+
 }  // namespace
 
 void SetError(std::string* error, const std::string& message) {
     if (error != nullptr) *error = message;
+}
+
+void RemoveTemporaryFilesOnSignals() {
+    struct sigaction action;
+    memset(&action, 0, sizeof(action));
+    action.sa_handler = RemoveAndExit;
+    sigemptyset(&action.sa_mask);
+    for (int signal : {SIGINT, SIGTERM, SIGHUP, SIGPIPE}) sigaddset(&action.sa_mask, signal);
+    for (int signal : {SIGINT, SIGTERM, SIGHUP, SIGPIPE}) sigaction(signal, &action, nullptr);
+    ::signal(SIGXFSZ, SIG_IGN);
 }
 
 AtomicFile::~AtomicFile() {
@@ -60,14 +108,19 @@ bool AtomicFile::Open(const std::string& path, std::string* error) {
     for (int attempt = 0; attempt < 100; ++attempt) {
         std::string temp = dir + "/." + base + ".tmp-" + std::to_string(getpid()) + "-" +
                            std::to_string(counter.fetch_add(1));
-        int fd = open(temp.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
-        if (fd >= 0) {
-            fd_ = fd;
+        // Registered before it exists, so that no signal can come between creation and
+        // registration; removing a name that was never created does no harm.
+        const int slot = RegisterCleanup(temp);
+        UniqueFd fd(open(temp.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666));
+        if (fd.valid()) {
+            fd_ = std::move(fd);
             tempPath_ = temp;
+            cleanupSlot_ = slot;
             return true;
         }
-        if (errno != EEXIST) {
-            int err = errno;
+        const int err = errno;
+        UnregisterCleanup(slot);
+        if (err != EEXIST) {
             SetError(error, "cannot write '" + path + "': cannot create a file in folder '" + dir +
                                 "': " + ErrnoText(err));
             return false;
@@ -85,10 +138,10 @@ bool AtomicFile::Fail(const std::string& message, std::string* error) {
 
 bool AtomicFile::Write(const void* data, size_t size, std::string* error) {
     if (!failure_.empty()) return Fail(failure_, error);
-    if (fd_ < 0) return Fail("cannot write '" + path_ + "': the file is not open", error);
+    if (!fd_.valid()) return Fail("cannot write '" + path_ + "': the file is not open", error);
     const char* p = static_cast<const char*>(data);
     while (size > 0) {
-        ssize_t n = write(fd_, p, size);
+        ssize_t n = write(fd_.get(), p, size);
         if (n < 0) {
             if (errno == EINTR) continue;
             return Fail("cannot write '" + path_ + "': " + ErrnoText(errno), error);
@@ -100,45 +153,46 @@ bool AtomicFile::Write(const void* data, size_t size, std::string* error) {
     return true;
 }
 
+void AtomicFile::RemoveTemporary() {
+    if (!tempPath_.empty()) {
+        unlink(tempPath_.c_str());
+        tempPath_.clear();
+    }
+    UnregisterCleanup(cleanupSlot_);
+    cleanupSlot_ = -1;
+}
+
 bool AtomicFile::Commit(std::string* error) {
     if (!failure_.empty()) {
         Discard();
         return Fail(failure_, error);
     }
-    if (fd_ < 0) return Fail("cannot write '" + path_ + "': the file is not open", error);
+    if (!fd_.valid()) return Fail("cannot write '" + path_ + "': the file is not open", error);
     // Flush before the rename so that a crash never leaves a renamed but empty file.
-    if (fsync(fd_) != 0 && errno != EINVAL && errno != EROFS) {
+    if (fsync(fd_.get()) != 0 && errno != EINVAL && errno != EROFS) {
         std::string message = "cannot write '" + path_ + "': " + ErrnoText(errno);
         Discard();
         return Fail(message, error);
     }
-    int fd = fd_;
-    fd_ = -1;
-    if (close(fd) != 0) {
+    if (fd_.reset() != 0) {
         std::string message = "cannot write '" + path_ + "': " + ErrnoText(errno);
-        unlink(tempPath_.c_str());
-        tempPath_.clear();
+        RemoveTemporary();
         return Fail(message, error);
     }
     if (rename(tempPath_.c_str(), path_.c_str()) != 0) {
         std::string message = "cannot write '" + path_ + "': " + ErrnoText(errno);
-        unlink(tempPath_.c_str());
-        tempPath_.clear();
+        RemoveTemporary();
         return Fail(message, error);
     }
     tempPath_.clear();
+    UnregisterCleanup(cleanupSlot_);
+    cleanupSlot_ = -1;
     return true;
 }
 
 void AtomicFile::Discard() {
-    if (fd_ >= 0) {
-        close(fd_);
-        fd_ = -1;
-    }
-    if (!tempPath_.empty()) {
-        unlink(tempPath_.c_str());
-        tempPath_.clear();
-    }
+    fd_.reset();
+    RemoveTemporary();
 }
 
 }  // namespace media

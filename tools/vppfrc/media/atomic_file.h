@@ -4,11 +4,14 @@
 #include <cstddef>
 #include <string>
 
+#include "media/unique_fd.h"
+
 namespace media {
 
 // Writes go to a hidden temporary file beside the destination; Commit() flushes it to disk and
 // renames it over the destination, so readers never see a half-written file. A file that is not
-// committed (an error, Discard(), or destruction) is removed. Error messages name the
+// committed (an error, Discard(), or destruction) is removed, and so is one that is open when the
+// process gets a signal that RemoveTemporaryFilesOnSignals() handles. Error messages name the
 // destination path, which is what the user asked for, not the temporary one.
 class AtomicFile {
   public:
@@ -25,18 +28,24 @@ class AtomicFile {
     // Closes and removes the temporary file; nothing is left behind.
     void Discard();
 
-    bool isOpen() const { return fd_ >= 0; }
+    bool isOpen() const { return fd_.valid(); }
     const std::string& path() const { return path_; }
-    const std::string& tempPath() const { return tempPath_; }
 
   private:
     bool Fail(const std::string& message, std::string* error);
+    void RemoveTemporary();
 
-    int fd_ = -1;
+    UniqueFd fd_;
     std::string path_;
     std::string tempPath_;
+    int cleanupSlot_ = -1;  // slot of tempPath_ in the signal handler's list, -1: none
     std::string failure_;
 };
+
+// Installs handlers for SIGINT, SIGTERM, SIGHUP and SIGPIPE that remove every temporary file of
+// an open AtomicFile and end the process with exit status 128 + the signal's number. SIGXFSZ is
+// ignored, so that a file size limit shows as a write error ("File too large") instead.
+void RemoveTemporaryFilesOnSignals();
 
 // Stores message in *error unless error is null: every media function takes an optional error.
 void SetError(std::string* error, const std::string& message);

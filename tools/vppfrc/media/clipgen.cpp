@@ -139,7 +139,12 @@ bool ClipGenerator::Init(const ClipOptions& options, std::string* error) {
 }
 
 VideoFormat ClipGenerator::format() const {
-    return VideoFormat{options_.width, options_.height, options_.fpsNum, options_.fpsDen};
+    VideoFormat format;
+    format.width = options_.width;
+    format.height = options_.height;
+    format.fpsNum = options_.fpsNum;
+    format.fpsDen = options_.fpsDen;
+    return format;
 }
 
 void ClipGenerator::BuildTexture() {

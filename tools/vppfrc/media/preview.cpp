@@ -11,6 +11,10 @@
 namespace media {
 namespace {
 
+size_t I420FrameBytes(int width, int height) {
+    return size_t(width) * height + 2 * size_t(width / 2) * (height / 2);
+}
+
 // Layout in pixels (before the label scale).
 constexpr int kMargin = 6;
 constexpr int kGap = 4;     // separator between pictures and rows
@@ -217,6 +221,31 @@ PreviewBuilder::PreviewBuilder(int width, int height, const PreviewOptions& opti
     thumbWidth_ = std::min(options_.thumbnailWidth, width_);
     thumbHeight_ =
         std::max(1, static_cast<int>((int64_t(height_) * thumbWidth_ + width_ / 2) / width_));
+    if (options_.cropHeight > 0) {
+        // Even sizes and offsets keep the chroma samples aligned with the crop.
+        thumbWidth_ = std::max(2, thumbWidth_ & ~1);
+        thumbHeight_ = std::max(2, std::min(options_.cropHeight, height_) & ~1);
+        crop_.resize(I420FrameBytes(thumbWidth_, thumbHeight_));
+    }
+}
+
+void PreviewBuilder::CropCentre(const uint8_t* i420) {
+    const int x0 = ((width_ - thumbWidth_) / 2) & ~1;
+    const int y0 = ((height_ - thumbHeight_) / 2) & ~1;
+    uint8_t* out = crop_.data();
+    for (int y = 0; y < thumbHeight_; ++y) {
+        std::memcpy(out + size_t(y) * thumbWidth_, i420 + size_t(y0 + y) * width_ + x0,
+                    size_t(thumbWidth_));
+    }
+    const int cw = width_ / 2, ch = height_ / 2;
+    const int tw = thumbWidth_ / 2, th = thumbHeight_ / 2;
+    for (int plane = 0; plane < 2; ++plane) {
+        const uint8_t* in = i420 + size_t(width_) * height_ + size_t(plane) * cw * ch;
+        uint8_t* dst = out + size_t(thumbWidth_) * thumbHeight_ + size_t(plane) * tw * th;
+        for (int y = 0; y < th; ++y) {
+            std::memcpy(dst + size_t(y) * tw, in + size_t(y0 / 2 + y) * cw + x0 / 2, size_t(tw));
+        }
+    }
 }
 
 int PreviewBuilder::LabelScale() const {
@@ -241,13 +270,19 @@ void PreviewBuilder::Add(const uint8_t* i420, bool isInput) {
         }
         rows_.emplace_back();
     }
-    const int inputIndex = isInput ? inputsSeen_++ : -1;
+    const int inputIndex = isInput ? options_.firstInputIndex + inputsSeen_++ : -1;
     Row& row = rows_.back();
     ++row.frames;
     if (static_cast<int>(row.thumbs.size()) >= options_.maxColumns) return;
     Thumbnail thumb{std::vector<uint8_t>(size_t(thumbWidth_) * thumbHeight_ * 3), isInput,
                     inputIndex};
-    I420ToRgbThumbnail(i420, width_, height_, thumbWidth_, thumbHeight_, thumb.rgb.data());
+    if (options_.cropHeight > 0) {
+        CropCentre(i420);
+        I420ToRgbThumbnail(crop_.data(), thumbWidth_, thumbHeight_, thumbWidth_, thumbHeight_,
+                           thumb.rgb.data());
+    } else {
+        I420ToRgbThumbnail(i420, width_, height_, thumbWidth_, thumbHeight_, thumb.rgb.data());
+    }
     row.thumbs.push_back(std::move(thumb));
 }
 

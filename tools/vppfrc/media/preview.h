@@ -12,6 +12,10 @@ struct PreviewOptions {
     int thumbnailWidth = 240;  // frames are scaled down to this width, never enlarged
     int maxRows = 4;           // input frames shown, each starting a row
     int maxColumns = 8;        // frames per row; later made frames of a row are left out
+    // > 0: each picture is a full-size crop of the frame's centre, thumbnailWidth x cropHeight
+    // (at most the frame's size), instead of the whole frame scaled down.
+    int cropHeight = 0;
+    int firstInputIndex = 0;  // number of the first input frame shown, for its label
 };
 
 // Collects frames in display order and lays them out as a contact sheet: each input frame
@@ -52,6 +56,8 @@ class PreviewBuilder {
         std::vector<Thumbnail> thumbs;
         int frames = 0;  // frames that belonged to the row, including those left out
     };
+    // Copies the centre thumbWidth_ x thumbHeight_ of an I420 frame into crop_.
+    void CropCentre(const uint8_t* i420);
     int CellWidth() const;
     int CellHeight() const;
     int LabelScale() const;
@@ -62,6 +68,7 @@ class PreviewBuilder {
     int thumbWidth_;
     int thumbHeight_;
     std::vector<Row> rows_;
+    std::vector<uint8_t> crop_;  // I420 crop of the frame being added (crop mode)
     int inputsSeen_ = 0;
     bool full_ = false;
 };

@@ -14,6 +14,9 @@
 namespace media {
 namespace {
 
+// Seconds over which the running rate is averaged.
+constexpr double kRateWindow = 5.0;
+
 constexpr double kBarInterval = 0.1;   // seconds between redraws of the bar
 constexpr double kLineInterval = 5.0;  // seconds between plain lines without a 10% step
 
@@ -138,7 +141,13 @@ double ProgressReporter::elapsedSeconds() const {
 
 std::string ProgressReporter::Status(bool forLine) const {
     const double elapsed = std::max(elapsedSeconds(), 0.0);
-    const double rate = elapsed > 0 ? static_cast<double>(done_) / elapsed : 0;
+    double rate = elapsed > 0 ? static_cast<double>(done_) / elapsed : 0;
+    // While running: the moving average over the recent window (from the start until the
+    // window is full, which is the plain average).
+    if (!finished_ && !samples_.empty() && samples_.front().first > start_) {
+        const double span = Now() - samples_.front().first;
+        if (span > 0) rate = static_cast<double>(done_ - samples_.front().second) / span;
+    }
     std::string text;
     if (total_ > 0) {
         const int64_t shown = std::min(done_, total_);
@@ -186,6 +195,9 @@ void ProgressReporter::Update(int64_t done) {
     done_ = done;
     started_ = true;
     const double now = Now();
+    samples_.emplace_back(now, done);
+    // The oldest sample kept is the last one at least a window ago: the rate spans the window.
+    while (samples_.size() > 1 && now - samples_[1].first >= kRateWindow) samples_.pop_front();
     if (bar_) {
         if (lastDraw_ < 0 || now - lastDraw_ >= kBarInterval) {
             lastDraw_ = now;

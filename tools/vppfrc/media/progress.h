@@ -3,8 +3,10 @@
 
 #include <cstdint>
 #include <cstdio>
+#include <deque>
 #include <functional>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace media {
@@ -82,6 +84,9 @@ class ProgressReporter {
     double lastDraw_ = -1;
     int lastStep_ = -1;  // last 10% step printed as a line
     size_t lastBarLength_ = 0;
+    // (time, count) of recent updates: the rate shown while running is over the last few
+    // seconds, so a fast start or a slow patch does not colour it for the rest of the run.
+    std::deque<std::pair<double, int64_t>> samples_;
 };
 
 }  // namespace media

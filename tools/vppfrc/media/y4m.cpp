@@ -71,8 +71,10 @@ Y4mReader::~Y4mReader() {
 }
 
 void Y4mReader::Close() {
-    if (fd_ >= 0) close(fd_);
-    fd_ = -1;
+    fd_.reset();
+    bytesRead_ = 0;
+    damaged_ = false;
+    frameParams_.clear();
     format_ = VideoFormat();
     chroma_.clear();
     frameSize_ = 0;
@@ -90,9 +92,12 @@ ssize_t Y4mReader::Fill() {
         bufferPos_ = 0;
     }
     for (;;) {
-        ssize_t n = read(fd_, buffer_.data() + bufferEnd_, buffer_.size() - bufferEnd_);
+        ssize_t n = read(fd_.get(), buffer_.data() + bufferEnd_, buffer_.size() - bufferEnd_);
         if (n < 0 && errno == EINTR) continue;
-        if (n > 0) bufferEnd_ += static_cast<size_t>(n);
+        if (n > 0) {
+            bufferEnd_ += static_cast<size_t>(n);
+            bytesRead_ += static_cast<uint64_t>(n);
+        }
         return n;
     }
 }
@@ -136,19 +141,31 @@ int Y4mReader::ReadLine(size_t maxLength, std::string* line, bool* truncated,
 
 bool Y4mReader::Open(const std::string& path, std::string* error) {
     Close();
-    path_ = path;
-    int fd = open(path.c_str(), O_RDONLY | O_CLOEXEC);
-    if (fd < 0) {
+    if (path == "-") {
+        UniqueFd fd(fcntl(STDIN_FILENO, F_DUPFD_CLOEXEC, 3));
+        if (!fd.valid()) {
+            SetError(error, std::string("cannot read standard input: ") + strerror(errno));
+            return false;
+        }
+        return OpenFd(std::move(fd), "standard input", error);
+    }
+    UniqueFd fd(open(path.c_str(), O_RDONLY | O_CLOEXEC));
+    if (!fd.valid()) {
         SetError(error, "cannot open " + Quote(path) + ": " + strerror(errno));
         return false;
     }
+    return OpenFd(std::move(fd), path, error);
+}
+
+bool Y4mReader::OpenFd(UniqueFd fd, const std::string& path, std::string* error) {
+    Close();
+    path_ = path;
     struct stat st;
-    if (fstat(fd, &st) == 0 && S_ISDIR(st.st_mode)) {
-        close(fd);
+    if (fstat(fd.get(), &st) == 0 && S_ISDIR(st.st_mode)) {
         SetError(error, "cannot open " + Quote(path) + ": it is a folder");
         return false;
     }
-    fd_ = fd;
+    fd_ = std::move(fd);
     buffer_.resize(kBufferSize);
 
     // Check the signature before looking for a line end, so that any binary file gets the
@@ -200,6 +217,18 @@ bool Y4mReader::Open(const std::string& path, std::string* error) {
     return true;
 }
 
+namespace {
+
+// Position of token `tag` in tags (by its first letter), or -1.
+int FindTag(const std::vector<std::string>& tags, char tag) {
+    for (size_t i = 0; i < tags.size(); ++i) {
+        if (!tags[i].empty() && tags[i][0] == tag) return static_cast<int>(i);
+    }
+    return -1;
+}
+
+}  // namespace
+
 bool Y4mReader::ParseHeader(const std::string& headerLine, std::string* error) {
     std::string line = headerLine;
     if (!line.empty() && line.back() == '\r') line.pop_back();
@@ -213,6 +242,7 @@ bool Y4mReader::ParseHeader(const std::string& headerLine, std::string* error) {
         std::string token = line.substr(pos, end - pos);
         pos = end + 1;
         if (token.empty()) continue;
+        format_.tags.push_back(token);
         const char tag = token[0];
         const std::string value = token.substr(1);
         bool* seen = nullptr;
@@ -233,7 +263,7 @@ bool Y4mReader::ParseHeader(const std::string& headerLine, std::string* error) {
                 seen = &haveI;
                 break;
             default:
-                break;  // A (aspect), X (extensions) and unknown tags are ignored
+                break;  // A (aspect), X (extensions) and unknown tags are kept as they are
         }
         if (seen == nullptr) continue;
         if (*seen) {
@@ -288,6 +318,12 @@ bool Y4mReader::ParseHeader(const std::string& headerLine, std::string* error) {
                  "': " + InterlaceName(interlace) + "); only progressive video is supported";
         return false;
     }
+    if (static_cast<int64_t>(format_.width) * format_.height > kMaxPixels) {
+        *error = file + " has frames of " + std::to_string(format_.width) + "x" +
+                 std::to_string(format_.height) + " pixels, more than the " +
+                 std::to_string(kMaxPixels) + " (7680x4320) this tool takes";
+        return false;
+    }
     if (format_.width % 2 != 0 || format_.height % 2 != 0) {
         *error = file + " has an odd frame size (" + std::to_string(format_.width) + "x" +
                  std::to_string(format_.height) + "); 4:2:0 needs an even width and height";
@@ -297,6 +333,7 @@ bool Y4mReader::ParseHeader(const std::string& headerLine, std::string* error) {
 }
 
 Y4mReader::Result Y4mReader::Stop(Result result, const std::string& message, std::string* error) {
+    if (result == Result::kError && message.rfind("cannot", 0) != 0) damaged_ = true;
     final_ = result;
     finalMessage_ = message;
     if (result == Result::kError) SetError(error, message);
@@ -304,7 +341,7 @@ Y4mReader::Result Y4mReader::Stop(Result result, const std::string& message, std
 }
 
 Y4mReader::Result Y4mReader::Read(uint8_t* i420, std::string* error) {
-    if (fd_ < 0) {
+    if (!fd_.valid()) {
         SetError(error, "no YUV4MPEG2 file is open");
         return Result::kError;
     }
@@ -312,7 +349,8 @@ Y4mReader::Result Y4mReader::Read(uint8_t* i420, std::string* error) {
         if (final_ == Result::kError) SetError(error, finalMessage_);
         return final_;
     }
-    const std::string frameName = "frame " + std::to_string(framesRead_ + 1);
+    const std::string frameName =
+        "frame " + std::to_string(framesRead_ + 1) + " (at byte " + std::to_string(Offset()) + ")";
     std::string line, problem;
     bool truncated = false;
     int got = ReadLine(kMaxFrameLine, &line, &truncated, &problem);
@@ -332,6 +370,7 @@ Y4mReader::Result Y4mReader::Read(uint8_t* i420, std::string* error) {
                     Quote(path_) + ": " + frameName + " is truncated inside its FRAME header",
                     error);
     }
+    frameParams_ = line.size() > 6 ? line.substr(6) : std::string();
 
     // Frame data: first what is already buffered, then straight into the caller's memory.
     size_t copied = std::min(frameSize_, bufferEnd_ - bufferPos_);
@@ -341,8 +380,11 @@ Y4mReader::Result Y4mReader::Read(uint8_t* i420, std::string* error) {
         size_t want = frameSize_ - copied;
         ssize_t n;
         if (want >= buffer_.size()) {
-            n = read(fd_, i420 + copied, want);
-            if (n > 0) copied += static_cast<size_t>(n);
+            n = read(fd_.get(), i420 + copied, want);
+            if (n > 0) {
+                copied += static_cast<size_t>(n);
+                bytesRead_ += static_cast<uint64_t>(n);
+            }
         } else {
             n = Fill();
             if (n > 0) {
@@ -370,7 +412,8 @@ Y4mReader::Result Y4mReader::Read(uint8_t* i420, std::string* error) {
     return Result::kFrame;
 }
 
-bool Y4mWriter::Open(const std::string& path, const VideoFormat& format, std::string* error) {
+bool Y4mWriter::Open(const std::string& path, const VideoFormat& format, std::string* error,
+                     bool overwrite) {
     file_.Discard();
     framesWritten_ = 0;
     if (format.width <= 0 || format.height <= 0 || format.width > kMaxDimension ||
@@ -385,21 +428,34 @@ bool Y4mWriter::Open(const std::string& path, const VideoFormat& format, std::st
     }
     format_ = format;
     frameSize_ = I420FrameSize(format.width, format.height);
-    if (!file_.Open(path, error)) return false;
-    char header[128];
-    int length = snprintf(header, sizeof(header), "YUV4MPEG2 W%d H%d F%d:%d Ip C420jpeg\n",
-                          format.width, format.height, format.fpsNum, format.fpsDen);
-    if (!file_.Write(header, static_cast<size_t>(length), error)) {
+    if (!file_.Open(path, overwrite, error)) return false;
+    std::vector<std::string> tags = format.tags;
+    if (tags.empty()) tags = {"W", "H", "F", "Ip", "C420jpeg"};
+    const std::pair<char, std::string> values[] = {
+        {'W', std::to_string(format.width)},
+        {'H', std::to_string(format.height)},
+        {'F', std::to_string(format.fpsNum) + ":" + std::to_string(format.fpsDen)}};
+    for (const auto& value : values) {
+        const int at = FindTag(tags, value.first);
+        if (at >= 0) {
+            tags[static_cast<size_t>(at)] = value.first + value.second;
+        } else {
+            tags.push_back(value.first + value.second);
+        }
+    }
+    std::string header = kSignature;
+    for (const std::string& tag : tags) header += " " + tag;
+    header += "\n";
+    if (!file_.Write(header.data(), header.size(), error)) {
         file_.Discard();
         return false;
     }
     return true;
 }
 
-bool Y4mWriter::Write(const uint8_t* i420, std::string* error) {
-    static const char kFrameLine[] = "FRAME\n";
-    if (!file_.Write(kFrameLine, sizeof(kFrameLine) - 1, error) ||
-        !file_.Write(i420, frameSize_, error)) {
+bool Y4mWriter::Write(const uint8_t* i420, std::string* error, const std::string& params) {
+    const std::string line = params.empty() ? "FRAME\n" : "FRAME " + params + "\n";
+    if (!file_.Write(line.data(), line.size(), error) || !file_.Write(i420, frameSize_, error)) {
         return false;
     }
     ++framesWritten_;

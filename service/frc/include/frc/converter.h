@@ -22,20 +22,37 @@ enum class FrcMode : int {
 // What the converter does at the end of the stream with the last input frame.
 enum class StreamEnd {
     kLastFrameAlone,  // output it once
-    kFullGroup,       // output it followed by factor - 1 repeats, timestamps continuing the
-                      // last input interval (a single-frame stream yields the frame alone)
+    kFullGroup,       // also output the frames due within one more input interval after it
+                      // (repeats of it, timestamps continuing the last input interval); a
+                      // single-frame stream yields the frame alone
 };
+
+// Largest numerator or denominator of a rate ratio, once reduced: it is the denominator of the
+// in-between frames' phases, which the blend and motion kernels take as 16-bit weights.
+constexpr int kMaxRatioTerm = 65535;
+// Largest output/input rate ratio, as for the integer factor.
+constexpr int kMaxRatio = 8;
 
 struct ConverterConfig {
     FrcMode mode = FrcMode::kOff;
-    int factor = 2;       // output frames per input frame, 2..8; ignored in kOff
+    int factor = 2;  // output frames per input frame, 2..8; ignored in kOff or with a ratio
+    // Output/input frame-rate ratio rateNum/rateDen, used instead of factor when rateNum > 0:
+    // from 1 to 8 (rateNum <= 8 * rateDen), each term at most kMaxRatioTerm once reduced. 0/0:
+    // the integer factor applies.
+    int rateNum = 0;
+    int rateDen = 0;
     int searchRange = 0;  // motion search range in luma pixels, 0 = automatic
     int threads = 0;      // threads of motion mode per frame, 0 = one per core
     StreamEnd streamEnd = StreamEnd::kLastFrameAlone;
 };
 
-// True when mode is one of the four and (mode off or) factor is 2..8 and searchRange, threads >= 0.
+// True when mode is one of the four, searchRange and threads are >= 0, and (unless the mode is
+// off) the ratio is valid when given, or else factor is 2..8.
 bool isValidConfig(const ConverterConfig& config);
+
+// The conversion's output/input rate ratio in lowest terms (*num / *den): the ratio when given,
+// else factor / 1; 1 / 1 in mode off. False (outputs untouched) when the config is invalid.
+bool reducedRatio(const ConverterConfig& config, int* num, int* den);
 
 // One output frame, in output order.
 struct OutputFrame {
@@ -48,7 +65,8 @@ struct OutputFrame {
     uint64_t tag = 0;      // caller's tag of the input frame shown (or of the earlier frame)
     uint64_t nextTag = 0;  // kInterpolated: tag of the later input frame
     int phase = 0;         // k of k / factor; 0 for kInput
-    int factor = 1;        // group size N (1 in mode off)
+    int factor = 1;        // phase denominator: the reduced ratio's numerator (the factor N for
+                           // an integer ratio; 1 in mode off)
     int64_t timestamp = 0;
     bool last = false;  // the final output of the stream (only set by finish())
 };
@@ -71,11 +89,16 @@ struct ConverterStats {
 // session may use its own on its own thread.
 //
 // The caller pushes input frames in stream order. push() appends the outputs that became due:
-// in mode off the new frame itself; otherwise the group of the previous frame: that frame
-// (phase 0) followed by factor - 1 in-between frames at phases k / factor with timestamps
-// tA + k * (tB - tA) / factor (integer arithmetic, truncating). finish() appends the last
-// frame's outputs at the end of the stream. For each output the caller either forwards the
-// input buffer it names (kInput) or calls render() with a destination buffer.
+// in mode off the new frame itself; otherwise those of the interval from the previous frame A
+// (input i of the stream, from 0) to the new one B. With the ratio p/q in lowest terms, output
+// j of the stream lies at input position j * q / p: the outputs of the interval are those with
+// i <= j * q / p < i + 1, each at phase k / p with k = j * q - i * p. Phase 0 is A itself
+// (kInput); any other is an in-between frame with timestamp tA + k * (tB - tA) / p (integer
+// arithmetic, truncating, without overflow). An integer factor N is the ratio N / 1: A then
+// N - 1 in-between frames. finish() appends the outputs due at the last frame: the frame itself
+// when it lies on the output grid, so that M inputs give floor((M - 1) * p / q) + 1 outputs.
+// For each output the caller either forwards the input buffer it names (kInput) or calls
+// render() with a destination buffer.
 //
 // Buffer lifetime: an input frame's pixels must stay readable and unchanged until the outputs
 // returned by the push() or finish() that follows it have been rendered (in mode off, until
@@ -90,8 +113,9 @@ class Converter {
 
     const ConverterConfig& config() const;
 
-    // Changes mode and factor for the groups emitted from now on. Returns false (keeping the
-    // old configuration) when the new one is invalid.
+    // Changes mode, factor and ratio for the intervals emitted from now on (a new ratio's grid
+    // starts at the next input frame). Returns false (keeping the old configuration) when the
+    // new one is invalid.
     bool reconfigure(const ConverterConfig& config);
 
     // Accepts the next input frame, tagged by the caller, and appends due outputs to `out`.

@@ -13,9 +13,10 @@ bool copyFrame(const ConstFrameView& src, const FrameView& dst);
 //     dst = (a * (n - k) + b * k + n / 2) / n     per sample, integer division,
 // i.e. the weighted average rounded to nearest with ties rounded up (for n = 2 this is the
 // usual (a + b + 1) >> 1). k = 0 yields `a` and k = n yields `b` bit-exactly. Requires
-// 1 <= n <= 16 and 0 <= k <= n; returns false, touching nothing, otherwise or when the
-// views are invalid or differ in geometry. `dst` may alias `a` or `b` plane by plane.
+// 1 <= n <= kMaxBlendDenominator and 0 <= k <= n; returns false, touching nothing, otherwise or
+// when the views are invalid or differ in geometry. `dst` may alias `a` or `b` plane by plane.
 bool blendFrames(const ConstFrameView& a, const ConstFrameView& b, int k, int n,
                  const FrameView& dst);
+constexpr int kMaxBlendDenominator = 65535;
 
 }  // namespace frc

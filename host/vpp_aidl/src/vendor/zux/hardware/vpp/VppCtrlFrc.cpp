@@ -45,6 +45,20 @@ binder_status_t VppCtrlFrc::readFromParcel(const AParcel* _aidl_parcel) {
     _aidl_ret_status = ::ndk::AParcel_readData(_aidl_parcel, &searchRange);
     if (_aidl_ret_status != STATUS_OK) return _aidl_ret_status;
 
+    if (AParcel_getDataPosition(_aidl_parcel) - _aidl_start_pos >= _aidl_parcelable_size) {
+        (void)AParcel_setDataPosition(_aidl_parcel, _aidl_start_pos + _aidl_parcelable_size);
+        return _aidl_ret_status;
+    }
+    _aidl_ret_status = ::ndk::AParcel_readData(_aidl_parcel, &rateNum);
+    if (_aidl_ret_status != STATUS_OK) return _aidl_ret_status;
+
+    if (AParcel_getDataPosition(_aidl_parcel) - _aidl_start_pos >= _aidl_parcelable_size) {
+        (void)AParcel_setDataPosition(_aidl_parcel, _aidl_start_pos + _aidl_parcelable_size);
+        return _aidl_ret_status;
+    }
+    _aidl_ret_status = ::ndk::AParcel_readData(_aidl_parcel, &rateDen);
+    if (_aidl_ret_status != STATUS_OK) return _aidl_ret_status;
+
     // Skips fields added by a newer peer.
     (void)AParcel_setDataPosition(_aidl_parcel, _aidl_start_pos + _aidl_parcelable_size);
     return _aidl_ret_status;
@@ -63,6 +77,12 @@ binder_status_t VppCtrlFrc::writeToParcel(AParcel* _aidl_parcel) const {
     if (_aidl_ret_status != STATUS_OK) return _aidl_ret_status;
 
     _aidl_ret_status = ::ndk::AParcel_writeData(_aidl_parcel, searchRange);
+    if (_aidl_ret_status != STATUS_OK) return _aidl_ret_status;
+
+    _aidl_ret_status = ::ndk::AParcel_writeData(_aidl_parcel, rateNum);
+    if (_aidl_ret_status != STATUS_OK) return _aidl_ret_status;
+
+    _aidl_ret_status = ::ndk::AParcel_writeData(_aidl_parcel, rateDen);
     if (_aidl_ret_status != STATUS_OK) return _aidl_ret_status;
 
     // The size prefix counts itself and every field.

@@ -33,7 +33,7 @@ class IVppCallbacks : public ::ndk::ICInterface {
     virtual ~IVppCallbacks();
 
     static const int32_t version = 1;
-    static inline const std::string hash = "1f26c75222e68b48ecdd0e86d100d7457030326e";
+    static inline const std::string hash = "fc7401b659298ec5ec0ed5806e7d99feeff2fe5e";
     static constexpr uint32_t TRANSACTION_eventDrainDone = FIRST_CALL_TRANSACTION + 0;
     static constexpr uint32_t TRANSACTION_eventError = FIRST_CALL_TRANSACTION + 1;
     static constexpr uint32_t TRANSACTION_eventFlushDone = FIRST_CALL_TRANSACTION + 2;

@@ -31,7 +31,7 @@ class IVppService : public ::ndk::ICInterface {
     virtual ~IVppService();
 
     static const int32_t version = 1;
-    static inline const std::string hash = "1f26c75222e68b48ecdd0e86d100d7457030326e";
+    static inline const std::string hash = "fc7401b659298ec5ec0ed5806e7d99feeff2fe5e";
     static constexpr uint32_t TRANSACTION_getNewVppSession = FIRST_CALL_TRANSACTION + 0;
     static constexpr uint32_t TRANSACTION_getInterfaceVersion = FIRST_CALL_TRANSACTION + 16777214;
     static constexpr uint32_t TRANSACTION_getInterfaceHash = FIRST_CALL_TRANSACTION + 16777213;

@@ -37,7 +37,7 @@ class IVppSession : public ::ndk::ICInterface {
     virtual ~IVppSession();
 
     static const int32_t version = 1;
-    static inline const std::string hash = "1f26c75222e68b48ecdd0e86d100d7457030326e";
+    static inline const std::string hash = "fc7401b659298ec5ec0ed5806e7d99feeff2fe5e";
     static constexpr uint32_t TRANSACTION_close = FIRST_CALL_TRANSACTION + 0;
     static constexpr uint32_t TRANSACTION_drain = FIRST_CALL_TRANSACTION + 1;
     static constexpr uint32_t TRANSACTION_flush = FIRST_CALL_TRANSACTION + 2;

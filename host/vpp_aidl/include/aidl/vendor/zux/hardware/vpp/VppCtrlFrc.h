@@ -30,17 +30,19 @@ class VppCtrlFrc {
     int32_t mode = 0;
     int32_t factor = 0;
     int32_t searchRange = 0;
+    int32_t rateNum = 0;
+    int32_t rateDen = 0;
 
     binder_status_t readFromParcel(const AParcel* parcel);
     binder_status_t writeToParcel(AParcel* parcel) const;
 
     inline bool operator==(const VppCtrlFrc& _rhs) const {
-        return std::tie(mode, factor, searchRange) ==
-               std::tie(_rhs.mode, _rhs.factor, _rhs.searchRange);
+        return std::tie(mode, factor, searchRange, rateNum, rateDen) ==
+               std::tie(_rhs.mode, _rhs.factor, _rhs.searchRange, _rhs.rateNum, _rhs.rateDen);
     }
     inline bool operator<(const VppCtrlFrc& _rhs) const {
-        return std::tie(mode, factor, searchRange) <
-               std::tie(_rhs.mode, _rhs.factor, _rhs.searchRange);
+        return std::tie(mode, factor, searchRange, rateNum, rateDen) <
+               std::tie(_rhs.mode, _rhs.factor, _rhs.searchRange, _rhs.rateNum, _rhs.rateDen);
     }
     inline bool operator!=(const VppCtrlFrc& _rhs) const { return !(*this == _rhs); }
     inline bool operator>(const VppCtrlFrc& _rhs) const { return _rhs < *this; }
@@ -54,6 +56,8 @@ class VppCtrlFrc {
         _aidl_os << "mode: " << ::android::internal::ToString(mode);
         _aidl_os << ", factor: " << ::android::internal::ToString(factor);
         _aidl_os << ", searchRange: " << ::android::internal::ToString(searchRange);
+        _aidl_os << ", rateNum: " << ::android::internal::ToString(rateNum);
+        _aidl_os << ", rateDen: " << ::android::internal::ToString(rateDen);
         _aidl_os << "}";
         return _aidl_os.str();
     }
