@@ -98,9 +98,8 @@ TEST_F(LoggingTest, EachLevelWritesItsTagLetterPriorityAndFullAndroidLine) {
 
         const auto lines = capture.Lines();
         ASSERT_EQ(lines.size(), 1u);
-        EXPECT_EQ(Describe(lines[0]), Describe(Expected{kLevelTag[level], kLevelLetter[level],
-                                                        "EmitNode", "[node] value 42"},
-                                               LogSink::Normal, "VPP"));
+        EXPECT_EQ(Describe(lines[0]), Describe(ExpectedLine{static_cast<vpptest::Level>(level), "EmitNode",
+                                                            "[node] value 42"}));
         EXPECT_EQ(lines[0].line, g_statementLine[level]);
 
         const auto androidLines = android.Lines();
