@@ -220,18 +220,5 @@ TEST_F(ServiceLinkTest, EveryLinkedNodeHearsTheDeathWithItsOwnCookie) {
     EXPECT_EQ(messages, expected);
 }
 
-TEST_F(ServiceLinkTest, DirectDeathCallbackRunsTheHandlerThenTheLine) {
-    TestNode node("Direct");
-    node.m_skipWaitForClose = 1;
-    BothSinks capture;
-    size_t linesSeenByHandler = 99;
-    node.onServiceDied = [&] { linesSeenByHandler = capture.Lines().size(); };
-    TestNode::VppServiceDied(&node);
-    EXPECT_EQ(linesSeenByHandler, 0u);
-    EXPECT_EQ(node.Events(), std::vector<std::string>{"died"});
-    ExpectLines(capture, {Info("VppServiceDied", "vpp service died: cookie=" + Address(&node))});
-    node.onServiceDied = nullptr;
-}
-
 }  // namespace
 }  // namespace vpptest
