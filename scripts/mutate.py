@@ -92,7 +92,8 @@ MUTATIONS = [
              "if (nullptr != pFrcRatioInfo) {"),
     # The reference service.
     Mutation("S1", "service", "service/src/mapped_frame.cpp", "missing close",
-             "mappings are never unmapped", "        munmap(region.address, region.length);\n", ""),
+             "mappings are never unmapped",
+             "        munmap(region.address, region.length);", "        (void)region;"),
     Mutation("S2", "service", "service/src/mapped_frame.cpp", "off-by-one",
              "a buffer one byte too short is mapped",
              "available - offset < span", "available - offset + 1 < span"),
