@@ -140,9 +140,10 @@ class IxoNodeVppBase {
     static void VppServiceDied(void* cookie);
 
     // ---- Session lifecycle ------------------------------------------------------------------
-    // Each call below makes at most one binder round trip per port, bounded only by the service.
-    // Without a session (InitVppSession failed or was not called) the service call is skipped
-    // and the preset answer stands.
+    // Each call below runs on the caller's thread and makes a few binder round trips (one per
+    // port for parameters and flush), each bounded only by the service. Without a session
+    // (InitVppSession failed or was not called) the service calls are skipped and the preset
+    // answer stands.
 
     // Links the death recipient (node as cookie), creates the session and its callbacks
     // object, and calls init. LumResultEFailed when there is no service, the link or the
