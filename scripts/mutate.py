@@ -156,7 +156,12 @@ def main():
     parser.add_argument("--log", default=None, help="build and test output (default: under the build dir)")
     args = parser.parse_args()
 
-    selected = [m for m in MUTATIONS if not args.only or m.ident in args.only]
+    # In the order --only names them, so that the ones that matter most run first.
+    by_id = {m.ident: m for m in MUTATIONS}
+    unknown = [i for i in (args.only or []) if i not in by_id]
+    if unknown:
+        sys.exit("unknown mutation ids: " + " ".join(unknown))
+    selected = [by_id[i] for i in args.only] if args.only else MUTATIONS
     if args.list:
         for m in selected:
             print(f"{m.ident:4} {m.area:8} {m.kind:17} {m.what}")
