@@ -16,41 +16,14 @@
 #include <string>
 #include <vector>
 
+#include "base_fixture.h"
 #include "ixolog.h"
+#include "log_expect.h"
 #include "scripted_vpp.h"
 #include "syslog_capture.h"
 #include "test_node.h"
 
 namespace vpptest {
-
-// Which log statement form a line must have been written in.
-enum class Form {
-    kNode,  // group "VPP" of the node masks, Android tag "IxoNode"
-    kIxe,   // group "FRC" of the extension-layer masks, Android tag "Ixo"
-};
-
-// A line as the library must write it: level letter ('E', 'W', 'I', 'V'), function, message.
-struct ExpectedLine {
-    char level;
-    std::string function;
-    std::string message;
-    Form form = Form::kNode;
-};
-
-inline ExpectedLine Node(char level, std::string function, std::string message) {
-    return ExpectedLine{level, std::move(function), std::move(message), Form::kNode};
-}
-
-inline ExpectedLine Ixe(char level, std::string function, std::string message) {
-    return ExpectedLine{level, std::move(function), std::move(message), Form::kIxe};
-}
-
-// A pointer as "%p" prints it ("(nil)" for null).
-inline std::string Ptr(const void* pointer) {
-    char text[32];
-    snprintf(text, sizeof(text), "%p", pointer);
-    return text;
-}
 
 // The address of a request member, as the cookie a VppBuffer carries.
 inline int64_t CookieOf(const void* pMember) {
@@ -145,17 +118,16 @@ inline void DisableAllLogs() {
     }
 }
 
-class BufferPathTest : public ::testing::Test {
+// Fixture: the base's clean state and leak checks, a node wired straight to a scripted session,
+// both statement forms logged at every level.
+class BufferPathTest : public BaseTest {
   protected:
     static constexpr const char* kNodeName = "BufNode";
 
     void SetUp() override {
-        camera_host::SetStderrLogging(false);
+        BaseTest::SetUp();
         EnableBufferPathLogs();
         g_enableSystemLog = 0;
-        TestNode::ResetStatics();
-        ABinderHost_resetForTesting();
-        m_fdsBefore = OpenFdCount();
 
         service = ndk::SharedRefBase::make<ScriptedService>();
         registration = std::make_unique<ServiceRegistration>(service);
@@ -172,10 +144,7 @@ class BufferPathTest : public ::testing::Test {
         registration.reset();
         session.reset();
         service.reset();
-        TestNode::ResetStatics();
-        ABinderHost_resetForTesting();
-        camera_host::SetStderrLogging(true);
-        EXPECT_EQ(OpenFdCount(), m_fdsBefore) << "descriptors leaked or closed by the test";
+        BaseTest::TearDown();
     }
 
     // Starts recording both log sinks and syslog afresh. The Android log is on only while
@@ -183,7 +152,6 @@ class BufferPathTest : public ::testing::Test {
     void StartCapture() {
         StopCapture();
         m_logs.emplace();
-        m_androidLogs.emplace();
         m_syslog.emplace();
         g_enableSystemLog = 1;
     }
@@ -191,47 +159,13 @@ class BufferPathTest : public ::testing::Test {
     void StopCapture() {
         g_enableSystemLog = 0;
         m_syslog.reset();
-        m_androidLogs.reset();
         m_logs.reset();
     }
 
     // The lines written since StartCapture, to the character, in both sinks.
     void ExpectLog(const std::vector<ExpectedLine>& expected) {
         ASSERT_TRUE(m_logs.has_value()) << "StartCapture was not called";
-        const std::vector<camera_host::LogLine> lines = SinkLines();
-        const std::vector<AndroidLogLine> androidLines = AndroidLines();
-
-        std::vector<std::string> want;
-        std::vector<std::string> got;
-        std::vector<std::string> wantAndroid;
-        std::vector<std::string> gotAndroid;
-        for (size_t i = 0; i < expected.size(); i++) {
-            const ExpectedLine& line = expected[i];
-            const Level level = LevelOf(line.level);
-            const char* pGroup = line.form == Form::kNode ? "VPP" : "FRC";
-            want.push_back(std::string("normal|") + level.pTag + "|" + level.pLetter + "|" +
-                           pGroup + "|pavovppservicebase|" + line.function + "|" + line.message);
-            // The Android line carries the statement's line number, which the framework sink
-            // received as an argument.
-            const std::string number = i < lines.size() ? std::to_string(lines[i].line) : "?";
-            wantAndroid.push_back(std::to_string(level.priority) + "|" +
-                                  (line.form == Form::kNode ? "IxoNode" : "Ixo") + "|" +
-                                  level.pTag + pGroup + " pavovppservicebase:" + number + " " +
-                                  line.function + "() " + line.message + "\n");
-        }
-        for (const camera_host::LogLine& line : lines) {
-            got.push_back(
-                std::string(line.sink == camera_host::LogSink::Normal ? "normal" : "encrypt") +
-                "|" + line.levelTag + "|" + line.levelLetter + "|" + line.group + "|" + line.file +
-                "|" + line.function + "|" + line.message);
-            EXPECT_GT(line.line, 0);
-        }
-        for (const AndroidLogLine& line : androidLines) {
-            gotAndroid.push_back(std::to_string(line.priority) + "|" + line.tag + "|" +
-                                 line.message);
-        }
-        EXPECT_EQ(got, want);
-        EXPECT_EQ(gotAndroid, wantAndroid);
+        EXPECT_TRUE(LogIs(*m_logs, expected));
     }
 
     // What the framework sinks and the Android log received since StartCapture.
@@ -239,7 +173,7 @@ class BufferPathTest : public ::testing::Test {
         return m_logs.has_value() ? m_logs->Lines() : std::vector<camera_host::LogLine>();
     }
     std::vector<AndroidLogLine> AndroidLines() const {
-        return m_androidLogs.has_value() ? m_androidLogs->Lines() : std::vector<AndroidLogLine>();
+        return m_logs.has_value() ? m_logs->AndroidLines() : std::vector<AndroidLogLine>();
     }
 
     std::vector<SyslogLine> SyslogLines() const {
@@ -280,29 +214,7 @@ class BufferPathTest : public ::testing::Test {
     std::unique_ptr<TestNode> node;
 
   private:
-    struct Level {
-        const char* pTag;
-        const char* pLetter;
-        int priority;
-    };
-
-    static Level LevelOf(char letter) {
-        switch (letter) {
-            case 'E':
-                return Level{"[ERROR]", "E", ANDROID_LOG_ERROR};
-            case 'W':
-                return Level{"[ WARN]", "W", ANDROID_LOG_WARN};
-            case 'I':
-                return Level{"[ INFO]", "I", ANDROID_LOG_INFO};
-            default:
-                return Level{"[VERBOSE]", "V", ANDROID_LOG_INFO};
-        }
-    }
-
-    camera_host::LogSwitchesGuard m_switches;
-    int m_fdsBefore = 0;
-    std::optional<camera_host::LogCapture> m_logs;
-    std::optional<AndroidLogCapture> m_androidLogs;
+    std::optional<LogRecorder> m_logs;
     std::optional<SyslogCapture> m_syslog;
 };
 

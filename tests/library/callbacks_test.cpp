@@ -112,19 +112,6 @@ TEST_F(CallbacksTest, EachMethodForwardsItsOwnArgumentToItsHandler) {
     EXPECT_EQ(reconfigDone.status, VppError::VPP_ERR_PARAM);
 }
 
-TEST_F(CallbacksTest, ErrorEventPassesTheServiceValueUnchanged) {
-    AddressNode node("Errors");
-    auto callbacks = ndk::SharedRefBase::make<IxoVppCallbacks>(&node);
-    const int32_t values[] = {0, 1, 9, 10, -1, INT32_MIN};
-    std::vector<std::string> expected;
-    for (int32_t value : values) {
-        VppError answer = VppError::VPP_ERR;
-        ExpectOkAnswer(callbacks->eventError(static_cast<VppError>(value), &answer), answer);
-        expected.push_back("error:" + std::to_string(value));
-    }
-    EXPECT_EQ(node.Events(), expected);
-}
-
 TEST_F(CallbacksTest, WithoutANodeEveryMethodStillAnswersOk) {
     auto callbacks = ndk::SharedRefBase::make<IxoVppCallbacks>(nullptr);
     camera_host::LogCapture capture;

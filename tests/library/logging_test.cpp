@@ -98,9 +98,8 @@ TEST_F(LoggingTest, EachLevelWritesItsTagLetterPriorityAndFullAndroidLine) {
 
         const auto lines = capture.Lines();
         ASSERT_EQ(lines.size(), 1u);
-        EXPECT_EQ(Describe(lines[0]), Describe(Expected{kLevelTag[level], kLevelLetter[level],
-                                                        "EmitNode", "[node] value 42"},
-                                               LogSink::Normal, "VPP"));
+        EXPECT_EQ(Describe(lines[0]), Describe(ExpectedLine{static_cast<vpptest::Level>(level),
+                                                            "EmitNode", "[node] value 42"}));
         EXPECT_EQ(lines[0].line, g_statementLine[level]);
 
         const auto androidLines = android.Lines();
@@ -251,50 +250,6 @@ TEST_F(LoggingTest, ExtensionFormUsesItsOwnMasksGroupAndAndroidTag) {
     }
 }
 
-TEST_F(LoggingTest, LibraryLinesReachTheAndroidLogInFull) {
-    g_enableSystemLog = 1;
-    camera_host::LogCapture capture;
-    AndroidLogCapture android;
-    {
-        // No service: the acquisition error; then both Initialize paths and the destructor.
-        TestNode first("node");
-        first.m_skipWaitForClose = 1;
-        ASSERT_EQ(first.Initialize(&g_nodeInterface), LumResultSuccess);
-        TestNode second("node");
-        second.m_skipWaitForClose = 1;
-        ASSERT_EQ(second.Initialize(&g_nodeInterface), LumResultSuccess);
-        EXPECT_EQ(second.Initialize(nullptr), LumResultEInvalidPointer);
-    }
-    const auto lines = capture.Lines();
-    ExpectAndroidTwins(lines, android.Lines());
-
-    // Spot checks of the shape, independent of the helper: one per level and function kind.
-    const auto androidLines = android.Lines();
-    const std::regex alreadyExists(
-        R"(\[ INFO\]VPP pavovppservicebase:(\d+) Initialize\(\) \[node\] vpp SessionCount lock already exists\n)");
-    const std::regex noBinder(
-        R"(\[ERROR\]VPP pavovppservicebase:(\d+) AcquireVppService\(\) Cannot get VPP service binder\n)");
-    const std::regex destructor(
-        R"(\[VERBOSE\]VPP pavovppservicebase:(\d+) ~IxoNodeVppBase\(\) \[node\] destructor of IxoNodeVppBase\n)");
-    int matched[3] = {0, 0, 0};
-    for (size_t i = 0; i < androidLines.size() && i < lines.size(); ++i) {
-        std::smatch match;
-        const std::regex* const patterns[] = {&alreadyExists, &noBinder, &destructor};
-        const int priorities[] = {ANDROID_LOG_INFO, ANDROID_LOG_ERROR, ANDROID_LOG_INFO};
-        for (int p = 0; p < 3; ++p) {
-            if (std::regex_match(androidLines[i].message, match, *patterns[p])) {
-                matched[p]++;
-                EXPECT_EQ(std::stoi(match[1].str()), lines[i].line);
-                EXPECT_EQ(androidLines[i].priority, priorities[p]);
-                EXPECT_EQ(androidLines[i].tag, "IxoNode");
-            }
-        }
-    }
-    EXPECT_EQ(matched[0], 1);  // only the second Initialize finds the lock
-    EXPECT_EQ(matched[1], 2);  // each constructor looks the service up
-    EXPECT_EQ(matched[2], 2);
-}
-
 TEST_F(LoggingTest, LibraryLinesUnderEncryptionGoOnlyToTheEncryptingSink) {
     TestNode first("node");
     first.m_skipWaitForClose = 1;
@@ -316,28 +271,6 @@ TEST_F(LoggingTest, LibraryLinesUnderEncryptionGoOnlyToTheEncryptingSink) {
     }
     EXPECT_EQ(lines[1].message, "[node] vpp SessionCount lock already exists");
     EXPECT_TRUE(android.Lines().empty());
-}
-
-TEST_F(LoggingTest, LibraryRespectsEachLevelMask) {
-    TestNode first("node");
-    first.m_skipWaitForClose = 1;
-    ASSERT_EQ(first.Initialize(&g_nodeInterface), LumResultSuccess);
-    TestNode second("node");
-    second.m_skipWaitForClose = 1;
-
-    // INFO off: of the three Initialize lines only the VERBOSE one remains.
-    SetNodeGroup({kInfoIndex}, false);
-    camera_host::LogCapture capture;
-    ASSERT_EQ(second.Initialize(&g_nodeInterface), LumResultSuccess);
-    const auto lines = capture.Lines();
-    ASSERT_EQ(lines.size(), 1u);
-    EXPECT_EQ(lines[0].levelLetter, "V");
-
-    // VERBOSE and ERROR off as well: the failing call writes nothing at all.
-    SetNodeGroup({kVerboseIndex, kErrorIndex}, false);
-    capture.Clear();
-    EXPECT_EQ(second.Initialize(nullptr), LumResultEInvalidPointer);
-    EXPECT_TRUE(capture.Lines().empty());
 }
 
 TEST(LumResultNames, EveryValueHasItsName) {

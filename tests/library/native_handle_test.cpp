@@ -271,28 +271,5 @@ TEST_F(NativeHandleTest, ImageSizeAboveInt32MaxIsPrintedSignedAndUnsigned) {
     });
 }
 
-TEST_F(NativeHandleTest, TenThousandQueueCallsLeaveTheDescriptorCountUnchanged) {
-    auto request = MakeRequest(7, 100, SmallNv12(true, {1, 2}));
-    auto temp = MakeRequest(8, 200);
-    DisableAllLogs();
-    const int fdsBefore = OpenFdCount();
-
-    constexpr int kRounds = 2000;
-    for (int i = 0; i < kRounds; i++) {
-        ASSERT_EQ(node->QueueInput(&request->info, 7, 0, 0, 0, 0), LumResultSuccess);
-        ASSERT_EQ(node->QueueInput(&request->info, 7, 0, 0, 1, 0), LumResultSuccess);
-        ASSERT_EQ(node->QueueOutput(&request->info, 7, 0, 0), LumResultSuccess);
-        ASSERT_EQ(
-            node->QueueTempBuffertoVPPOutput(&request->info, &temp->info, 7, 0, 1, nullptr, 0),
-            LumResultSuccess);
-        ASSERT_EQ(node->QueueTempBuffertoVPPOutput(&request->info, &temp->info, 7, 0, 0,
-                                                   temp->output->Camera(), 0),
-                  LumResultSuccess);
-    }
-
-    EXPECT_EQ(OpenFdCount(), fdsBefore);
-    EXPECT_EQ(Queued().size(), 5u * kRounds);
-}
-
 }  // namespace
 }  // namespace vpptest

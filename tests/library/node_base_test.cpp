@@ -22,7 +22,7 @@ using camera_host::LiveMutexCount;
 IxoNodeInterface g_nodeInterface{};
 
 std::string InitializeVerboseLine(const char* pName) {
-    return Format(
+    return Printf(
         "[%s] initialize IxoNodeVppBase, &s_sessionCount: %p, s_sessionCount: %u, "
         "&s_pSessionCountLock: %p, s_pSessionCountLock: %p",
         pName, static_cast<void*>(&TestNode::s_sessionCount), TestNode::s_sessionCount,
@@ -32,7 +32,7 @@ std::string InitializeVerboseLine(const char* pName) {
 
 // The INFO line after the count lock step; printed with the lock as it is then.
 std::string InitializeInfoLine(const char* pName, const void* pLock) {
-    return Format(
+    return Printf(
         "[%s] &s_sessionCount: %p, s_sessionCount: %u, &s_pSessionCountLock: %p, "
         "s_pSessionCountLock: %p",
         pName, static_cast<void*>(&TestNode::s_sessionCount), TestNode::s_sessionCount,
@@ -40,7 +40,7 @@ std::string InitializeInfoLine(const char* pName, const void* pLock) {
 }
 
 std::string ReleasedLine() {
-    return Format("&s_vppService: %p, s_vppService is already released, s_vppService: %p",
+    return Printf("&s_vppService: %p, s_vppService is already released, s_vppService: %p",
                   static_cast<void*>(&TestNode::s_vppService),
                   static_cast<void*>(TestNode::s_vppService.get()));
 }
@@ -118,7 +118,7 @@ TEST_P(InitializeFailureTest, AttemptsEverythingAndCleansUpOnAnyFailure) {
     TestNode::s_sessionCount = 2;
     BothSinks capture;
 
-    std::vector<Expected> expected = {Verbose("Initialize", InitializeVerboseLine("Matrix"))};
+    std::vector<ExpectedLine> expected = {Verbose("Initialize", InitializeVerboseLine("Matrix"))};
     const LumResult result = node.Initialize(&g_nodeInterface);
 
     if (lockFails) {
@@ -291,12 +291,12 @@ TEST_F(NodeDestructionTest, ThreeNodesReleaseOnlyWithTheLastAndTheNextNodeStarts
         capture.Clear();
         nodes[i].reset();
         const unsigned left = 2 - i;
-        std::vector<Expected> expected = {
-            Verbose("~IxoNodeVppBase", Format("[%s] destructor of IxoNodeVppBase", names[i])),
-            Info("~IxoNodeVppBase", Format("[%s] s_sessionCount decrease to: %u", names[i], left))};
+        std::vector<ExpectedLine> expected = {
+            Verbose("~IxoNodeVppBase", Printf("[%s] destructor of IxoNodeVppBase", names[i])),
+            Info("~IxoNodeVppBase", Printf("[%s] s_sessionCount decrease to: %u", names[i], left))};
         if (left == 0) {
             expected.push_back(
-                Info("~IxoNodeVppBase", Format("[%s] Need release vpp service now", names[i])));
+                Info("~IxoNodeVppBase", Printf("[%s] Need release vpp service now", names[i])));
             expected.push_back(Verbose("ReleaseVppService", ReleasedLine()));
         }
         ExpectLines(capture, expected);
@@ -352,7 +352,7 @@ TEST_F(NodeDestructionTest, NodeWithoutCountLockKeepsTheService) {
     ExpectLines(capture,
                 {Verbose("~IxoNodeVppBase", "[NoLock] destructor of IxoNodeVppBase"),
                  Info("~IxoNodeVppBase", "[NoLock] s_pSessionCountLock is NULL, s_vppService: " +
-                                             Pointer(service.get()))});
+                                             Ptr(service.get()))});
     EXPECT_EQ(TestNode::s_vppService, service);
 }
 
@@ -362,7 +362,7 @@ TEST_F(NodeDestructionTest, DestructorClosesTheSessionUnlessToldToSkip) {
     waiting->m_skipWaitForClose = 0;
     const auto waitingSession = m_service->Sessions().at(0);
     const auto skippingSession = m_service->Sessions().at(1);
-    const std::string waitingSessionText = Pointer(static_cast<IVppSession*>(waitingSession.get()));
+    const std::string waitingSessionText = Ptr(static_cast<IVppSession*>(waitingSession.get()));
 
     BothSinks capture;
     waiting.reset();
@@ -433,7 +433,7 @@ TEST_F(NodeDestructionTest, DestroyedNodeNoLongerHearsOfTheServiceDeath) {
     ASSERT_EQ(ABinderHost_declareDead(DefaultInstanceName().c_str()), STATUS_OK);
     ASSERT_EQ(ABinderHost_flushPool(), STATUS_OK);
     EXPECT_EQ(alive->Events(), std::vector<std::string>{"died"});
-    ExpectLines(capture, {Info("VppServiceDied", "vpp service died: cookie=" + Pointer(pAlive))});
+    ExpectLines(capture, {Info("VppServiceDied", "vpp service died: cookie=" + Ptr(pAlive))});
 }
 
 }  // namespace

@@ -107,27 +107,6 @@ TEST_F(QueueOutputTest, EndOfStreamOutputIsCounted) {
     });
 }
 
-TEST_F(QueueOutputTest, OutputCounterWrapsAfter255) {
-    auto request = MakeOutputRequest(23);
-    request->frcRatioInfo.outputQueuedNum = 255;
-    request->frcRatioInfo.inputQueuedNum = 17;
-    const native_handle_t* pHandle = request->output->Camera()->Handle();
-
-    StartCapture();
-    EXPECT_EQ(node->QueueOutput(&request->info, 23, 0, 0), LumResultSuccess);
-
-    EXPECT_EQ(request->frcRatioInfo.outputQueuedNum, 0);
-    EXPECT_EQ(request->frcRatioInfo.inputQueuedNum, 17);
-    ExpectLog({
-        Node('I', "QueueOutput", Entry("23", 0)),
-        Node('V', "GetNativeHandle", "[BufNode] get phNativeHandle: " + Ptr(pHandle)),
-        Node('I', "QueueOutput", Duplicated("23", pHandle, "12288")),
-        Node('I', "QueueOutput",
-             OutputOutcome("success!", 0, "23", 0, kOutputSize, pHandle,
-                           &request->info.outputCookie)),
-    });
-}
-
 TEST_F(QueueOutputTest, WithoutFrcRecordBothOutcomesPrintOne) {
     auto request = MakeOutputRequest(24);
     request->info.pFrcRatioInfo = nullptr;

@@ -19,22 +19,22 @@ namespace {
 IxoNodeInterface g_nodeInterface{};
 
 std::string Address(const void* p) {
-    return Format("%p", p);
+    return Printf("%p", p);
 }
 
 std::string AcquireEntryLine() {
-    return Format("&s_vppService: %p, s_vppService: %p",
+    return Printf("&s_vppService: %p, s_vppService: %p",
                   static_cast<void*>(&TestNode::s_vppService),
                   static_cast<void*>(TestNode::s_vppService.get()));
 }
 
 std::string ReleasedLine() {
-    return Format("&s_vppService: %p, s_vppService is already released, s_vppService: (nil)",
+    return Printf("&s_vppService: %p, s_vppService is already released, s_vppService: (nil)",
                   static_cast<void*>(&TestNode::s_vppService));
 }
 
 // The three lines of an acquisition that finds nothing registered.
-std::vector<Expected> FailedAcquisition() {
+std::vector<ExpectedLine> FailedAcquisition() {
     const std::string empty = AcquireEntryLine();
     return {Verbose("AcquireVppService", empty),
             Error("AcquireVppService", "Cannot get VPP service binder"),
@@ -82,7 +82,7 @@ TEST_F(ServiceLinkTest, FirstAcquisitionLooksUpAndStartsThePoolLaterOnesDoNot) {
     TestNode first("First");
     first.m_skipWaitForClose = 1;
     ExpectLines(capture,
-                {Verbose("AcquireVppService", Format("&s_vppService: %p, s_vppService: (nil)",
+                {Verbose("AcquireVppService", Printf("&s_vppService: %p, s_vppService: (nil)",
                                                      static_cast<void*>(&TestNode::s_vppService))),
                  Info("AcquireVppService", AcquireEntryLine())});
     EXPECT_EQ(TestNode::s_vppService.get(), static_cast<IVppService*>(service.get()));
@@ -93,10 +93,10 @@ TEST_F(ServiceLinkTest, FirstAcquisitionLooksUpAndStartsThePoolLaterOnesDoNot) {
     TestNode second("Second");
     second.m_skipWaitForClose = 1;
     EXPECT_EQ(TestNode::AcquireVppService("/default"), LumResultSuccess);
-    const Expected entry = Verbose("AcquireVppService", AcquireEntryLine());
-    const Expected already =
+    const ExpectedLine entry = Verbose("AcquireVppService", AcquireEntryLine());
+    const ExpectedLine already =
         Verbose("AcquireVppService", "s_vppService is already acquired: " + held);
-    const Expected exit = Info("AcquireVppService", AcquireEntryLine());
+    const ExpectedLine exit = Info("AcquireVppService", AcquireEntryLine());
     ExpectLines(capture, {entry, already, exit, entry, already, exit});
     EXPECT_EQ(ABinderHost_getCheckServiceCount(), 1u);
     EXPECT_EQ(ABinderHost_getStartThreadPoolCallCount(), 1u);
@@ -218,19 +218,6 @@ TEST_F(ServiceLinkTest, EveryLinkedNodeHearsTheDeathWithItsOwnCookie) {
                                          "vpp service died: cookie=" + Address(&second)};
     std::sort(expected.begin(), expected.end());
     EXPECT_EQ(messages, expected);
-}
-
-TEST_F(ServiceLinkTest, DirectDeathCallbackRunsTheHandlerThenTheLine) {
-    TestNode node("Direct");
-    node.m_skipWaitForClose = 1;
-    BothSinks capture;
-    size_t linesSeenByHandler = 99;
-    node.onServiceDied = [&] { linesSeenByHandler = capture.Lines().size(); };
-    TestNode::VppServiceDied(&node);
-    EXPECT_EQ(linesSeenByHandler, 0u);
-    EXPECT_EQ(node.Events(), std::vector<std::string>{"died"});
-    ExpectLines(capture, {Info("VppServiceDied", "vpp service died: cookie=" + Address(&node))});
-    node.onServiceDied = nullptr;
 }
 
 }  // namespace

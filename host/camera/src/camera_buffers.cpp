@@ -7,6 +7,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <new>
+#include <utility>
 
 namespace camera_host {
 
@@ -24,27 +25,29 @@ uint32_t Half(uint32_t value) {
     return value / 2 + value % 2;
 }
 
-// A sized memfd mapped shared, or -1 and null.
-int MakeMemfd(const char* pName, size_t size, uint8_t** ppAddress) {
+// A sized memfd mapped shared, or an empty descriptor and null.
+UniqueFd MakeMemfd(const char* pName, size_t size, uint8_t** ppAddress) {
     *ppAddress = nullptr;
-    int fd = memfd_create(pName, MFD_CLOEXEC);
-    if (fd < 0) {
-        return -1;
+    UniqueFd fd(memfd_create(pName, MFD_CLOEXEC));
+    if (fd.Get() < 0 || ftruncate(fd.Get(), static_cast<off_t>(size)) != 0) {
+        return UniqueFd();
     }
-    if (ftruncate(fd, static_cast<off_t>(size)) != 0) {
-        close(fd);
-        return -1;
-    }
-    void* pMapped = mmap(nullptr, size, PROT_READ | PROT_WRITE, MAP_SHARED, fd, 0);
+    void* pMapped = mmap(nullptr, size, PROT_READ | PROT_WRITE, MAP_SHARED, fd.Get(), 0);
     if (pMapped == MAP_FAILED) {
-        close(fd);
-        return -1;
+        return UniqueFd();
     }
     *ppAddress = static_cast<uint8_t*>(pMapped);
     return fd;
 }
 
 }  // namespace
+
+void UniqueFd::Reset(int fd) {
+    if (m_fd >= 0) {
+        close(m_fd);
+    }
+    m_fd = fd;
+}
 
 bool DescribeImage(const ImageGeometry& geometry, IxoImageList* pList) {
     if (pList == nullptr || geometry.width == 0 || geometry.height == 0) {
@@ -128,11 +131,11 @@ bool CameraBuffer::Allocate(const CameraBufferConfig& config) {
     }
     for (size_t size : groupSizes) {
         uint8_t* pAddress = nullptr;
-        int fd = MakeMemfd("camera-buffer", size, &pAddress);
-        if (fd < 0) {
+        UniqueFd fd = MakeMemfd("camera-buffer", size, &pAddress);
+        if (fd.Get() < 0) {
             return false;  // the destructor releases what was made so far
         }
-        m_descriptors.push_back(fd);
+        m_descriptors.push_back(std::move(fd));
         m_mappings.push_back({pAddress, size});
     }
     for (uint32_t p = 0; p < numberOfPlanes; ++p) {
@@ -145,7 +148,7 @@ bool CameraBuffer::Allocate(const CameraBufferConfig& config) {
         return false;
     }
     for (size_t i = 0; i < m_descriptors.size(); ++i) {
-        m_pOwnedHandle->data[i] = m_descriptors[i];
+        m_pOwnedHandle->data[i] = m_descriptors[i].Get();
     }
     for (int i = 0; i < numInts; ++i) {
         m_pOwnedHandle->data[m_descriptors.size() + static_cast<size_t>(i)] = config.ints[i];
@@ -158,14 +161,8 @@ CameraBuffer::~CameraBuffer() {
     for (const Mapping& mapping : m_mappings) {
         munmap(mapping.pAddress, mapping.length);
     }
-    if (m_pOwnedHandle != nullptr) {
-        native_handle_close(m_pOwnedHandle);
-        native_handle_delete(m_pOwnedHandle);
-    } else {
-        for (int fd : m_descriptors) {
-            close(fd);
-        }
-    }
+    // The descriptors close with m_descriptors; the handle only borrowed them.
+    native_handle_delete(m_pOwnedHandle);
 }
 
 void* CameraBuffer::GetHandleAddress() {
@@ -176,7 +173,7 @@ int CameraBuffer::PlaneDescriptor(uint32_t plane) const {
     if (plane >= numberOfPlanes || m_descriptors.empty()) {
         return -1;
     }
-    return m_descriptorPerPlane ? m_descriptors[plane] : m_descriptors[0];
+    return m_descriptorPerPlane ? m_descriptors[plane].Get() : m_descriptors[0].Get();
 }
 
 size_t CameraBuffer::PlaneOffset(uint32_t plane) const {
@@ -219,7 +216,7 @@ std::unique_ptr<ImageBuffer> ImageBuffer::Create(const CameraBufferConfig& confi
     const CameraBuffer& camera = *image->m_camera;
     image->m_internalSize = camera.TotalSize();
     image->m_internalFd = MakeMemfd("image-internal", image->m_internalSize, &image->m_pInternal);
-    if (image->m_internalFd < 0) {
+    if (image->m_internalFd.Get() < 0) {
         return nullptr;
     }
     image->formatBlock = camera.formatBlock;
@@ -235,7 +232,7 @@ std::unique_ptr<ImageBuffer> ImageBuffer::Create(const CameraBufferConfig& confi
             pixels == PixelSource::Camera ? camera.PlaneAddress(p) : image->m_pInternal + offset;
         offset += camera.planeSize[p];
     }
-    image->bufferFd = image->m_internalFd;
+    image->bufferFd = image->m_internalFd.Get();
     image->pImageList = image->m_camera.get();
     return image;
 }
@@ -243,9 +240,6 @@ std::unique_ptr<ImageBuffer> ImageBuffer::Create(const CameraBufferConfig& confi
 ImageBuffer::~ImageBuffer() {
     if (m_pInternal != nullptr) {
         munmap(m_pInternal, m_internalSize);
-    }
-    if (m_internalFd >= 0) {
-        close(m_internalFd);
     }
 }
 

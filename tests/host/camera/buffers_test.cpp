@@ -10,13 +10,13 @@
 #include <vector>
 
 #include "camera_host/camera_buffers.h"
-#include "fd_count.h"
+#include "descriptors.h"
 #include "gtest/gtest.h"
 
 namespace {
 
 using namespace camera_host;
-using camera_test::OpenDescriptorCount;
+using testsupport::OpenDescriptorCount;
 
 ImageGeometry Geometry(uint32_t format, uint32_t width, uint32_t height, uint32_t stride = 0,
                        uint32_t scanline = 0) {

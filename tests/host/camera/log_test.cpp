@@ -12,7 +12,7 @@
 #include <vector>
 
 #include "camera_host/camera_host.h"
-#include "fd_count.h"
+#include "descriptors.h"
 #include "gmock/gmock.h"
 #include "gtest/gtest.h"
 #include "ixolog.h"
@@ -61,12 +61,12 @@ class StderrRedirect {
 class LogTest : public ::testing::Test {
   protected:
     void SetUp() override {
-        m_descriptors = camera_test::OpenDescriptorCount();
+        m_descriptors = testsupport::OpenDescriptorCount();
         camera_host::SetStderrLogging(false);
     }
     void TearDown() override {
         camera_host::SetStderrLogging(true);
-        EXPECT_EQ(camera_test::OpenDescriptorCount(), m_descriptors);
+        EXPECT_EQ(testsupport::OpenDescriptorCount(), m_descriptors);
     }
 
     int m_descriptors = 0;

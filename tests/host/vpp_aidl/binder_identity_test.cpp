@@ -9,7 +9,7 @@
 #include <memory>
 #include <string>
 
-#include "fd_count.h"
+#include "descriptors.h"
 #include "mock_vpp.h"
 
 namespace vpp_aidl_test {
@@ -34,11 +34,11 @@ class FakeService : public BnVppService {
 
 class BinderIdentityTest : public ::testing::Test {
   protected:
-    void SetUp() override { descriptorsBefore_ = openDescriptorCount(); }
-    void TearDown() override { EXPECT_EQ(openDescriptorCount(), descriptorsBefore_); }
+    void SetUp() override { descriptorsBefore_ = testsupport::OpenDescriptorCount(); }
+    void TearDown() override { EXPECT_EQ(testsupport::OpenDescriptorCount(), descriptorsBefore_); }
 
   private:
-    size_t descriptorsBefore_ = 0;
+    int descriptorsBefore_ = 0;
 };
 
 TEST_F(BinderIdentityTest, FromBinderOnLocalStubIsTheImplementation) {

@@ -15,7 +15,7 @@
 #include <type_traits>
 #include <vector>
 
-#include "fd_count.h"
+#include "descriptors.h"
 
 namespace vpp_aidl_test {
 namespace {
@@ -78,14 +78,14 @@ class CloseRecorder {
 
 class NativeHandleTest : public ::testing::Test {
   protected:
-    void SetUp() override { descriptorsBefore_ = openDescriptorCount(); }
+    void SetUp() override { descriptorsBefore_ = testsupport::OpenDescriptorCount(); }
     void TearDown() override {
         closelog();  // a failed close logs to syslog, whose socket stays open until closelog
-        EXPECT_EQ(openDescriptorCount(), descriptorsBefore_) << "descriptors leaked";
+        EXPECT_EQ(testsupport::OpenDescriptorCount(), descriptorsBefore_) << "descriptors leaked";
     }
 
   private:
-    size_t descriptorsBefore_ = 0;
+    int descriptorsBefore_ = 0;
 };
 
 TEST_F(NativeHandleTest, DestructionClosesLastToFirstSkippingEmptySlots) {

@@ -14,7 +14,7 @@
 #include <memory>
 #include <string>
 
-#include "fd_count.h"
+#include "descriptors.h"
 #include "mock_vpp.h"
 
 namespace vpp_aidl_test {
@@ -45,7 +45,7 @@ ino_t inodeOf(int fd) {
 class ProxyTest : public ::testing::Test {
   protected:
     void SetUp() override {
-        descriptorsBefore_ = openDescriptorCount();
+        descriptorsBefore_ = testsupport::OpenDescriptorCount();
         session_ = ::ndk::SharedRefBase::make<MockSession>();
         proxy_ = ::ndk::SharedRefBase::make<BpVppSession>(session_->asBinder());
     }
@@ -53,14 +53,14 @@ class ProxyTest : public ::testing::Test {
         closelog();  // refused descriptors are logged; syslog keeps its socket open until closelog
         proxy_.reset();
         session_.reset();
-        EXPECT_EQ(openDescriptorCount(), descriptorsBefore_) << "descriptors leaked";
+        EXPECT_EQ(testsupport::OpenDescriptorCount(), descriptorsBefore_) << "descriptors leaked";
     }
 
     std::shared_ptr<MockSession> session_;
     std::shared_ptr<BpVppSession> proxy_;
 
   private:
-    size_t descriptorsBefore_ = 0;
+    int descriptorsBefore_ = 0;
 };
 
 TEST_F(ProxyTest, ArgumentsAndResultsCrossTheParcel) {

@@ -30,11 +30,15 @@ using ::aidl::vendor::zux::hardware::vpp::VppStats;
 
 // How a scripted method answers.
 struct Reply {
-    bool broken = false;                 // error status, out-value not written
-    VppError error = VppError::VPP_OK;   // written to the out-value otherwise
+    bool broken = false;                // error status, out-value not written
+    VppError error = VppError::VPP_OK;  // written to the out-value otherwise
 };
-inline Reply Answer(VppError error) { return Reply{false, error}; }
-inline Reply BrokenTransaction() { return Reply{true, VppError::VPP_OK}; }
+inline Reply Answer(VppError error) {
+    return Reply{false, error};
+}
+inline Reply BrokenTransaction() {
+    return Reply{true, VppError::VPP_OK};
+}
 
 // A descriptor of a queued buffer as the session saw it during the call.
 struct FdSeen {
@@ -67,11 +71,11 @@ struct BufferSeen {
 // One recorded call.
 struct Call {
     std::string method;
-    int32_t port = -1;       // flush, queueBuf, setParameter
-    int32_t value = -1;      // setMode's mode, init's flags
-    VppPortParam param;      // setParameter
-    VppCtrlFrc ctrl;         // setCtrlFrc
-    bool withCallbacks = false;  // init received a callbacks object
+    int32_t port = -1;                 // flush, queueBuf, setParameter
+    int32_t value = -1;                // setMode's mode, init's flags
+    VppPortParam param;                // setParameter
+    VppCtrlFrc ctrl;                   // setCtrlFrc
+    bool withCallbacks = false;        // init received a callbacks object
     std::optional<BufferSeen> buffer;  // queueBuf
 };
 
@@ -79,7 +83,7 @@ struct Call {
 FdSeen InspectFd(int fd);
 
 class ScriptedSession : public BnVppSession {
-public:
+  public:
     // Replies of a method, used in order; the last one repeats. Unscripted methods answer VPP_OK.
     void Script(const std::string& method, std::vector<Reply> replies);
     // Runs during each call of the method, after it was recorded and before it replies.
@@ -126,7 +130,7 @@ public:
     ndk::ScopedAStatus ping(VppError* _aidl_return) override;
     ndk::ScopedAStatus term() override;
 
-private:
+  private:
     // Records the call, runs its hook, and answers by its script.
     ndk::ScopedAStatus Handle(Call call, VppError* _aidl_return);
 
@@ -139,11 +143,11 @@ private:
 };
 
 class ScriptedService : public BnVppService {
-public:
+  public:
     enum class Mode {
-        kNewSession,    // fills the handle, answers OK
-        kFillButFail,   // fills the handle, answers an error status
-        kOkButEmpty,    // leaves the handle empty, answers OK
+        kNewSession,   // fills the handle, answers OK
+        kFillButFail,  // fills the handle, answers an error status
+        kOkButEmpty,   // leaves the handle empty, answers OK
     };
     void SetMode(Mode mode);
     // The session handed out by the next getNewVppSession calls; a new one each call otherwise.
@@ -155,7 +159,7 @@ public:
     ndk::ScopedAStatus getNewVppSession(int32_t in_flags,
                                         std::shared_ptr<IVppSession>* _aidl_return) override;
 
-private:
+  private:
     mutable std::mutex m_mutex;
     Mode m_mode = Mode::kNewSession;
     std::shared_ptr<ScriptedSession> m_session;
@@ -168,14 +172,14 @@ std::string DefaultInstanceName();
 
 // Registers a service under the default instance name for the object's life.
 class ServiceRegistration {
-public:
+  public:
     explicit ServiceRegistration(std::shared_ptr<ScriptedService> service);
     ~ServiceRegistration();
     ServiceRegistration(const ServiceRegistration&) = delete;
     ServiceRegistration& operator=(const ServiceRegistration&) = delete;
     const std::shared_ptr<ScriptedService>& service() const { return m_service; }
 
-private:
+  private:
     std::shared_ptr<ScriptedService> m_service;
 };
 

@@ -52,9 +52,13 @@ void TestNode::OnVppFlushDone(const FlushDone& flushDone) {
     Record("flush:" + std::to_string(flushDone.port));
 }
 
-void TestNode::OnVppDrainDone() { Record("drain"); }
+void TestNode::OnVppDrainDone() {
+    Record("drain");
+}
 
-void TestNode::OnVppReconfigDone(const ReconfigDone& /*reconfigDone*/) { Record("reconfig"); }
+void TestNode::OnVppReconfigDone(const ReconfigDone& /*reconfigDone*/) {
+    Record("reconfig");
+}
 
 void TestNode::OnVppError(VppError error) {
     Record("error:" + std::to_string(static_cast<int32_t>(error)));
@@ -114,21 +118,6 @@ std::vector<AndroidLogLine> AndroidLogCapture::Lines() const {
 void AndroidLogCapture::Clear() {
     std::lock_guard<std::mutex> lock(g_androidLogMutex);
     g_androidLogLines.clear();
-}
-
-int OpenFdCount() {
-    int count = 0;
-    DIR* pDir = opendir("/proc/self/fd");
-    if (pDir == nullptr) {
-        return -1;
-    }
-    while (struct dirent* pEntry = readdir(pDir)) {
-        if (pEntry->d_name[0] != '.') {
-            count++;
-        }
-    }
-    closedir(pDir);
-    return count - 1;  // the directory's own descriptor
 }
 
 }  // namespace vpptest

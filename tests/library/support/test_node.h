@@ -11,12 +11,14 @@
 #include <string>
 #include <vector>
 
+#include "descriptors.h"
+#include "log_expect.h"
 #include "pavovppservicebase.h"
 
 namespace vpptest {
 
 class TestNode : public IxoNodeVppBase {
-public:
+  public:
     explicit TestNode(const char* pName = "TestNode", uint32_t width = 64, uint32_t height = 32);
     ~TestNode() override;
 
@@ -62,7 +64,7 @@ public:
     // Puts the process-wide statics back to their load-time state (between tests).
     static void ResetStatics();
 
-private:
+  private:
     void Record(std::string event);
 
     mutable std::mutex m_eventsMutex;
@@ -70,26 +72,9 @@ private:
     std::vector<std::string> m_events;
 };
 
-// One line that reached the Android log.
-struct AndroidLogLine {
-    int priority;
-    std::string tag;
-    std::string message;
-};
-
-// Captures the Android log (liblog's logger hook) while alive.
-class AndroidLogCapture {
-public:
-    AndroidLogCapture();
-    ~AndroidLogCapture();
-    AndroidLogCapture(const AndroidLogCapture&) = delete;
-    AndroidLogCapture& operator=(const AndroidLogCapture&) = delete;
-    std::vector<AndroidLogLine> Lines() const;
-    // Forgets the lines captured so far.
-    void Clear();
-};
-
-// Number of descriptors the process has open.
-int OpenFdCount();
+// Number of descriptors the process has open (the counter every test area shares).
+inline int OpenFdCount() {
+    return testsupport::OpenDescriptorCount();
+}
 
 }  // namespace vpptest

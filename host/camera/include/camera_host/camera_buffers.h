@@ -45,6 +45,34 @@ struct CameraBufferConfig {
     HandleMode handleMode = HandleMode::Normal;
 };
 
+// A descriptor that closes itself: every path out of its scope, error paths included.
+class UniqueFd {
+  public:
+    explicit UniqueFd(int fd = -1) : m_fd(fd) {}
+    ~UniqueFd() { Reset(); }
+    UniqueFd(UniqueFd&& other) noexcept : m_fd(other.Release()) {}
+    UniqueFd& operator=(UniqueFd&& other) noexcept {
+        if (this != &other) {
+            Reset(other.Release());
+        }
+        return *this;
+    }
+    UniqueFd(const UniqueFd&) = delete;
+    UniqueFd& operator=(const UniqueFd&) = delete;
+
+    int Get() const { return m_fd; }
+    // Gives the descriptor up without closing it.
+    int Release() {
+        const int fd = m_fd;
+        m_fd = -1;
+        return fd;
+    }
+    void Reset(int fd = -1);
+
+  private:
+    int m_fd;
+};
+
 // A camera buffer object: one image whose planes live in memfds (created close-on-exec, sized,
 // mapped shared) that its native handle owns. pAddr[0][p] points into the mappings, so what is
 // written there is visible through any mapping of the handle's descriptors.
@@ -83,7 +111,7 @@ class CameraBuffer : public IxoImageList {
     native_handle_t* m_pOwnedHandle = nullptr;  // what is closed and freed
     HandleMode m_mode = HandleMode::Normal;
     bool m_descriptorPerPlane = false;
-    std::vector<int> m_descriptors;  // until the handle owns them, closed from here
+    std::vector<UniqueFd> m_descriptors;  // the handle only lends their numbers
     std::vector<Mapping> m_mappings;
     std::vector<size_t> m_planeOffsets;
 };
@@ -102,16 +130,14 @@ class ImageBuffer : public IxoImageList {
     ImageBuffer& operator=(const ImageBuffer&) = delete;
 
     CameraBuffer* Camera() const { return m_camera.get(); }
-    // The internal buffer's descriptor (bufferFd as created), its mapping and size.
-    int InternalDescriptor() const { return m_internalFd; }
-    uint8_t* InternalAddress() const { return m_pInternal; }
-    size_t InternalSize() const { return m_internalSize; }
+    // The internal buffer's descriptor (bufferFd as created).
+    int InternalDescriptor() const { return m_internalFd.Get(); }
 
   private:
     ImageBuffer() = default;
 
     std::unique_ptr<CameraBuffer> m_camera;
-    int m_internalFd = -1;
+    UniqueFd m_internalFd;
     uint8_t* m_pInternal = nullptr;
     size_t m_internalSize = 0;
 };

@@ -1,0 +1,11 @@
+// Snapshot of the interface vendor.zux.hardware.vpp made by scripts/device_build.py from the .aidl
+// sources: declarations only. A frozen version never changes once shipped.
+package vendor.zux.hardware.vpp;
+import vendor.zux.hardware.vpp.VppError;
+import vendor.zux.hardware.vpp.VppPortParam;
+@VintfStability
+parcelable ReconfigDone {
+    VppError status;
+    VppPortParam inputParam;
+    VppPortParam outputParam;
+}

@@ -1,0 +1,12 @@
+// Snapshot of the interface vendor.zux.hardware.vpp made by scripts/device_build.py from the .aidl
+// sources: declarations only. A frozen version never changes once shipped.
+package vendor.zux.hardware.vpp;
+import android.hardware.common.NativeHandle;
+@VintfStability
+parcelable VppBufferMetadata {
+    String key;
+    NativeHandle handle;
+    long offset;
+    long length;
+    long value;
+}

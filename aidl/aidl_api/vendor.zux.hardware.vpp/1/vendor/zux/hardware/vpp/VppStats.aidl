@@ -1,0 +1,13 @@
+// Snapshot of the interface vendor.zux.hardware.vpp made by scripts/device_build.py from the .aidl
+// sources: declarations only. A frozen version never changes once shipped.
+package vendor.zux.hardware.vpp;
+@VintfStability
+parcelable VppStats {
+    long inputBuffersQueued;
+    long inputBuffersDone;
+    long outputBuffersQueued;
+    long outputBuffersDone;
+    long interpolatedFrames;
+    long fallbackFrames;
+    long processingTimeNs;
+}

@@ -1,0 +1,8 @@
+// Snapshot of the interface vendor.zux.hardware.vpp made by scripts/device_build.py from the .aidl
+// sources: declarations only. A frozen version never changes once shipped.
+package vendor.zux.hardware.vpp;
+import vendor.zux.hardware.vpp.IVppSession;
+@VintfStability
+interface IVppService {
+    IVppSession getNewVppSession(int flags);
+}

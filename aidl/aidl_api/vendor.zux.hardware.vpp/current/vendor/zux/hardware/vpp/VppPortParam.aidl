@@ -1,0 +1,11 @@
+// Snapshot of the interface vendor.zux.hardware.vpp made by scripts/device_build.py from the .aidl
+// sources: declarations only. A frozen version never changes once shipped.
+package vendor.zux.hardware.vpp;
+@VintfStability
+parcelable VppPortParam {
+    int height;
+    int width;
+    int stride;
+    int scanlines;
+    int colorFormat;
+}
