@@ -6,4 +6,6 @@ parcelable VppCtrlFrc {
     int mode;
     int factor;
     int searchRange;
+    int rateNum;
+    int rateDen;
 }
