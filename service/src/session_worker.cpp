@@ -518,5 +518,4 @@ void SessionCore::CheckCallback(const ndk::ScopedAStatus& status) {
     }
 }
 
-
 }  // namespace vppservice

@@ -41,7 +41,7 @@ struct IxoImageFormat {
 // An image list: one or more images of one format, each with up to eight planes.
 // Polymorphic; GetHandleAddress is its first virtual operation.
 class IxoImageList {
-public:
+  public:
     virtual ~IxoImageList() = default;
     // Address of the buffer's native handle pointer, or null when it has none. The base list has
     // none; camera buffer objects override this.
@@ -52,8 +52,8 @@ public:
     uint64_t planeSize[IXO_MAX_PLANES] = {};
     uint32_t numberOfImages = 0;
     uint8_t* pAddr[IXO_MAX_IMAGES][IXO_MAX_PLANES] = {};
-    int32_t bufferFd = -1;                // descriptor of an internally allocated buffer
-    IxoImageList* pImageList = nullptr;   // camera buffer object backing this image
+    int32_t bufferFd = -1;               // descriptor of an internally allocated buffer
+    IxoImageList* pImageList = nullptr;  // camera buffer object backing this image
 };
 
 // Frame-rate-conversion bookkeeping of one request.
@@ -62,17 +62,17 @@ struct IxoFrcRatioInfo {
     uint8_t outputQueuedNum;  // output buffers of this request queued so far (wraps at 256)
     uint8_t inputDoneNum;
     uint8_t outputDoneNum;
-    uint32_t frcRatio;        // output frames per input frame
+    uint32_t frcRatio;  // output frames per input frame
 };
 
 // A node's per-request buffer record.
 struct IxoRequestBufferInfo {
     uint64_t requestId;
-    uint64_t frameTimestamp;                // timestamp of the request's input frame
-    uint64_t inputCookie;                   // its address identifies the input buffer
-    IxoImageList* pImageBuffer;             // the request's input image
-    uint64_t outputCookie;                  // its address identifies the output buffer
-    IxoImageList* pOutputImageBuffer;       // the request's output image
-    IxoFrcRatioInfo* pFrcRatioInfo;         // may be null
-    void* pPrivate;                         // the node's own
+    uint64_t frameTimestamp;           // timestamp of the request's input frame
+    uint64_t inputCookie;              // its address identifies the input buffer
+    IxoImageList* pImageBuffer;        // the request's input image
+    uint64_t outputCookie;             // its address identifies the output buffer
+    IxoImageList* pOutputImageBuffer;  // the request's output image
+    IxoFrcRatioInfo* pFrcRatioInfo;    // may be null
+    void* pPrivate;                    // the node's own
 };

@@ -17,7 +17,7 @@ typedef void* (*OSThreadFunc)(void* pArg);
 typedef int64_t OSThreadHandle;
 
 class Mutex {
-public:
+  public:
     // Returns a new mutex, or null when it cannot be made. The name is for diagnostics.
     static Mutex* Create(const char* pName);
     // Frees the mutex; it must not be held.
@@ -29,7 +29,7 @@ public:
     pthread_mutex_t* GetNativeHandle();
     const char* Name() const;
 
-private:
+  private:
     Mutex() = default;
     ~Mutex() = default;
     Mutex(const Mutex&) = delete;
@@ -40,7 +40,7 @@ private:
 };
 
 class Condition {
-public:
+  public:
     // Returns a new condition, or null when it cannot be made. The name is for diagnostics.
     static Condition* Create(const char* pName);
     void Destroy();
@@ -55,7 +55,7 @@ public:
     void Broadcast();
     const char* Name() const;
 
-private:
+  private:
     Condition() = default;
     ~Condition() = default;
     Condition(const Condition&) = delete;
@@ -66,7 +66,7 @@ private:
 };
 
 class OsUtils {
-public:
+  public:
     // Starts a joinable thread running pFunc(pArg) and writes its id to *phThread.
     // LumResultSuccess, or a failure code (LumResultEFailed, LumResultENoMemory, ...; an
     // injected failure's code; LumResultEInvalidPointer for a null function or id pointer), in

@@ -93,7 +93,8 @@ struct Converter::Impl {
     int p = 1;
     int q = 1;
 
-    explicit Impl(const ConverterConfig& c) : config(c), motion(MotionParams{c.searchRange, c.threads}) {}
+    explicit Impl(const ConverterConfig& c)
+        : config(c), motion(MotionParams{c.searchRange, c.threads}) {}
 
     void applyRatio() { reducedRatio(config, &p, &q); }
     void emitGroup(const Held& a, const Held& b, std::vector<OutputFrame>* out);
@@ -110,7 +111,8 @@ void Converter::Impl::emitGroup(const Held& a, const Held& b, std::vector<Output
         o.nextTag = k == 0 ? 0 : b.tag;
         o.phase = static_cast<int>(k);
         o.factor = p;
-        o.timestamp = phaseTimestamp(a.timestamp, static_cast<Wide>(b.timestamp) - a.timestamp, k, p);
+        o.timestamp =
+            phaseTimestamp(a.timestamp, static_cast<Wide>(b.timestamp) - a.timestamp, k, p);
         out->push_back(o);
         ++stats.outputs;
     }

@@ -23,14 +23,14 @@ struct LogLine {
     std::string file;
     std::string function;
     int line;
-    std::string message;      // the format expanded with its arguments
+    std::string message;  // the format expanded with its arguments
 };
 
 // Captures every line that reaches IxoLog::LogSystem or IxoLog::IxeEncryptLogSystem while alive
 // (one capture at a time: a nested one shares the same lines; lines are still written to stderr
 // unless silenced).
 class LogCapture {
-public:
+  public:
     LogCapture();
     ~LogCapture();
     LogCapture(const LogCapture&) = delete;
@@ -53,11 +53,11 @@ bool ApplyLogLevel(const char* pLevelName);
 
 // Saves the log switches on construction and restores them on destruction.
 class LogSwitchesGuard {
-public:
+  public:
     LogSwitchesGuard();
     ~LogSwitchesGuard();
 
-private:
+  private:
     int32_t m_encryption;
     int32_t m_systemLog;
     uint64_t m_node[8];

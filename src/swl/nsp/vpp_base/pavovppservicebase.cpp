@@ -16,6 +16,7 @@
 namespace {
 
 // Names of the LumResult values, indexed by value.
+// clang-format off
 const char* const kLumResultNames[LumResultCount] = {
     "LumResultSuccess",          "LumResultEFailed",           "LumResultEUnsupported",
     "LumResultEInvalidState",    "LumResultEInvalidArg",       "LumResultEInvalidPointer",
@@ -31,6 +32,7 @@ const char* const kLumResultNames[LumResultCount] = {
     "LumResultEAlreadyCompleted", "LumResultEOEMStatus1",      "LumResultEOEMStatus2",
     "LumResultEOEMStatus3",      "LumResultEProviderNotExist",
 };
+// clang-format on
 
 // Ports of a session.
 constexpr int32_t kInputPort = 0;
@@ -404,9 +406,7 @@ LumResult IxoNodeVppBase::InitVppSession() {
     }
     VPP_LOG_VERBOSE("[%s] VPP service linked to death", m_pNodeName);
 
-    {
-        ndk::ScopedAStatus status = s_vppService->getNewVppSession(0, &m_pVppSession);
-    }
+    { ndk::ScopedAStatus status = s_vppService->getNewVppSession(0, &m_pVppSession); }
     if (nullptr == m_pVppSession) {
         VPP_LOG_ERROR("[%s] Cannot get new vpp session", m_pNodeName);
         AStatus_delete(pLinkStatus);
@@ -420,9 +420,7 @@ LumResult IxoNodeVppBase::InitVppSession() {
         return LumResultENoMemory;
     }
 
-    {
-        ndk::ScopedAStatus status = m_pVppSession->init(0, m_pVppCallbacks, &vppError);
-    }
+    { ndk::ScopedAStatus status = m_pVppSession->init(0, m_pVppCallbacks, &vppError); }
 
     LumResult result = LumResultSuccess;
     if (VppError::VPP_OK != vppError) {
@@ -498,8 +496,8 @@ LumResult IxoNodeVppBase::OpenVppSession() {
         s_pSessionCountLock->Lock();
     }
     s_sessionCount++;
-    VPP_LOG_INFO("[%s] s_sessionCount increase to: %u, vppSession: %p", m_pNodeName,
-                 s_sessionCount, static_cast<void*>(m_pVppSession.get()));
+    VPP_LOG_INFO("[%s] s_sessionCount increase to: %u, vppSession: %p", m_pNodeName, s_sessionCount,
+                 static_cast<void*>(m_pVppSession.get()));
     if (nullptr != s_pSessionCountLock) {
         s_pSessionCountLock->Unlock();
     }
@@ -697,8 +695,7 @@ native_handle_t* IxoNodeVppBase::GetNativeHandle(IxoImageList* pImageList) {
         return nullptr;
     }
     native_handle_t* phNativeHandle = HandleOf(pImageList);
-    VPP_LOG_VERBOSE("[%s] get phNativeHandle: %p", m_pNodeName,
-                    static_cast<void*>(phNativeHandle));
+    VPP_LOG_VERBOSE("[%s] get phNativeHandle: %p", m_pNodeName, static_cast<void*>(phNativeHandle));
     return phNativeHandle;
 }
 
@@ -716,9 +713,10 @@ LumResult IxoNodeVppBase::QueueInput(IxoRequestBufferInfo* pRequestBufferInfo, u
     IxoImageList* pImageBuffer = pRequestBufferInfo->pImageBuffer;
     const uint32_t imageSize = ImageSize(pImageBuffer);
 
-    buffer.timestamp = static_cast<int64_t>((0 != newTimestamp) ? newTimestamp
-                                                                : pRequestBufferInfo->frameTimestamp);
-    buffer.cookie = static_cast<int64_t>(reinterpret_cast<uintptr_t>(&pRequestBufferInfo->inputCookie));
+    buffer.timestamp = static_cast<int64_t>(
+        (0 != newTimestamp) ? newTimestamp : pRequestBufferInfo->frameTimestamp);
+    buffer.cookie =
+        static_cast<int64_t>(reinterpret_cast<uintptr_t>(&pRequestBufferInfo->inputCookie));
 
     if (1 == isEOS) {
         // The end-of-stream buffer still carries the image.
@@ -730,8 +728,8 @@ LumResult IxoNodeVppBase::QueueInput(IxoRequestBufferInfo* pRequestBufferInfo, u
         phNativeHandle =
             GetNativeHandle((nullptr != pImageBuffer) ? pImageBuffer->pImageList : nullptr);
         if (nullptr == phNativeHandle) {
-            VPP_LOG_ERROR("[%s] VPP get phNativeHandle: %p, requestId: %lu, index: %u",
-                          m_pNodeName, static_cast<void*>(phNativeHandle), requestId, index);
+            VPP_LOG_ERROR("[%s] VPP get phNativeHandle: %p, requestId: %lu, index: %u", m_pNodeName,
+                          static_cast<void*>(phNativeHandle), requestId, index);
             return LumResultETimeout;
         }
         buffer.bufferLen = static_cast<int32_t>(imageSize);
@@ -744,8 +742,8 @@ LumResult IxoNodeVppBase::QueueInput(IxoRequestBufferInfo* pRequestBufferInfo, u
         native_handle_t* phWrapper = native_handle_create(1, 0);
         if ((nullptr == phWrapper) || (nullptr == pImageBuffer)) {
             native_handle_delete(phWrapper);
-            VPP_LOG_ERROR("[%s] VPP get phNativeHandle: %p, requestId: %lu, index: %u",
-                          m_pNodeName, static_cast<void*>(nullptr), requestId, index);
+            VPP_LOG_ERROR("[%s] VPP get phNativeHandle: %p, requestId: %lu, index: %u", m_pNodeName,
+                          static_cast<void*>(nullptr), requestId, index);
             return LumResultETimeout;
         }
         phWrapper->data[0] = pImageBuffer->bufferFd;
@@ -816,8 +814,8 @@ LumResult IxoNodeVppBase::QueueTempBuffertoVPPOutput(IxoRequestBufferInfo* pRequ
     }
 
     if (1 == needGenerateFd) {
-        VPP_IXE_LOG_INFO("[%s] need generate FD from internal buffer, requestId: %lu",
-                         m_pNodeName, requestId);
+        VPP_IXE_LOG_INFO("[%s] need generate FD from internal buffer, requestId: %lu", m_pNodeName,
+                         requestId);
         IxoImageList* pTempImage = pTempBufferInfo->pOutputImageBuffer;
         native_handle_t* phWrapper = native_handle_create(1, 0);
         if ((nullptr == phWrapper) || (nullptr == pTempImage)) {
@@ -907,8 +905,8 @@ LumResult IxoNodeVppBase::QueueOutput(IxoRequestBufferInfo* pRequestBufferInfo, 
         VPP_LOG_INFO("[%s] >> queue EOS buffer of requestId: %lu", m_pNodeName, requestId);
     }
 
-    native_handle_t* phNativeHandle = GetNativeHandle(
-        (nullptr != pOutputImageBuffer) ? pOutputImageBuffer->pImageList : nullptr);
+    native_handle_t* phNativeHandle =
+        GetNativeHandle((nullptr != pOutputImageBuffer) ? pOutputImageBuffer->pImageList : nullptr);
     if (nullptr == phNativeHandle) {
         VPP_LOG_ERROR("[%s] VPP get phNativeHandle: %p, requestId: %lu, index: %u", m_pNodeName,
                       static_cast<void*>(phNativeHandle), requestId, index);
@@ -917,8 +915,8 @@ LumResult IxoNodeVppBase::QueueOutput(IxoRequestBufferInfo* pRequestBufferInfo, 
     buffer.bufferLen = static_cast<int32_t>(imageSize);
     buffer.bufferHandle = android::dupToAidl(phNativeHandle);
     VPP_LOG_INFO("[%s] requestId: %lu FD: %d, pImageBuffer size: %d phNativeHandle: %p",
-                 m_pNodeName, requestId, FirstSlot(phNativeHandle),
-                 static_cast<int32_t>(imageSize), static_cast<void*>(phNativeHandle));
+                 m_pNodeName, requestId, FirstSlot(phNativeHandle), static_cast<int32_t>(imageSize),
+                 static_cast<void*>(phNativeHandle));
 
     // No timestamp on the output side; filledLen stays 0.
     buffer.offset = 0;
@@ -1013,9 +1011,8 @@ LumResult IxoNodeVppBase::CopyImage(IxoImageList* hOutput, IxoImageList* hInput)
          (image < hOutput->numberOfImages) && (image < static_cast<uint32_t>(IXO_MAX_IMAGES));
          image++) {
         const uint32_t format = hOutput->formatBlock.format;
-        const bool rowByRow =
-            layoutsDiffer && ((kFormatY8 == format) || (kFormatNV12 == format) ||
-                              (kFormatNV21 == format));
+        const bool rowByRow = layoutsDiffer && ((kFormatY8 == format) || (kFormatNV12 == format) ||
+                                                (kFormatNV21 == format));
         if (rowByRow) {
             // The destination keeps its own plane-0 geometry.
             hOutput->formatBlock.planeLayout[0] = outputLayout;

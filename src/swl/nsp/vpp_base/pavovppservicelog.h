@@ -41,50 +41,47 @@ constexpr const char* kLogFileName = LogBaseName(kLogSourcePath);
 
 // Node form. A clear group bit costs one load and one bit test: no argument is evaluated and
 // nothing is formatted. The Android line is built at compile time: tag, location, message.
-#define PAVO_VPP_NODE_LOG_STATEMENT(tag, letter, index, priority, format, ...)                    \
-    do {                                                                                        \
+#define PAVO_VPP_NODE_LOG_STATEMENT(tag, letter, index, priority, format, ...)                   \
+    do {                                                                                         \
         if ((g_enableIxoNodeLogs[index] & ::pavovppbase::kNodeLogGroup) != 0) {                  \
-            if (g_logIxeEncryption == 1) {                                                      \
-                IxoLog::IxeEncryptLogSystem(tag, letter,                                        \
-                                            IxeLog::GroupToString(::pavovppbase::kNodeLogGroup), \
-                                            ::pavovppbase::kLogFileName, __FUNCTION__, __LINE__, \
-                                            format, ##__VA_ARGS__);                             \
-            } else {                                                                            \
-                if (g_enableSystemLog == 1) {                                                   \
-                    __android_log_print(priority, "IxoNode", tag "%s %s:%d %s() " format "\n",  \
+            if (g_logIxeEncryption == 1) {                                                       \
+                IxoLog::IxeEncryptLogSystem(                                                     \
+                    tag, letter, IxeLog::GroupToString(::pavovppbase::kNodeLogGroup),            \
+                    ::pavovppbase::kLogFileName, __FUNCTION__, __LINE__, format, ##__VA_ARGS__); \
+            } else {                                                                             \
+                if (g_enableSystemLog == 1) {                                                    \
+                    __android_log_print(priority, "IxoNode", tag "%s %s:%d %s() " format "\n",   \
                                         IxoNodeLog::GroupToString(::pavovppbase::kNodeLogGroup), \
-                                        ::pavovppbase::kLogFileName, __LINE__, __FUNCTION__,    \
-                                        ##__VA_ARGS__);                                         \
-                }                                                                               \
-                IxoLog::LogSystem(tag, letter,                                                  \
-                                  IxoNodeLog::GroupToString(::pavovppbase::kNodeLogGroup),      \
-                                  ::pavovppbase::kLogFileName, __FUNCTION__, __LINE__, format,  \
-                                  ##__VA_ARGS__);                                               \
-            }                                                                                   \
-        }                                                                                       \
+                                        ::pavovppbase::kLogFileName, __LINE__, __FUNCTION__,     \
+                                        ##__VA_ARGS__);                                          \
+                }                                                                                \
+                IxoLog::LogSystem(                                                               \
+                    tag, letter, IxoNodeLog::GroupToString(::pavovppbase::kNodeLogGroup),        \
+                    ::pavovppbase::kLogFileName, __FUNCTION__, __LINE__, format, ##__VA_ARGS__); \
+            }                                                                                    \
+        }                                                                                        \
     } while (0)
 
 // Extension-layer form: its own masks and group, its group names in both branches, tag "Ixo".
-#define PAVO_VPP_IXE_LOG_STATEMENT(tag, letter, index, priority, format, ...)                     \
-    do {                                                                                        \
-        if ((g_enableIxeLogs[index] & ::pavovppbase::kIxeLogGroup) != 0) {                       \
-            if (g_logIxeEncryption == 1) {                                                      \
-                IxoLog::IxeEncryptLogSystem(tag, letter,                                        \
-                                            IxeLog::GroupToString(::pavovppbase::kIxeLogGroup),  \
-                                            ::pavovppbase::kLogFileName, __FUNCTION__, __LINE__, \
-                                            format, ##__VA_ARGS__);                             \
-            } else {                                                                            \
-                if (g_enableSystemLog == 1) {                                                   \
-                    __android_log_print(priority, "Ixo", tag "%s %s:%d %s() " format "\n",      \
-                                        IxeLog::GroupToString(::pavovppbase::kIxeLogGroup),     \
-                                        ::pavovppbase::kLogFileName, __LINE__, __FUNCTION__,    \
-                                        ##__VA_ARGS__);                                         \
-                }                                                                               \
+#define PAVO_VPP_IXE_LOG_STATEMENT(tag, letter, index, priority, format, ...)                      \
+    do {                                                                                           \
+        if ((g_enableIxeLogs[index] & ::pavovppbase::kIxeLogGroup) != 0) {                         \
+            if (g_logIxeEncryption == 1) {                                                         \
+                IxoLog::IxeEncryptLogSystem(                                                       \
+                    tag, letter, IxeLog::GroupToString(::pavovppbase::kIxeLogGroup),               \
+                    ::pavovppbase::kLogFileName, __FUNCTION__, __LINE__, format, ##__VA_ARGS__);   \
+            } else {                                                                               \
+                if (g_enableSystemLog == 1) {                                                      \
+                    __android_log_print(priority, "Ixo", tag "%s %s:%d %s() " format "\n",         \
+                                        IxeLog::GroupToString(::pavovppbase::kIxeLogGroup),        \
+                                        ::pavovppbase::kLogFileName, __LINE__, __FUNCTION__,       \
+                                        ##__VA_ARGS__);                                            \
+                }                                                                                  \
                 IxoLog::LogSystem(tag, letter, IxeLog::GroupToString(::pavovppbase::kIxeLogGroup), \
-                                  ::pavovppbase::kLogFileName, __FUNCTION__, __LINE__, format,  \
-                                  ##__VA_ARGS__);                                               \
-            }                                                                                   \
-        }                                                                                       \
+                                  ::pavovppbase::kLogFileName, __FUNCTION__, __LINE__, format,     \
+                                  ##__VA_ARGS__);                                                  \
+            }                                                                                      \
+        }                                                                                          \
     } while (0)
 
 // Expands a level's four values into the statement's parameters.
