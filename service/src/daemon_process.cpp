@@ -116,6 +116,7 @@ std::unique_ptr<DaemonProcess> DaemonProcess::Start(const DaemonOptions& options
         args.push_back(options.instance);
     }
     std::vector<char*> argv;
+    argv.reserve(args.size() + 1);
     for (std::string& arg : args) argv.push_back(&arg[0]);
     argv.push_back(nullptr);
 
