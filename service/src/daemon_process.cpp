@@ -106,7 +106,8 @@ std::string DaemonProgram() {
 std::unique_ptr<DaemonProcess> DaemonProcess::Start(const DaemonOptions& options,
                                                     std::string* error) {
     const std::string program = options.program.empty() ? DaemonProgram() : options.program;
-    std::vector<std::string> args = {program};
+    // A daemon started by a program reports its end through its exit status, not a line.
+    std::vector<std::string> args = {program, "--quiet"};
     if (!options.socketDir.empty()) {
         args.push_back("--socket-dir");
         args.push_back(options.socketDir);

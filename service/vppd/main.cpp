@@ -21,7 +21,7 @@ constexpr int kExitUsage = 2;
 constexpr long kMaxThreads = 64;
 
 const char kUsage[] =
-    R"(Usage: vppd [--instance NAME] [--socket-dir DIR] [--threads N]
+    R"(Usage: vppd [--instance NAME] [--socket-dir DIR] [--threads N] [--quiet]
        vppd --help
 
 Serves the reference VPP service (frame-rate conversion in software) to other processes, as
@@ -33,6 +33,7 @@ Options:
   --socket-dir DIR  folder of the binder sockets (default: $BINDER_HOST_DIR, else a private
                     folder of the user)
   --threads N       most binder threads serving calls at once, 1 to 64 (default: the binder's, 16)
+  -q, --quiet       no line when it stops (errors are still reported)
   -h, --help        show this help
 
 Environment: VPPSERVICE_DEBUG=1 (or 2) logs sessions (and buffers) to stderr.
@@ -40,6 +41,7 @@ Environment: VPPSERVICE_DEBUG=1 (or 2) logs sessions (and buffers) to stderr.
 
 struct Options {
     bool help = false;
+    bool quiet = false;
     std::string instance = "default";
     std::string socketDir;
     long threads = 0;  // 0: the binder's default
@@ -58,6 +60,10 @@ bool Parse(int argc, char** argv, Options* options, std::string* error) {
         }
         if (name == "-h" || name == "--help") {
             options->help = true;
+            continue;
+        }
+        if (name == "-q" || name == "--quiet") {
+            options->quiet = true;
             continue;
         }
         if (name != "--instance" && name != "--socket-dir" && name != "--threads") {
@@ -155,6 +161,9 @@ int main(int argc, char** argv) {
     const size_t sessions = service->liveSessionCount();
     // Ends every session (workers joined, buffers unmapped) and unregisters the name.
     service.reset();
-    fprintf(stderr, "vppd: stopped on %s, %zu session(s) ended\n", SignalName(signal), sessions);
+    if (!options.quiet) {
+        fprintf(stderr, "vppd: stopped on %s, %zu session(s) ended\n", SignalName(signal),
+                sessions);
+    }
     return kExitOk;
 }
