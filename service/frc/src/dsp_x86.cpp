@@ -5,6 +5,8 @@
 #if defined(FRC_SIMD) && (defined(__x86_64__) || defined(__i386__)) && defined(__GNUC__)
 #include <immintrin.h>
 
+#include <cstring>
+
 namespace frc {
 namespace detail {
 namespace {
@@ -266,12 +268,49 @@ void downsample2Sse2(const uint8_t* r0, const uint8_t* r1, uint8_t* out, int cou
     }
 }
 
+void blendRowSse2(const uint8_t* a, const uint8_t* b, uint8_t* out, ptrdiff_t count, int k, int n) {
+    ptrdiff_t x = 0;
+    if (k == 0 || k == n) {
+        // One frame alone (also n = 1, whose reciprocal does not fit 16 bits).
+        std::memcpy(out, k == 0 ? a : b, static_cast<size_t>(count));
+        return;
+    }
+    if (2 * k == n) {
+        // Halfway: the rounded average, (a + b + 1) >> 1.
+        average2Sse2(a, b, out, count);
+        return;
+    }
+    const uint16_t m = static_cast<uint16_t>((65536 + n - 1) / n);
+    const __m128i zero = _mm_setzero_si128();
+    const __m128i wa = _mm_set1_epi16(static_cast<short>(n - k));
+    const __m128i wb = _mm_set1_epi16(static_cast<short>(k));
+    const __m128i bias = _mm_set1_epi16(static_cast<short>(n / 2));
+    const __m128i vm = _mm_set1_epi16(static_cast<short>(m));
+    // The sums stay below 255 * 16 + 8: 16-bit products, the quotient by a high multiply.
+    auto half = [&](__m128i va, __m128i vb) {
+        const __m128i s =
+            _mm_add_epi16(_mm_add_epi16(_mm_mullo_epi16(va, wa), _mm_mullo_epi16(vb, wb)), bias);
+        return _mm_mulhi_epu16(s, vm);
+    };
+    for (; x + 16 <= count; x += 16) {
+        const __m128i va = _mm_loadu_si128(reinterpret_cast<const __m128i*>(a + x));
+        const __m128i vb = _mm_loadu_si128(reinterpret_cast<const __m128i*>(b + x));
+        const __m128i lo = half(_mm_unpacklo_epi8(va, zero), _mm_unpacklo_epi8(vb, zero));
+        const __m128i hi = half(_mm_unpackhi_epi8(va, zero), _mm_unpackhi_epi8(vb, zero));
+        _mm_storeu_si128(reinterpret_cast<__m128i*>(out + x), _mm_packus_epi16(lo, hi));
+    }
+    for (; x < count; ++x) {
+        const unsigned s = static_cast<unsigned>(a[x] * (n - k) + b[x] * k + n / 2);
+        out[x] = static_cast<uint8_t>((s * m) >> 16);
+    }
+}
+
 const Dsp kSse2 = {
     "sse2",       sad8x8Sse2,   activity8x8Sse2, accumulateSse2Any, accumulatePairSse2Any,
-    storeRowSse2, average2Sse2, average4Sse2,    downsample2Sse2};
+    storeRowSse2, blendRowSse2, average2Sse2,    average4Sse2,      downsample2Sse2};
 const Dsp kAvx2 = {
     "avx2",       sad8x8Sse2,   activity8x8Sse2, accumulateAvx2Any, accumulatePairAvx2Any,
-    storeRowSse2, average2Sse2, average4Sse2,    downsample2Sse2};
+    storeRowSse2, blendRowSse2, average2Sse2,    average4Sse2,      downsample2Sse2};
 
 }  // namespace
 
