@@ -374,7 +374,7 @@ bool SessionCore::LinkToClientDeath(const std::shared_ptr<IVppCallbacks>& callba
         return false;
     }
     clientDeath_ = recipient;
-    clientBinder_ = std::move(binder);
+    clientBinder_ = binder;
     return true;
 }
 

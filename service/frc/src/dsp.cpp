@@ -91,8 +91,9 @@ void average4C(const uint8_t* r0, const uint8_t* r1, uint8_t* out, ptrdiff_t cou
 
 void downsample2C(const uint8_t* r0, const uint8_t* r1, uint8_t* out, int count) {
     for (int x = 0; x < count; ++x) {
-        out[x] =
-            static_cast<uint8_t>((r0[2 * x] + r0[2 * x + 1] + r1[2 * x] + r1[2 * x + 1] + 2) >> 2);
+        out[x] = static_cast<uint8_t>((r0[2 * ptrdiff_t{x}] + r0[2 * ptrdiff_t{x} + 1] +
+                                       r1[2 * ptrdiff_t{x}] + r1[2 * ptrdiff_t{x} + 1] + 2) >>
+                                      2);
     }
 }
 
