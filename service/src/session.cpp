@@ -194,7 +194,8 @@ ndk::ScopedAStatus SessionCore::queueBuf(int32_t port, const VppBuffer& buffer, 
     const VppPortParam& param = *ports_[port];
     std::unique_ptr<MappedFrame> frame;
     if (hasMemory) {
-        const VppError error = MappedFrame::Map(buffer, param, port == kOutputPort, &frame);
+        const VppError error =
+            MappedFrame::Map(buffer, param, port == kOutputPort, &mappings_, &frame);
         if (error != VppError::VPP_OK) {
             Log(kDebugLifecycle, "port %d: buffer refused (%s), offset %d length %d", port,
                 toString(error).c_str(), buffer.offset, buffer.bufferLen);
@@ -436,7 +437,8 @@ void SessionCore::ClearQueues() {
         callbacks.swap(callbacks_);
     }
     UnlinkClientDeath();
-    // The mappings go here, outside the lock.
+    // The mappings go here, outside the lock: the cache's now, the queued frames' on return.
+    mappings_.Clear();
 }
 
 ndk::ScopedAStatus SessionCore::getBufferRequirements(int32_t port,

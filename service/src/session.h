@@ -245,6 +245,9 @@ class SessionCore : public std::enable_shared_from_this<SessionCore> {
     int64_t lastQueuedTimestamp_ = 0;
     bool anyQueued_ = false;
 
+    // Mappings of the buffers queued so far, kept for their next use (its own lock).
+    MappingCache mappings_;
+
     // The worker thread; written by open under mutex_, joined under joinMutex_.
     std::thread worker_;
     std::thread::id workerId_;

@@ -83,6 +83,8 @@ void SessionCore::Run() {
             held_[kOutputPort] = 0;
         }
     }
+    // The session ends (close or term): no buffer mapping outlives it.
+    mappings_.Clear();
     workerCallbacks_.reset();
 }
 
@@ -406,6 +408,8 @@ void SessionCore::Flush(int32_t port) {
         for (auto& item : queued) {
             ReturnInput(std::move(item));
         }
+        // The client may free what it got back: no idle mapping stays.
+        mappings_.DropIdle();
         if (MayCallBack()) {
             FlushDone done;
             done.port = kInputPort;
@@ -425,6 +429,7 @@ void SessionCore::Flush(int32_t port) {
     for (auto& item : queued) {
         ReturnOutputUnfilled(std::move(item));
     }
+    mappings_.DropIdle();
     if (MayCallBack()) {
         FlushDone done;
         done.port = kOutputPort;

@@ -71,6 +71,14 @@ void storeRowC(const uint16_t* acc, uint8_t* out, int count) {
     }
 }
 
+void blendRowC(const uint8_t* a, const uint8_t* b, uint8_t* out, ptrdiff_t count, int k, int n) {
+    const uint32_t m = static_cast<uint32_t>((65536 + n - 1) / n);
+    for (ptrdiff_t x = 0; x < count; ++x) {
+        const uint32_t s = static_cast<uint32_t>(a[x] * (n - k) + b[x] * k + n / 2);
+        out[x] = static_cast<uint8_t>((s * m) >> 16);
+    }
+}
+
 void average2C(const uint8_t* a, const uint8_t* b, uint8_t* out, ptrdiff_t count) {
     for (ptrdiff_t x = 0; x < count; ++x) out[x] = static_cast<uint8_t>((a[x] + b[x] + 1) >> 1);
 }
@@ -83,13 +91,14 @@ void average4C(const uint8_t* r0, const uint8_t* r1, uint8_t* out, ptrdiff_t cou
 
 void downsample2C(const uint8_t* r0, const uint8_t* r1, uint8_t* out, int count) {
     for (int x = 0; x < count; ++x) {
-        out[x] =
-            static_cast<uint8_t>((r0[2 * x] + r0[2 * x + 1] + r1[2 * x] + r1[2 * x + 1] + 2) >> 2);
+        out[x] = static_cast<uint8_t>((r0[2 * ptrdiff_t{x}] + r0[2 * ptrdiff_t{x} + 1] +
+                                       r1[2 * ptrdiff_t{x}] + r1[2 * ptrdiff_t{x} + 1] + 2) >>
+                                      2);
     }
 }
 
 const Dsp kReference = {"c",       sad8x8C,   activity8x8C, accumulateC, accumulatePairC,
-                        storeRowC, average2C, average4C,    downsample2C};
+                        storeRowC, blendRowC, average2C,    average4C,   downsample2C};
 
 const Dsp& choose() {
     // FRC_DSP=c forces the reference (to compare or to rule the SIMD code out).

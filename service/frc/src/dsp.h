@@ -37,6 +37,10 @@ struct Dsp {
                            ptrdiff_t accStride, int rows);
     // out[x] = min(255, (acc[x] + 128) >> 8) for x < count.
     void (*storeRow)(const uint16_t* acc, uint8_t* out, int count);
+    // out[x] = (a[x] * (n - k) + b[x] * k + n / 2) / n for x < count, 0 <= k <= n, 1 <= n <= 16
+    // (the quotient as ((...) * ceil(65536 / n)) >> 16, exact for every such sum).
+    void (*blendRow)(const uint8_t* a, const uint8_t* b, uint8_t* out, ptrdiff_t count, int k,
+                     int n);
     // out[x] = (a[x] + b[x] + 1) >> 1 for x < count.
     void (*average2)(const uint8_t* a, const uint8_t* b, uint8_t* out, ptrdiff_t count);
     // out[x] = (r0[x] + r0[x + 1] + r1[x] + r1[x + 1] + 2) >> 2 for x < count.

@@ -5,6 +5,8 @@
 #if defined(FRC_SIMD) && (defined(__x86_64__) || defined(__i386__)) && defined(__GNUC__)
 #include <immintrin.h>
 
+#include <cstring>
+
 namespace frc {
 namespace detail {
 namespace {
@@ -58,7 +60,8 @@ void accumulateSse2(const WindowTaps& taps, ptrdiff_t stride, const uint16_t* we
             lo = _mm_add_epi16(lo, _mm_mullo_epi16(_mm_unpacklo_epi8(px, zero), w[t]));
             hi = _mm_add_epi16(hi, _mm_mullo_epi16(_mm_unpackhi_epi8(px, zero), w[t]));
         }
-        const __m128i* wr = reinterpret_cast<const __m128i*>(weights + r * 16);
+        const __m128i* wr =
+            reinterpret_cast<const __m128i*>(weights + static_cast<ptrdiff_t>(r) * 16);
         __m128i* out = reinterpret_cast<__m128i*>(acc + r * accStride);
         _mm_storeu_si128(
             out, _mm_add_epi16(_mm_loadu_si128(out), _mm_mulhi_epu16(lo, _mm_load_si128(wr))));
@@ -85,7 +88,8 @@ void accumulatePairSse2(const WindowTaps& a, const WindowTaps& b, ptrdiff_t stri
             sa = _mm_add_epi16(sa, _mm_mullo_epi16(_mm_unpacklo_epi8(pa, zero), w[t]));
             sb = _mm_add_epi16(sb, _mm_mullo_epi16(_mm_unpacklo_epi8(pb, zero), w[t]));
         }
-        const __m128i wr = _mm_load_si128(reinterpret_cast<const __m128i*>(weights + r * 16));
+        const __m128i wr = _mm_load_si128(
+            reinterpret_cast<const __m128i*>(weights + static_cast<ptrdiff_t>(r) * 16));
         __m128i* oa = reinterpret_cast<__m128i*>(accA + r * accStride);
         __m128i* ob = reinterpret_cast<__m128i*>(accB + r * accStride);
         _mm_storeu_si128(oa, _mm_add_epi16(_mm_loadu_si128(oa), _mm_mulhi_epu16(sa, wr)));
@@ -107,7 +111,8 @@ __attribute__((target("avx2"))) void accumulateAvx2(const WindowTaps& taps, ptrd
                 _mm_loadu_si128(reinterpret_cast<const __m128i*>(taps.base[t] + off)));
             sum = _mm256_add_epi16(sum, _mm256_mullo_epi16(px, w[t]));
         }
-        const __m256i wr = _mm256_load_si256(reinterpret_cast<const __m256i*>(weights + r * 16));
+        const __m256i wr = _mm256_load_si256(
+            reinterpret_cast<const __m256i*>(weights + static_cast<ptrdiff_t>(r) * 16));
         __m256i* out = reinterpret_cast<__m256i*>(acc + r * accStride);
         _mm256_storeu_si256(out,
                             _mm256_add_epi16(_mm256_loadu_si256(out), _mm256_mulhi_epu16(sum, wr)));
@@ -131,7 +136,8 @@ __attribute__((target("avx2"))) void accumulatePairAvx2(const WindowTaps& a, con
             sum = _mm256_add_epi16(sum, _mm256_mullo_epi16(_mm256_cvtepu8_epi16(both), w[t]));
         }
         // Weights of an 8-byte window row are its first 8 entries; use them for both halves.
-        const __m128i w8 = _mm_load_si128(reinterpret_cast<const __m128i*>(weights + r * 16));
+        const __m128i w8 = _mm_load_si128(
+            reinterpret_cast<const __m128i*>(weights + static_cast<ptrdiff_t>(r) * 16));
         const __m256i prod = _mm256_mulhi_epu16(sum, _mm256_broadcastsi128_si256(w8));
         __m128i* oa = reinterpret_cast<__m128i*>(accA + r * accStride);
         __m128i* ob = reinterpret_cast<__m128i*>(accB + r * accStride);
@@ -245,10 +251,12 @@ void downsample2Sse2(const uint8_t* r0, const uint8_t* r1, uint8_t* out, int cou
     const __m128i two = _mm_set1_epi16(2);
     int x = 0;
     for (; x + 16 <= count; x += 16) {
-        const __m128i a0 = _mm_loadu_si128(reinterpret_cast<const __m128i*>(r0 + 2 * x));
-        const __m128i a1 = _mm_loadu_si128(reinterpret_cast<const __m128i*>(r0 + 2 * x + 16));
-        const __m128i b0 = _mm_loadu_si128(reinterpret_cast<const __m128i*>(r1 + 2 * x));
-        const __m128i b1 = _mm_loadu_si128(reinterpret_cast<const __m128i*>(r1 + 2 * x + 16));
+        const __m128i a0 = _mm_loadu_si128(reinterpret_cast<const __m128i*>(r0 + 2 * ptrdiff_t{x}));
+        const __m128i a1 =
+            _mm_loadu_si128(reinterpret_cast<const __m128i*>(r0 + 2 * ptrdiff_t{x} + 16));
+        const __m128i b0 = _mm_loadu_si128(reinterpret_cast<const __m128i*>(r1 + 2 * ptrdiff_t{x}));
+        const __m128i b1 =
+            _mm_loadu_si128(reinterpret_cast<const __m128i*>(r1 + 2 * ptrdiff_t{x} + 16));
         // Sum vertically in 16 bits per even/odd column, then add the column pairs.
         const __m128i s0 =
             _mm_add_epi16(_mm_add_epi16(_mm_and_si128(a0, lowBytes), _mm_srli_epi16(a0, 8)),
@@ -261,17 +269,55 @@ void downsample2Sse2(const uint8_t* r0, const uint8_t* r1, uint8_t* out, int cou
         _mm_storeu_si128(reinterpret_cast<__m128i*>(out + x), _mm_packus_epi16(q0, q1));
     }
     for (; x < count; ++x) {
-        out[x] =
-            static_cast<uint8_t>((r0[2 * x] + r0[2 * x + 1] + r1[2 * x] + r1[2 * x + 1] + 2) >> 2);
+        out[x] = static_cast<uint8_t>((r0[2 * ptrdiff_t{x}] + r0[2 * ptrdiff_t{x} + 1] +
+                                       r1[2 * ptrdiff_t{x}] + r1[2 * ptrdiff_t{x} + 1] + 2) >>
+                                      2);
+    }
+}
+
+void blendRowSse2(const uint8_t* a, const uint8_t* b, uint8_t* out, ptrdiff_t count, int k, int n) {
+    ptrdiff_t x = 0;
+    if (k == 0 || k == n) {
+        // One frame alone (also n = 1, whose reciprocal does not fit 16 bits).
+        std::memcpy(out, k == 0 ? a : b, static_cast<size_t>(count));
+        return;
+    }
+    if (2 * k == n) {
+        // Halfway: the rounded average, (a + b + 1) >> 1.
+        average2Sse2(a, b, out, count);
+        return;
+    }
+    const uint16_t m = static_cast<uint16_t>((65536 + n - 1) / n);
+    const __m128i zero = _mm_setzero_si128();
+    const __m128i wa = _mm_set1_epi16(static_cast<short>(n - k));
+    const __m128i wb = _mm_set1_epi16(static_cast<short>(k));
+    const __m128i bias = _mm_set1_epi16(static_cast<short>(n / 2));
+    const __m128i vm = _mm_set1_epi16(static_cast<short>(m));
+    // The sums stay below 255 * 16 + 8: 16-bit products, the quotient by a high multiply.
+    auto half = [&](__m128i va, __m128i vb) {
+        const __m128i s =
+            _mm_add_epi16(_mm_add_epi16(_mm_mullo_epi16(va, wa), _mm_mullo_epi16(vb, wb)), bias);
+        return _mm_mulhi_epu16(s, vm);
+    };
+    for (; x + 16 <= count; x += 16) {
+        const __m128i va = _mm_loadu_si128(reinterpret_cast<const __m128i*>(a + x));
+        const __m128i vb = _mm_loadu_si128(reinterpret_cast<const __m128i*>(b + x));
+        const __m128i lo = half(_mm_unpacklo_epi8(va, zero), _mm_unpacklo_epi8(vb, zero));
+        const __m128i hi = half(_mm_unpackhi_epi8(va, zero), _mm_unpackhi_epi8(vb, zero));
+        _mm_storeu_si128(reinterpret_cast<__m128i*>(out + x), _mm_packus_epi16(lo, hi));
+    }
+    for (; x < count; ++x) {
+        const unsigned s = static_cast<unsigned>(a[x] * (n - k) + b[x] * k + n / 2);
+        out[x] = static_cast<uint8_t>((s * m) >> 16);
     }
 }
 
 const Dsp kSse2 = {
     "sse2",       sad8x8Sse2,   activity8x8Sse2, accumulateSse2Any, accumulatePairSse2Any,
-    storeRowSse2, average2Sse2, average4Sse2,    downsample2Sse2};
+    storeRowSse2, blendRowSse2, average2Sse2,    average4Sse2,      downsample2Sse2};
 const Dsp kAvx2 = {
     "avx2",       sad8x8Sse2,   activity8x8Sse2, accumulateAvx2Any, accumulatePairAvx2Any,
-    storeRowSse2, average2Sse2, average4Sse2,    downsample2Sse2};
+    storeRowSse2, blendRowSse2, average2Sse2,    average4Sse2,      downsample2Sse2};
 
 }  // namespace
 

@@ -1,22 +1,16 @@
-// Frame copy and exact rounded weighted blend (SSE2).
+// Frame copy and exact rounded weighted blend (row kernels from the engine's kernel table).
 #include "frc/ops.h"
-
-#include <emmintrin.h>
 
 #include <cstdlib>
 #include <cstring>
 
+#include "dsp.h"
+
 namespace frc {
 namespace {
 
-// Largest phase denominator of the 16-bit SSE2 path.
+// Largest phase denominator of the 16-bit row kernel.
 constexpr int kMaxNarrowDenominator = 16;
-
-// Integer quotient of x by n (1 <= n <= 16) as (x * m) >> 16 with m = ceil(65536 / n). Exact
-// for every x a blend can produce (x <= 255 * n + n / 2); a unit test checks all of them.
-inline uint16_t reciprocal(int n) {
-    return static_cast<uint16_t>((65536 + n - 1) / n);
-}
 
 int gcd(int a, int b) {
     while (b != 0) {
@@ -41,43 +35,13 @@ void blendRowWide(const uint8_t* a, const uint8_t* b, uint8_t* d, int bytes, int
     }
 }
 
-void blendRow(const uint8_t* a, const uint8_t* b, uint8_t* d, int bytes, int k, int n) {
+void blendRow(const detail::Dsp& dsp, const uint8_t* a, const uint8_t* b, uint8_t* d, int bytes,
+              int k, int n) {
     if (n > kMaxNarrowDenominator) {
         blendRowWide(a, b, d, bytes, k, n);
         return;
     }
-    int x = 0;
-    if (n == 2) {
-        for (; x + 16 <= bytes; x += 16) {
-            const __m128i va = _mm_loadu_si128(reinterpret_cast<const __m128i*>(a + x));
-            const __m128i vb = _mm_loadu_si128(reinterpret_cast<const __m128i*>(b + x));
-            _mm_storeu_si128(reinterpret_cast<__m128i*>(d + x), _mm_avg_epu8(va, vb));
-        }
-        for (; x < bytes; ++x) d[x] = static_cast<uint8_t>((a[x] + b[x] + 1) >> 1);
-        return;
-    }
-    const uint16_t m = reciprocal(n);
-    const __m128i zero = _mm_setzero_si128();
-    const __m128i wa = _mm_set1_epi16(static_cast<short>(n - k));
-    const __m128i wb = _mm_set1_epi16(static_cast<short>(k));
-    const __m128i bias = _mm_set1_epi16(static_cast<short>(n / 2));
-    const __m128i vm = _mm_set1_epi16(static_cast<short>(m));
-    auto half = [&](__m128i va, __m128i vb) {
-        const __m128i s =
-            _mm_add_epi16(_mm_add_epi16(_mm_mullo_epi16(va, wa), _mm_mullo_epi16(vb, wb)), bias);
-        return _mm_mulhi_epu16(s, vm);
-    };
-    for (; x + 16 <= bytes; x += 16) {
-        const __m128i va = _mm_loadu_si128(reinterpret_cast<const __m128i*>(a + x));
-        const __m128i vb = _mm_loadu_si128(reinterpret_cast<const __m128i*>(b + x));
-        const __m128i lo = half(_mm_unpacklo_epi8(va, zero), _mm_unpacklo_epi8(vb, zero));
-        const __m128i hi = half(_mm_unpackhi_epi8(va, zero), _mm_unpackhi_epi8(vb, zero));
-        _mm_storeu_si128(reinterpret_cast<__m128i*>(d + x), _mm_packus_epi16(lo, hi));
-    }
-    for (; x < bytes; ++x) {
-        const unsigned s = a[x] * (n - k) + b[x] * k + n / 2;
-        d[x] = static_cast<uint8_t>((s * m) >> 16);
-    }
+    dsp.blendRow(a, b, d, bytes, k, n);
 }
 
 }  // namespace
@@ -110,10 +74,11 @@ bool blendFrames(const ConstFrameView& a, const ConstFrameView& b, int k, int n,
     const int g = gcd(k, n);
     k /= g;
     n /= g;
+    const detail::Dsp& dsp = detail::dsp();
     for (int p = 0; p < a.numPlanes(); ++p) {
         const int bytes = a.rowBytes(p);
         for (int y = 0; y < a.rows(p); ++y) {
-            blendRow(a.planes[p] + y * a.strides[p], b.planes[p] + y * b.strides[p],
+            blendRow(dsp, a.planes[p] + y * a.strides[p], b.planes[p] + y * b.strides[p],
                      dst.planes[p] + y * dst.strides[p], bytes, k, n);
         }
     }

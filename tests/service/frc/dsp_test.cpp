@@ -64,6 +64,14 @@ TEST(Dsp, EveryVariantMatchesTheReference) {
                 d->average2(a, b + 1, got, n);
                 ref.average2(a, b + 1, want, n);
                 EXPECT_EQ(0, std::memcmp(got, want, n)) << "average2 " << n;
+                for (int den = 1; den <= 16; ++den) {
+                    for (int k = 0; k <= den; ++k) {
+                        d->blendRow(a, b + 1, got, n, k, den);
+                        ref.blendRow(a, b + 1, want, n, k, den);
+                        ASSERT_EQ(0, std::memcmp(got, want, n))
+                            << "blendRow " << n << " at " << k << "/" << den;
+                    }
+                }
                 d->average4(a, b, got, n);
                 ref.average4(a, b, want, n);
                 EXPECT_EQ(0, std::memcmp(got, want, n)) << "average4 " << n;

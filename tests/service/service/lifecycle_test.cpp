@@ -77,6 +77,39 @@ TEST_P(LifecycleTest, FlushReturnsEveryBufferOfItsPortThenTheEvent) {
     EXPECT_EQ(filled.back().flags, kEos);
 }
 
+// A buffer queued again (through a new duplicate of its descriptor) reuses the mapping the
+// service made the first time; a flush unmaps what is no longer queued.
+TEST_P(LifecycleTest, BuffersStayMappedAcrossUsesUntilAFlush) {
+    auto inputs = Frames(2);
+    auto outputs = Frames(3);
+    const int ownMappings = ServiceMappings();
+    ASSERT_NO_FATAL_FAILURE(OpenSession(Param(kWidth, kHeight), Ctrl(2, 2)));
+    for (int stream = 0; stream < 3; ++stream) {
+        SCOPED_TRACE("stream " + std::to_string(stream));
+        const size_t drains = callbacks_->Of(Event::kDrain).size();
+        for (size_t i = 0; i < outputs.size(); ++i) {
+            ASSERT_EQ(Queue(1, outputs[i]->Buffer(100 + i)), VppError::VPP_OK);
+        }
+        ASSERT_EQ(Queue(0, inputs[0]->Buffer(0, 0)), VppError::VPP_OK);
+        ASSERT_EQ(Queue(0, inputs[1]->Buffer(1, 100, kEos)), VppError::VPP_OK);
+        ASSERT_TRUE(callbacks_->WaitForCount(Event::kDrain, drains + 1));
+        // Every buffer is back with the client, and mapped once in the service.
+        EXPECT_EQ(ServiceMappings() - ownMappings,
+                  static_cast<int>(inputs.size() + outputs.size()));
+    }
+
+    // A buffer that shrank below the frame is refused although a mapping of it is kept.
+    VppBuffer shrunk = outputs[0]->Buffer(102);
+    ASSERT_EQ(ftruncate(shrunk.bufferHandle.fds[0].get(), kFrameSize / 2), 0);
+    EXPECT_EQ(Queue(1, shrunk), VppError::VPP_ERR_PARAM);
+
+    ASSERT_EQ(Call([&](VppError* e) { return session_->flush(0, e); }), VppError::VPP_OK);
+    ASSERT_TRUE(callbacks_->WaitForFlush(0));
+    ASSERT_EQ(Call([&](VppError* e) { return session_->flush(1, e); }), VppError::VPP_OK);
+    ASSERT_TRUE(callbacks_->WaitForFlush(1));
+    EXPECT_EQ(ServiceMappings(), ownMappings);
+}
+
 TEST_P(LifecycleTest, CloseAndTermReturnEverythingAndUnmapIt) {
     for (bool closeFirst : {true, false}) {
         SCOPED_TRACE(closeFirst ? "close, then term" : "term alone");

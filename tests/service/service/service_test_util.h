@@ -86,6 +86,7 @@ class SharedFrame {
 
     uint8_t* data() const { return data_; }
     size_t size() const { return size_; }
+    int fd() const { return fd_; }
 
     VppBuffer Buffer(int64_t cookie, int64_t timestamp = 0, int32_t flags = 0) const {
         VppBuffer buffer;
