@@ -379,7 +379,7 @@ void SessionCore::Flush(int32_t port) {
         uint64_t reconfigGeneration = 0;
         std::unique_ptr<InputItem> marker;
         if (batch_) {
-            reconfig = std::move(batch_->reconfig);
+            reconfig = batch_->reconfig;
             reconfigGeneration = batch_->reconfigGeneration;
             marker = std::move(batch_->marker);
             batch_.reset();
