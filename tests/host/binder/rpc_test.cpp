@@ -392,16 +392,19 @@ TEST_F(RpcTest, PeerKilledDuringACallFailsTheCallPromptly) {
 }
 
 TEST_F(RpcTest, ConnectionClosesWhenNothingUsesIt) {
-    // Dropping the only proxy closes the connection (its socket is our one descriptor for it).
+    // Dropping the only proxy closes the connection: its control socket and a call channel each
+    // way.
     const int connected = openFdCount();
     service_ = nullptr;
-    EXPECT_TRUE(waitFor([&]() { return openFdCount() == connected - 1; }));
+    ASSERT_TRUE(waitFor([&]() { return openFdCount() == connected - 3; }));
+    const int idle = openFdCount();
     {
         ndk::SpAIBinder proxy = peerBinder(instance_);
         ASSERT_NE(proxy.get(), nullptr);
-        EXPECT_EQ(openFdCount(), connected);
+        EXPECT_EQ(AIBinder_ping(proxy.get()), STATUS_OK);
+        EXPECT_GT(openFdCount(), idle);
     }
-    EXPECT_TRUE(waitFor([&]() { return openFdCount() == connected - 1; }));
+    EXPECT_TRUE(waitFor([&]() { return openFdCount() == idle; }));
 }
 
 }  // namespace

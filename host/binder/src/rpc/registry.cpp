@@ -36,30 +36,24 @@ namespace {
 
 struct Frame {
     const Connection* connection;
-    uint64_t peerToken;
+    Channel* channel;
     pid_t pid;
     uid_t uid;
 };
 
-std::atomic<uint64_t> gNextToken{1};
 thread_local std::vector<Frame> tFrames;
 
 }  // namespace
 
-uint64_t threadToken() {
-    thread_local const uint64_t token = gNextToken.fetch_add(1);
-    return token;
-}
-
-uint64_t nestedRouteFor(const Connection* connection) {
+Channel* nestedChannelFor(const Connection* connection) {
     for (auto it = tFrames.rbegin(); it != tFrames.rend(); ++it) {
-        if (it->connection == connection) return it->peerToken;
+        if (it->connection == connection) return it->channel;
     }
-    return 0;
+    return nullptr;
 }
 
-ServingScope::ServingScope(const Connection* connection, uint64_t peerToken, pid_t pid, uid_t uid) {
-    tFrames.push_back({connection, peerToken, pid, uid});
+ServingScope::ServingScope(const Connection* connection, Channel* channel, pid_t pid, uid_t uid) {
+    tFrames.push_back({connection, channel, pid, uid});
 }
 
 ServingScope::~ServingScope() {
