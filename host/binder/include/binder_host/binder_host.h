@@ -95,6 +95,11 @@ void ABinderHost_setGetServicePolling(uint32_t intervalMs, uint32_t limitMs);
 // getService polling. The pool, if started, keeps running.
 void ABinderHost_resetForTesting(void);
 
+// Ends every connection to other processes in order, for a process about to exit: each peer
+// is told first and closes its side (its proxies into this process die), then this side closes.
+// Waits up to timeoutMs in all.
+void ABinderHost_closeConnections(uint32_t timeoutMs);
+
 // Creates a fresh private service folder under the per-user default and points BINDER_HOST_DIR
 // (and BINDER_HOST_PRIVATE_DIR, which marks it as a test's) at it; children inherit both. The
 // folder is removed when this process exits. Returns STATUS_PERMISSION_DENIED when the per-user

@@ -26,8 +26,10 @@ namespace binder_host::rpc {
 
 namespace {
 
-// The connection whose control or channel thread this is, if any.
-thread_local const void* tConnectionThread = nullptr;
+// The connection whose incoming channel thread this is, if any.
+thread_local const void* tChannelThread = nullptr;
+// The connection whose control thread this is, if any.
+thread_local const void* tControlThread = nullptr;
 
 // How long an extra outgoing channel stays open with no call on it. The first one stays.
 constexpr std::chrono::milliseconds kIdleChannelLife{200};
@@ -85,14 +87,9 @@ std::shared_ptr<Connection> Connection::start(ndk::ScopedFileDescriptor socket, 
     if (std::shared_ptr<Channel> first = connection->openChannel()) {
         connection->releaseChannel(std::move(first));
     }
-    {
-        std::lock_guard<std::mutex> lock(connection->mutex_);
-        ++connection->threads_;
-    }
     std::thread([connection]() {
-        tConnectionThread = connection.get();
+        tControlThread = connection.get();
         connection->controlLoop();
-        connection->threadEnded();
     }).detach();
     return connection;
 }
@@ -128,7 +125,7 @@ void Connection::addChannel(const std::shared_ptr<Channel>& channel) {
     if (!channel->outgoing) {
         auto self = shared_from_this();
         std::thread([self, owned = channel]() mutable {
-            tConnectionThread = self.get();
+            tChannelThread = self.get();
             self->serveChannel(owned);
             owned.reset();
             self->threadEnded();
@@ -467,14 +464,26 @@ void Connection::controlLoop() {
         }
         if (!control(incoming.header, &fds, &error)) break;
     }
-    closeControl();
     fail(error);
+    closeControl();
+    std::lock_guard<std::mutex> lock(mutex_);
+    controlDone_ = true;
+    threadsEnded_.notify_all();
 }
 
 void Connection::closeControl() {
     // Only the control thread reads the control socket, so only it closes it.
     std::lock_guard<std::mutex> lock(control_->sendMutex);
     control_->socket.set(-1);
+}
+
+void Connection::closeAndWait(std::chrono::steady_clock::time_point deadline) {
+    {
+        std::lock_guard<std::mutex> lock(control_->sendMutex);
+        if (control_->socket.get() >= 0) ::shutdown(control_->socket.get(), SHUT_WR);
+    }
+    std::unique_lock<std::mutex> lock(mutex_);
+    threadsEnded_.wait_until(lock, deadline, [&]() { return controlDone_; });
 }
 
 void Connection::threadEnded() {
@@ -486,7 +495,7 @@ void Connection::threadEnded() {
 void Connection::waitForThreadsLocked(std::unique_lock<std::mutex>& lock) {
     // Threads reading a socket end at once; one running a call keeps its socket until the call
     // returns, however long user code takes.
-    const int own = tConnectionThread == this ? 1 : 0;
+    const int own = tChannelThread == this ? 1 : 0;
     threadsEnded_.wait_for(lock, std::chrono::seconds(1),
                            [&]() { return threads_ - busyThreads_ <= own; });
 }
@@ -803,10 +812,6 @@ void Connection::proxyDestroyed(AIBinder* proxy) {
 }
 
 void Connection::shutdownChannelsLocked() {
-    {
-        std::lock_guard<std::mutex> lock(control_->sendMutex);
-        if (control_->socket.get() >= 0) ::shutdown(control_->socket.get(), SHUT_RDWR);
-    }
     for (const std::shared_ptr<Channel>& channel : channels_) {
         ::shutdown(channel->socket.get(), SHUT_RDWR);
     }
@@ -823,12 +828,13 @@ void Connection::closeIfIdle() {
         closing_ = true;
         channelFreed_.notify_all();
         // The control reader sees the end and takes the connection down.
-        shutdownChannelsLocked();
+        std::lock_guard<std::mutex> control(control_->sendMutex);
+        if (control_->socket.get() >= 0) ::shutdown(control_->socket.get(), SHUT_RDWR);
     }
     forgetConnection(this);
-    if (tConnectionThread != this) {
+    if (tControlThread != this && tChannelThread != this) {
         std::unique_lock<std::mutex> lock(mutex_);
-        waitForThreadsLocked(lock);
+        threadsEnded_.wait_for(lock, std::chrono::seconds(1), [&]() { return controlDone_; });
     }
 }
 
@@ -870,6 +876,13 @@ void Connection::die() {
     {
         std::unique_lock<std::mutex> lock(mutex_);
         waitForThreadsLocked(lock);
+    }
+    // The control socket goes last: the peer sees this side end once the call channels have.
+    if (tControlThread == this) {
+        closeControl();
+    } else {
+        std::lock_guard<std::mutex> lock(control_->sendMutex);
+        if (control_->socket.get() >= 0) ::shutdown(control_->socket.get(), SHUT_RDWR);
     }
     for (AIBinder* proxy : proxies) {
         markDead(proxy);

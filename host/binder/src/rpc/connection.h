@@ -54,6 +54,10 @@ class Connection : public std::enable_shared_from_this<Connection> {
     // Whether new calls may use this connection.
     bool usable();
 
+    // Ends the connection in order: the peer closes its side first, then this side, so that
+    // once this returns (or timeout passes) neither process holds its sockets.
+    void closeAndWait(std::chrono::steady_clock::time_point deadline);
+
     // A call to the peer's object handle (0: the root). See rpc::transact.
     binder_status_t transact(uint64_t handle, transaction_code_t code, const AParcel* in,
                              AParcel** out, binder_flags_t flags);
@@ -144,8 +148,9 @@ class Connection : public std::enable_shared_from_this<Connection> {
     std::mutex mutex_;  // guards everything below
     std::condition_variable channelFreed_;
     std::condition_variable threadsEnded_;
-    int threads_ = 0;      // control and incoming channel threads running
+    int threads_ = 0;      // incoming channel threads running
     int busyThreads_ = 0;  // those of them running a call
+    bool controlDone_ = false;  // the control thread has closed the control socket
     bool dead_ = false;
     bool closing_ = false;
     uint64_t nextId_ = 1;

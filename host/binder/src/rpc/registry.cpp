@@ -17,6 +17,7 @@
 #include <unistd.h>
 
 #include <atomic>
+#include <chrono>
 #include <map>
 #include <set>
 #include <string>
@@ -107,6 +108,21 @@ std::shared_ptr<Connection> findConnection(pid_t pid) {
     if (it == c.byPid.end()) return nullptr;
     std::shared_ptr<Connection> existing = it->second.lock();
     return existing != nullptr && existing->usable() ? existing : nullptr;
+}
+
+void closeConnections(uint32_t timeoutMs) {
+    std::vector<std::shared_ptr<Connection>> all;
+    {
+        Connections& c = connections();
+        std::lock_guard<std::mutex> lock(c.mutex);
+        for (auto& entry : c.byPid) {
+            if (std::shared_ptr<Connection> connection = entry.second.lock()) {
+                all.push_back(std::move(connection));
+            }
+        }
+    }
+    const auto deadline = std::chrono::steady_clock::now() + std::chrono::milliseconds(timeoutMs);
+    for (const std::shared_ptr<Connection>& connection : all) connection->closeAndWait(deadline);
 }
 
 // ---- Calls on proxies ----
@@ -558,6 +574,10 @@ void removePrivateFolder() {
 }
 
 }  // namespace
+
+void ABinderHost_closeConnections(uint32_t timeoutMs) {
+    binder_host::rpc::closeConnections(timeoutMs);
+}
 
 binder_status_t ABinderHost_usePrivateServiceDir() {
     const std::string base = binder_host::rpc::defaultFolder();
