@@ -107,6 +107,12 @@ bool Connection::usable() {
     return !dead_ && !closing_;
 }
 
+void Connection::waitUntilComplete() {
+    std::unique_lock<std::mutex> lock(mutex_);
+    channelFreed_.wait_for(lock, std::chrono::seconds(1),
+                           [&]() { return dead_ || incomingCount_ > 0; });
+}
+
 // ---- Channels ----
 
 void Connection::addChannel(const std::shared_ptr<Channel>& channel) {
@@ -122,6 +128,7 @@ void Connection::addChannel(const std::shared_ptr<Channel>& channel) {
         if (dead_) ::shutdown(channel->socket.get(), SHUT_RDWR);
         if (!channel->outgoing) ++threads_;
     }
+    if (!channel->outgoing) channelFreed_.notify_all();
     if (!channel->outgoing) {
         auto self = shared_from_this();
         std::thread([self, owned = channel]() mutable {

@@ -54,6 +54,10 @@ class Connection : public std::enable_shared_from_this<Connection> {
     // Whether new calls may use this connection.
     bool usable();
 
+    // Waits (briefly) until the peer's first call channel has arrived, so that a connection
+    // handed out holds all the descriptors it keeps while in use.
+    void waitUntilComplete();
+
     // Ends the connection in order: the peer closes its side first, then this side, so that
     // once this returns (or timeout passes) neither process holds its sockets.
     void closeAndWait(std::chrono::steady_clock::time_point deadline);
@@ -148,8 +152,8 @@ class Connection : public std::enable_shared_from_this<Connection> {
     std::mutex mutex_;  // guards everything below
     std::condition_variable channelFreed_;
     std::condition_variable threadsEnded_;
-    int threads_ = 0;      // incoming channel threads running
-    int busyThreads_ = 0;  // those of them running a call
+    int threads_ = 0;           // incoming channel threads running
+    int busyThreads_ = 0;       // those of them running a call
     bool controlDone_ = false;  // the control thread has closed the control socket
     bool dead_ = false;
     bool closing_ = false;

@@ -541,7 +541,10 @@ AIBinder* lookupService(const std::string& instance) {
         if (connection == nullptr) return nullptr;
         AIBinder* binder = nullptr;
         binder_status_t status = connection->getService(instance, &binder);
-        if (status == STATUS_OK) return binder;
+        if (status == STATUS_OK) {
+            connection->waitUntilComplete();
+            return binder;
+        }
         if (status != STATUS_DEAD_OBJECT) return nullptr;
     }
     return nullptr;
