@@ -470,6 +470,7 @@ void Connection::controlLoop() {
             break;
         }
         if (!control(incoming.header, &fds, &error)) break;
+        if (control_->socket.get() < 0) break;  // closed here, the connection being idle
     }
     fail(error);
     closeControl();
@@ -834,15 +835,21 @@ void Connection::closeIfIdle() {
         }
         closing_ = true;
         channelFreed_.notify_all();
-        // The control reader sees the end and takes the connection down.
+    }
+    forgetConnection(this);
+    if (tControlThread == this) {
+        // Call channels first, the control socket last: once the peer sees the end, nothing of
+        // this connection is open here.
+        die();
+        return;
+    }
+    {
+        // The control thread sees the end and takes the connection down in the same order.
         std::lock_guard<std::mutex> control(control_->sendMutex);
         if (control_->socket.get() >= 0) ::shutdown(control_->socket.get(), SHUT_RDWR);
     }
-    forgetConnection(this);
-    if (tControlThread != this && tChannelThread != this) {
-        std::unique_lock<std::mutex> lock(mutex_);
-        threadsEnded_.wait_for(lock, std::chrono::seconds(1), [&]() { return controlDone_; });
-    }
+    std::unique_lock<std::mutex> lock(mutex_);
+    threadsEnded_.wait_for(lock, std::chrono::seconds(1), [&]() { return controlDone_; });
 }
 
 void Connection::fail(const std::string& error) {
