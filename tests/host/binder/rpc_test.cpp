@@ -300,7 +300,8 @@ TEST_F(RpcTest, NestedCallsInBothDirections) {
     EXPECT_EQ(text, "peer:ping");
     EXPECT_EQ(Callback::calls.load(), 1);
 
-    // Several threads at once, each with its own nested chain.
+    // Several threads at once, each with its own nested chain: they call the multi-threaded
+    // peer, whose callbacks call the single-threaded one (Callback::peerService, set above).
     std::vector<std::thread> threads;
     std::atomic<int> good{0};
     for (int t = 0; t < 4; ++t) {
@@ -320,8 +321,6 @@ TEST_F(RpcTest, NestedCallsInBothDirections) {
             }
         });
     }
-    // These go to the multi-threaded peer, whose callbacks call the single-threaded one.
-    Callback::peerService = peerService.get();
     for (auto& thread : threads) thread.join();
     EXPECT_EQ(good.load(), 40);
     Callback::peerService = nullptr;
