@@ -1,8 +1,10 @@
 // Cross-process call latency: a binder call carrying one descriptor (a queue call's shape) to a
 // child process, against the floor: a raw AF_UNIX round trip with one descriptor each way
-// (SCM_RIGHTS) to the same child. Both ends are pinned the same way for both measurements
-// (parent on the first allowed CPU, child on the last). The ratio counter of BM_CallVsFloor is
-// call time over floor time, both measured in alternating batches of the same run.
+// (SCM_RIGHTS) to the same child. Both ends are pinned the same way for both measurements:
+// --pin=same (default: both on the first allowed CPU, so every hop is a context switch),
+// --pin=split (parent on the first allowed CPU, child on the last) or --pin=none. The ratio
+// counter of BM_CallVsFloor is call time over floor time, both measured in alternating batches
+// of the same run.
 #include <android/binder_auto_utils.h>
 #include <android/binder_ibinder.h>
 #include <android/binder_manager.h>
@@ -32,15 +34,20 @@ constexpr const char* kDescriptor = "bench.IEcho";
 constexpr transaction_code_t kQueue = FIRST_CALL_TRANSACTION;
 constexpr int kChildSocket = 3;  // the child's end of the raw socket pair
 
-// Pins the calling thread (and the threads it creates later) to one allowed CPU.
-void pin(bool last) {
-    if (getenv("BENCH_NOPIN") != nullptr) return;
+enum class Pinning { kSame, kSplit, kNone };
+Pinning gPinning = Pinning::kSame;
+
+// Pins the calling thread (and the threads it creates later) to one allowed CPU: the last one
+// for the child when split.
+void pin(Pinning pinning, bool child) {
+    if (pinning == Pinning::kNone) return;
+    const bool last = child && pinning == Pinning::kSplit;
     cpu_set_t allowed;
     if (sched_getaffinity(0, sizeof(allowed), &allowed) != 0) return;
     int chosen = -1;
     for (int cpu = 0; cpu < CPU_SETSIZE; ++cpu) {
         if (!CPU_ISSET(cpu, &allowed)) continue;
-        if (chosen < 0 || (last && getenv("BENCH_SPLIT") != nullptr)) chosen = cpu;
+        if (chosen < 0 || last) chosen = cpu;
     }
     if (chosen < 0) return;
     cpu_set_t one;
@@ -102,8 +109,8 @@ const AIBinder_Class* echoClass() {
 }
 
 // The child: serves the binder object under instance and echoes the raw socket.
-int serve(const char* instance) {
-    pin(true);
+int serve(const char* instance, Pinning pinning) {
+    pin(pinning, true);
     ndk::SpAIBinder service(AIBinder_new(echoClass(), nullptr));
     if (AServiceManager_addService(service.get(), instance) != EX_NONE) return 1;
     ABinderProcess_startThreadPool();
@@ -143,7 +150,10 @@ class Peer {
             return;
         }
         self[length] = '\0';
-        const char* argv[] = {self, "--serve", instance_.c_str(), nullptr};
+        const char* pinning = gPinning == Pinning::kSame    ? "same"
+                              : gPinning == Pinning::kSplit ? "split"
+                                                            : "none";
+        const char* argv[] = {self, "--serve", instance_.c_str(), pinning, nullptr};
         if (posix_spawn(&pid_, self, &actions, nullptr, const_cast<char* const*>(argv), environ) !=
             0) {
             pid_ = -1;
@@ -151,7 +161,7 @@ class Peer {
         }
         posix_spawn_file_actions_destroy(&actions);
         if (pid_ < 0) return;
-        pin(false);
+        pin(gPinning, false);
         ABinderHost_setGetServicePolling(20, 5000);
         service_ = ndk::SpAIBinder(AServiceManager_getService(instance_.c_str()));
         if (service_.get() == nullptr || !AIBinder_associateClass(service_.get(), echoClass())) {
@@ -270,10 +280,26 @@ void BM_CallVsFloor(benchmark::State& state) {
 }
 BENCHMARK(BM_CallVsFloor)->Iterations(25)->Unit(benchmark::kMillisecond);
 
+Pinning parsePinning(const char* name) {
+    if (strcmp(name, "split") == 0) return Pinning::kSplit;
+    if (strcmp(name, "none") == 0) return Pinning::kNone;
+    return Pinning::kSame;
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
-    if (argc == 3 && strcmp(argv[1], "--serve") == 0) return serve(argv[2]);
+    if (argc == 4 && strcmp(argv[1], "--serve") == 0) return serve(argv[2], parsePinning(argv[3]));
+    // --pin=MODE is ours; the rest goes to the benchmark library.
+    int kept = 1;
+    for (int i = 1; i < argc; ++i) {
+        if (strncmp(argv[i], "--pin=", 6) == 0) {
+            gPinning = parsePinning(argv[i] + 6);
+        } else {
+            argv[kept++] = argv[i];
+        }
+    }
+    argc = kept;
     benchmark::Initialize(&argc, argv);
     if (benchmark::ReportUnrecognizedArguments(argc, argv)) return 1;
     benchmark::RunSpecifiedBenchmarks();
