@@ -115,6 +115,7 @@ void closeConnections(uint32_t timeoutMs) {
     {
         Connections& c = connections();
         std::lock_guard<std::mutex> lock(c.mutex);
+        all.reserve(c.byPid.size());
         for (auto& entry : c.byPid) {
             if (std::shared_ptr<Connection> connection = entry.second.lock()) {
                 all.push_back(std::move(connection));
@@ -208,6 +209,7 @@ binder_status_t serveDump(AIBinder* target, const AParcel* in) {
         if (status != STATUS_OK) return status;
     }
     std::vector<const char*> argv;
+    argv.reserve(args.size());
     for (const std::string& arg : args) argv.push_back(arg.c_str());
     return AIBinder_dump(target, fd.get(), argv.data(), static_cast<uint32_t>(argv.size()));
 }

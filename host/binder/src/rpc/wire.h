@@ -35,7 +35,7 @@ enum MessageType : uint32_t {
 };
 
 // Limits of one message, as on a device's binder buffer.
-constexpr size_t kMaxDataSize = 1024 * 1024;
+constexpr size_t kMaxDataSize = size_t{1024} * 1024;
 constexpr size_t kMaxFds = 253;  // what one SCM_RIGHTS message can carry
 // Size of an object's record (kind word, index word) in the parcel data.
 constexpr size_t kObjectRecordBytes = 8;
