@@ -16,8 +16,12 @@
 // - AServiceManager_checkService/getService/waitForService look in this process first, then in
 //   the folder. Peers of another uid are refused on both ends.
 // - Binders received from another process are proxies (AIBinder_isRemote); generated fromBinder
-//   gives the Bp class for them. Incoming calls run on the binder pool; a thread waiting for a
-//   reply runs the nested calls addressed to it. When the peer process goes away its proxies die
+//   gives the Bp class for them. A connection to a peer process carries each call on a socket
+//   of its own (opened on demand, up to the number of binder threads the peer's pool may run,
+//   ABinderProcess_setThreadPoolMaxThreadCount + 1; extra ones close when idle): the calling
+//   thread reads its own reply, and runs the nested calls the peer makes on the call's behalf;
+//   an incoming call runs on the binder thread that read it. A connection holds three
+//   descriptors while in use (more while calls overlap). When the peer process goes away its proxies die
 //   at once, as with ABinderHost_declareBinderDead.
 // - Limits per transaction: 1 MiB of data and 253 descriptors (STATUS_FAILED_TRANSACTION).
 //
