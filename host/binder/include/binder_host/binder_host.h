@@ -21,8 +21,8 @@
 //   ABinderProcess_setThreadPoolMaxThreadCount + 1; extra ones close when idle): the calling
 //   thread reads its own reply, and runs the nested calls the peer makes on the call's behalf;
 //   an incoming call runs on the binder thread that read it. A connection holds three
-//   descriptors while in use (more while calls overlap). When the peer process goes away its proxies die
-//   at once, as with ABinderHost_declareBinderDead.
+//   descriptors while in use (more while calls overlap). When the peer process goes away its
+//   proxies die at once, as with ABinderHost_declareBinderDead.
 // - Limits per transaction: 1 MiB of data and 253 descriptors (STATUS_FAILED_TRANSACTION).
 //
 // Test convention: every test process uses a service folder of its own, so that test processes
