@@ -111,6 +111,7 @@ void BM_ToolBlendX2_1080p(benchmark::State& state) {
     job.mode = vppfrc::FrcMode::kBlend;
     job.factor = kFactor;
     job.showProgress = false;
+    job.overwrite = true;  // every run writes the same output file
     Totals totals;
     for (auto _ : state) {
         vppfrc::ConversionReport report;
@@ -141,6 +142,7 @@ void BM_ToolBlendX2_1080p_ProcessVsEmbedded(benchmark::State& state) {
     job.mode = vppfrc::FrcMode::kBlend;
     job.factor = kFactor;
     job.showProgress = false;
+    job.overwrite = true;  // every run writes the same output file
     Totals embedded;
     Totals process;
     for (auto _ : state) {

@@ -1,5 +1,6 @@
 // vppd: serves the reference VPP service to other processes until SIGTERM or SIGINT.
 #include <android/binder_process.h>
+#include <binder_host/binder_host.h>
 #include <pthread.h>
 #include <signal.h>
 #include <stdio.h>
@@ -161,6 +162,8 @@ int main(int argc, char** argv) {
     const size_t sessions = service->liveSessionCount();
     // Ends every session (workers joined, buffers unmapped) and unregisters the name.
     service.reset();
+    // Clients see the end of their connections, and let go of them, before this process exits.
+    ABinderHost_closeConnections(1000);
     if (!options.quiet) {
         fprintf(stderr, "vppd: stopped on %s, %zu session(s) ended\n", SignalName(signal),
                 sessions);

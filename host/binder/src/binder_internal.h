@@ -82,6 +82,18 @@ void postToPool(std::function<void()> task);
 // Whether the pool has been started or joined: only then can this process serve other ones.
 bool poolServing();
 
+// How many threads the pool may run: the first and the extra ones it may add.
+uint32_t poolThreadLimit();
+
+// Marks the calling thread as a binder thread: a transport thread that runs the incoming calls
+// it reads, as a pool thread does.
+void becomePoolThread();
+
+// Brackets an incoming call run outside the pool's queue, so that ABinderHost_flushPool waits
+// for it as for a queued task.
+void beginPoolWork();
+void endPoolWork();
+
 // Publishes every service registered so far (called when the pool starts serving).
 void publishRegisteredServices();
 

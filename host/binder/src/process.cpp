@@ -88,6 +88,29 @@ bool poolServing() {
     return pool().serving.load();
 }
 
+uint32_t poolThreadLimit() {
+    Pool& p = pool();
+    std::lock_guard<std::mutex> lock(p.mutex);
+    return 1 + p.maxExtraThreads;
+}
+
+void becomePoolThread() {
+    tIsPoolThread = true;
+}
+
+void beginPoolWork() {
+    Pool& p = pool();
+    std::lock_guard<std::mutex> lock(p.mutex);
+    ++p.running;
+}
+
+void endPoolWork() {
+    Pool& p = pool();
+    std::lock_guard<std::mutex> lock(p.mutex);
+    --p.running;
+    if (p.queue.empty() && p.running == 0) p.drained.notify_all();
+}
+
 void resetPoolCounters() {
     Pool& p = pool();
     std::lock_guard<std::mutex> lock(p.mutex);

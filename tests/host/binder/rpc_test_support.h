@@ -90,6 +90,7 @@ inline binder_status_t call(AIBinder* binder, transaction_code_t code, ndk::Scop
     binder_status_t status = AIBinder_prepareTransaction(binder, in.getR());
     if (status == STATUS_OK && write) status = write(in.get());
     if (status != STATUS_OK) return status;
+    reply.set(nullptr);  // the out-parameter is overwritten, not released
     return AIBinder_transact(binder, code, in.getR(), reply.getR(), 0);
 }
 

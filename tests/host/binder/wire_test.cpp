@@ -84,7 +84,6 @@ WireHeader header(uint32_t type) {
     h.magic = wire::kWireMagic;
     h.type = type;
     h.id = 1;
-    h.senderToken = 7;
     return h;
 }
 
@@ -98,6 +97,23 @@ std::vector<uint8_t> message(const WireHeader& h, const std::vector<WireObject>&
     }
     bytes.insert(bytes.end(), data.begin(), data.end());
     return bytes;
+}
+
+// Gives the service a call channel on the control connection: our end, or -1.
+int openCallChannel(int control) {
+    int pair[2];
+    if (socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, pair) != 0) return -1;
+    ndk::ScopedFileDescriptor ours(pair[0]);
+    ndk::ScopedFileDescriptor theirs(pair[1]);
+    WireHeader channel = header(wire::kMessageChannel);
+    channel.objectCount = 1;
+    channel.fdCount = 1;
+    channel.dataSize = wire::kObjectRecordBytes;
+    if (!sendRaw(control, message(channel, {{0, wire::kWireFd, 0}}, std::vector<uint8_t>(8, 0)),
+                 {theirs.get()})) {
+        return -1;
+    }
+    return ours.release();
 }
 
 struct Case {
@@ -143,7 +159,6 @@ TEST_F(WireTest, MalformedMessagesDropTheConnectionWithoutLeaks) {
     release.target = 0x12345;
     release.code = 1;
     WireHeader stray = header(wire::kMessageReply);
-    stray.routeToken = 0x999;
     std::vector<Case> cases = {
         {"bad magic", message(badMagic, {}, {}), 0},
         {"unknown type", message(badType, {}, {}), 0},
@@ -169,14 +184,43 @@ TEST_F(WireTest, MalformedMessagesDropTheConnectionWithoutLeaks) {
 
     ndk::ScopedFileDescriptor file(memfd_create("wire-test", MFD_CLOEXEC));
     const int before = openFdCount();
+    // Each bad message goes on a call channel: the channel and the whole connection are dropped.
     for (const Case& c : cases) {
         SCOPED_TRACE(c.name);
-        ndk::ScopedFileDescriptor socket(connectRaw(path_));
-        ASSERT_GE(socket.get(), 0);
+        ndk::ScopedFileDescriptor control(connectRaw(path_));
+        ASSERT_GE(control.get(), 0);
+        ndk::ScopedFileDescriptor channel(openCallChannel(control.get()));
+        ASSERT_GE(channel.get(), 0);
         std::vector<int> fds(static_cast<size_t>(c.fdsToSend), file.get());
-        ASSERT_TRUE(sendRaw(socket.get(), c.bytes, fds));
-        if (std::string(c.name) == "message cut short") shutdown(socket.get(), SHUT_WR);
-        EXPECT_TRUE(closedByPeer(socket.get()));
+        ASSERT_TRUE(sendRaw(channel.get(), c.bytes, fds));
+        if (std::string(c.name) == "message cut short") shutdown(channel.get(), SHUT_WR);
+        EXPECT_TRUE(closedByPeer(channel.get()));
+        EXPECT_TRUE(closedByPeer(control.get()));
+    }
+    // On the control channel: calls, channel messages without their descriptor, and more call
+    // channels than the service has binder threads.
+    WireHeader bareChannel = header(wire::kMessageChannel);
+    bareChannel.objectCount = 1;
+    bareChannel.dataSize = wire::kObjectRecordBytes;
+    const std::vector<Case> controlCases = {
+        {"call on the control channel", message(transact, {}, {}), 0},
+        {"channel without its descriptor",
+         message(bareChannel, {{0, wire::kWireFd, 0}}, std::vector<uint8_t>(8, 0)), 0},
+    };
+    for (const Case& c : controlCases) {
+        SCOPED_TRACE(c.name);
+        ndk::ScopedFileDescriptor control(connectRaw(path_));
+        ASSERT_GE(control.get(), 0);
+        ASSERT_TRUE(sendRaw(control.get(), c.bytes, {}));
+        EXPECT_TRUE(closedByPeer(control.get()));
+    }
+    {
+        SCOPED_TRACE("too many channels");
+        ndk::ScopedFileDescriptor control(connectRaw(path_));
+        ASSERT_GE(control.get(), 0);
+        std::vector<ndk::ScopedFileDescriptor> channels;
+        for (int i = 0; i < 64; ++i) channels.emplace_back(openCallChannel(control.get()));
+        EXPECT_TRUE(closedByPeer(control.get()));
     }
     // Every descriptor that arrived with a bad message was closed.
     EXPECT_TRUE(binder_test::waitForFdCount(before));

@@ -16,9 +16,13 @@
 // - AServiceManager_checkService/getService/waitForService look in this process first, then in
 //   the folder. Peers of another uid are refused on both ends.
 // - Binders received from another process are proxies (AIBinder_isRemote); generated fromBinder
-//   gives the Bp class for them. Incoming calls run on the binder pool; a thread waiting for a
-//   reply runs the nested calls addressed to it. When the peer process goes away its proxies die
-//   at once, as with ABinderHost_declareBinderDead.
+//   gives the Bp class for them. A connection to a peer process carries each call on a socket
+//   of its own (opened on demand, up to the number of binder threads the peer's pool may run,
+//   ABinderProcess_setThreadPoolMaxThreadCount + 1; extra ones close when idle): the calling
+//   thread reads its own reply, and runs the nested calls the peer makes on the call's behalf;
+//   an incoming call runs on the binder thread that read it. A connection holds three
+//   descriptors while in use (more while calls overlap). When the peer process goes away its
+//   proxies die at once, as with ABinderHost_declareBinderDead.
 // - Limits per transaction: 1 MiB of data and 253 descriptors (STATUS_FAILED_TRANSACTION).
 //
 // Test convention: every test process uses a service folder of its own, so that test processes
@@ -94,6 +98,11 @@ void ABinderHost_setGetServicePolling(uint32_t intervalMs, uint32_t limitMs);
 // Empties the service registry (releasing its references), resets the counters above and the
 // getService polling. The pool, if started, keeps running.
 void ABinderHost_resetForTesting(void);
+
+// Ends every connection to other processes in order, for a process about to exit: each peer
+// is told first and closes its side (its proxies into this process die), then this side closes.
+// Waits up to timeoutMs in all.
+void ABinderHost_closeConnections(uint32_t timeoutMs);
 
 // Creates a fresh private service folder under the per-user default and points BINDER_HOST_DIR
 // (and BINDER_HOST_PRIVATE_DIR, which marks it as a test's) at it; children inherit both. The

@@ -1,16 +1,21 @@
-// One connection to a peer process: sending and receiving messages with their descriptors,
-// translating binder objects to handles and back, reply routing with nested calls, and death.
+// One connection to a peer process: its channels, sending and receiving messages with their
+// descriptors, translating binder objects to handles and back, calls that read their own replies
+// and run the nested calls made on their behalf, incoming calls run by the thread that read
+// them, and death.
 #include "connection.h"
 
 #include <android/binder_parcel.h>
 #include <errno.h>
+#include <poll.h>
 #include <string.h>
 #include <sys/socket.h>
 #include <sys/uio.h>
+#include <sys/un.h>
 #include <syslog.h>
 #include <unistd.h>
 
 #include <atomic>
+#include <chrono>
 #include <thread>
 
 #include "../binder_internal.h"
@@ -20,6 +25,14 @@
 namespace binder_host::rpc {
 
 namespace {
+
+// The connection whose incoming channel thread this is, if any.
+thread_local const void* tChannelThread = nullptr;
+// The connection whose control thread this is, if any.
+thread_local const void* tControlThread = nullptr;
+
+// How long an extra outgoing channel stays open with no call on it. The first one stays.
+constexpr std::chrono::milliseconds kIdleChannelLife{200};
 
 // Reads exactly size bytes, collecting the descriptors that arrive with them. Returns size, 0 at
 // a clean end of stream before any byte, or -1 (errno kept) on an error or a cut message.
@@ -63,18 +76,154 @@ ssize_t receiveAll(int socket, uint8_t* buffer, size_t size,
 std::shared_ptr<Connection> Connection::start(ndk::ScopedFileDescriptor socket, const ucred& peer,
                                               bool connector) {
     std::shared_ptr<Connection> connection(new Connection(std::move(socket), peer, connector));
-    std::thread([connection]() { connection->readLoop(); }).detach();
+    // The peer learns how many call channels we serve before anything else.
+    WireHeader limit{};
+    limit.magic = kWireMagic;
+    limit.type = kMessageLimit;
+    limit.code = connection->incomingLimit_;
+    connection->send(*connection->control_, limit, Outgoing(), nullptr, 0);
+    // One call channel each way from the start: a connection in use keeps a steady count of
+    // descriptors, and the first call pays no set-up.
+    if (std::shared_ptr<Channel> first = connection->openChannel()) {
+        connection->releaseChannel(std::move(first));
+    }
+    std::thread([connection]() {
+        tControlThread = connection.get();
+        connection->controlLoop();
+    }).detach();
     return connection;
 }
 
 Connection::Connection(ndk::ScopedFileDescriptor socket, const ucred& peer, bool connector)
-    : peer_(peer), connector_(connector), socket_(std::move(socket)) {}
+    : peer_(peer),
+      connector_(connector),
+      incomingLimit_(poolThreadLimit()),
+      control_(std::make_shared<Channel>(socket.release(), false)) {}
 
 Connection::~Connection() = default;
 
 bool Connection::usable() {
     std::lock_guard<std::mutex> lock(mutex_);
     return !dead_ && !closing_;
+}
+
+void Connection::waitUntilComplete() {
+    std::unique_lock<std::mutex> lock(mutex_);
+    channelFreed_.wait_for(lock, std::chrono::seconds(1),
+                           [&]() { return dead_ || incomingCount_ > 0; });
+}
+
+// ---- Channels ----
+
+void Connection::addChannel(const std::shared_ptr<Channel>& channel) {
+    {
+        std::lock_guard<std::mutex> lock(mutex_);
+        channels_.push_back(channel);
+        if (channel->outgoing) {
+            ++outgoingCount_;
+        } else {
+            ++incomingCount_;
+        }
+        // Added while the connection goes down: its reader must not wait for the peer.
+        if (dead_) ::shutdown(channel->socket.get(), SHUT_RDWR);
+        if (!channel->outgoing) ++threads_;
+    }
+    if (!channel->outgoing) channelFreed_.notify_all();
+    if (!channel->outgoing) {
+        auto self = shared_from_this();
+        std::thread([self, owned = channel]() mutable {
+            tChannelThread = self.get();
+            self->serveChannel(owned);
+            owned.reset();
+            self->threadEnded();
+        }).detach();
+    }
+}
+
+std::shared_ptr<Channel> Connection::acquireChannel() {
+    std::unique_lock<std::mutex> lock(mutex_);
+    for (;;) {
+        if (dead_ || closing_) return nullptr;
+        if (!freeOutgoing_.empty()) {
+            std::shared_ptr<Channel> channel = std::move(freeOutgoing_.back());
+            freeOutgoing_.pop_back();
+            return channel;
+        }
+        if (outgoingCount_ < peerLimit_) break;
+        // Every channel the peer serves carries a call: wait for one to come back.
+        channelFreed_.wait(lock);
+    }
+    lock.unlock();
+    return openChannel();
+}
+
+std::shared_ptr<Channel> Connection::openChannel() {
+    int pair[2];
+    if (socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, pair) != 0) {
+        logMessage(LOG_ERR, "Cannot open a channel to pid %d: %s", peer_.pid, strerror(errno));
+        return nullptr;
+    }
+    auto channel = std::make_shared<Channel>(pair[0], true);
+    ndk::ScopedFileDescriptor farEnd(pair[1]);
+    addChannel(channel);
+    WireHeader header{};
+    header.magic = kWireMagic;
+    header.type = kMessageChannel;
+    header.objectCount = 1;
+    header.fdCount = 1;
+    header.dataSize = kObjectRecordBytes;
+    Outgoing body;
+    body.objects.push_back({0, kWireFd, 0});
+    body.fds.push_back(farEnd.get());
+    const uint8_t record[kObjectRecordBytes] = {};
+    if (!send(*control_, header, body, record, sizeof(record))) return nullptr;
+    return channel;
+}
+
+void Connection::releaseChannel(std::shared_ptr<Channel> channel) {
+    {
+        std::lock_guard<std::mutex> lock(mutex_);
+        if (dead_) return;
+        channel->freedAt = std::chrono::steady_clock::now();
+        freeOutgoing_.push_back(std::move(channel));
+    }
+    channelFreed_.notify_one();
+}
+
+int Connection::trimChannels() {
+    std::vector<std::shared_ptr<Channel>> closing;
+    int waitMs = -1;
+    {
+        std::lock_guard<std::mutex> lock(mutex_);
+        const auto now = std::chrono::steady_clock::now();
+        // The oldest free channels go first; the most recently used ones stay warm.
+        for (auto it = freeOutgoing_.begin(); it != freeOutgoing_.end() && outgoingCount_ > 1;) {
+            const auto idle = now - (*it)->freedAt;
+            if (idle < kIdleChannelLife) {
+                const auto left =
+                    std::chrono::duration_cast<std::chrono::milliseconds>(kIdleChannelLife - idle);
+                waitMs = static_cast<int>(left.count()) + 1;
+                break;
+            }
+            // Its reader in the peer sees the end and lets the channel go.
+            ::shutdown((*it)->socket.get(), SHUT_RDWR);
+            removeChannelLocked(it->get());
+            --outgoingCount_;
+            closing.push_back(std::move(*it));
+            it = freeOutgoing_.erase(it);
+        }
+        if (waitMs < 0 && outgoingCount_ > 1) waitMs = static_cast<int>(kIdleChannelLife.count());
+    }
+    return waitMs;
+}
+
+void Connection::removeChannelLocked(const Channel* channel) {
+    for (auto it = channels_.begin(); it != channels_.end(); ++it) {
+        if (it->get() == channel) {
+            channels_.erase(it);
+            return;
+        }
+    }
 }
 
 // ---- Sending ----
@@ -114,6 +263,7 @@ binder_status_t Connection::encodeLocked(const AParcel* parcel, Outgoing* out) {
         } else if (binder != nullptr && binder->proxy != nullptr) {
             wire.kind = kWireReceiverBinder;
             wire.handle = binder->proxy->handle;
+            ++usesSent_[wire.handle];
         } else if (binder != nullptr) {
             wire.kind = kWireSenderBinder;
             wire.handle = binder->identity->id;
@@ -131,7 +281,8 @@ binder_status_t Connection::encodeLocked(const AParcel* parcel, Outgoing* out) {
     return STATUS_OK;
 }
 
-bool Connection::send(const WireHeader& header, const Outgoing& body, const AParcel* parcel) {
+bool Connection::send(Channel& channel, const WireHeader& header, const Outgoing& body,
+                      const uint8_t* data, size_t dataSize) {
     iovec iov[3];
     size_t count = 0;
     iov[count++] = {const_cast<WireHeader*>(&header), sizeof(header)};
@@ -139,12 +290,10 @@ bool Connection::send(const WireHeader& header, const Outgoing& body, const APar
         iov[count++] = {const_cast<WireObject*>(body.objects.data()),
                         body.objects.size() * sizeof(WireObject)};
     }
-    if (parcel != nullptr && !parcel->data.empty()) {
-        iov[count++] = {const_cast<uint8_t*>(parcel->data.data()), parcel->data.size()};
-    }
+    if (dataSize > 0) iov[count++] = {const_cast<uint8_t*>(data), dataSize};
     alignas(cmsghdr) char control[CMSG_SPACE(sizeof(int) * kMaxFds)];
-    std::lock_guard<std::mutex> lock(sendMutex_);
-    if (socket_.get() < 0) return false;
+    std::lock_guard<std::mutex> lock(channel.sendMutex);
+    if (channel.socket.get() < 0) return false;
     bool first = true;
     iovec* next = iov;
     while (count > 0) {
@@ -160,11 +309,11 @@ bool Connection::send(const WireHeader& header, const Outgoing& body, const APar
             c->cmsg_len = CMSG_LEN(sizeof(int) * body.fds.size());
             memcpy(CMSG_DATA(c), body.fds.data(), sizeof(int) * body.fds.size());
         }
-        ssize_t n = sendmsg(socket_.get(), &msg, MSG_NOSIGNAL);
+        ssize_t n = sendmsg(channel.socket.get(), &msg, MSG_NOSIGNAL);
         if (n < 0 && errno == EINTR) continue;
         if (n < 0) {
-            // The reader sees the end of the stream and declares the peer dead.
-            ::shutdown(socket_.get(), SHUT_RDWR);
+            // The readers of this process see the end of the stream and declare the peer dead.
+            ::shutdown(channel.socket.get(), SHUT_RDWR);
             return false;
         }
         first = false;
@@ -185,73 +334,77 @@ bool Connection::send(const WireHeader& header, const Outgoing& body, const APar
 binder_status_t Connection::transact(uint64_t handle, transaction_code_t code, const AParcel* in,
                                      AParcel** out, binder_flags_t flags) {
     const bool oneway = (flags & FLAG_ONEWAY) != 0;
-    const uint64_t token = threadToken();
+    {
+        std::lock_guard<std::mutex> lock(mutex_);
+        if (dead_ || closing_) return STATUS_DEAD_OBJECT;
+        ++activeCalls_;
+    }
+    // A call made while serving one of the peer's goes back to the thread waiting for it; any
+    // other takes a channel of its own (a oneway call has nobody waiting to run it).
+    Channel* channel = oneway ? nullptr : nestedChannelFor(this);
+    std::shared_ptr<Channel> held;
+    if (channel == nullptr) {
+        held = acquireChannel();
+        channel = held.get();
+    }
     WireHeader header{};
     header.magic = kWireMagic;
     header.type = kMessageTransact;
     header.target = handle;
-    header.routeToken = nestedRouteFor(this);
-    header.senderToken = token;
     header.code = code;
     header.flags = flags;
     Outgoing body;
-    Waiter* waiter = nullptr;
+    binder_status_t status = STATUS_DEAD_OBJECT;
     {
         std::lock_guard<std::mutex> lock(mutex_);
-        if (dead_ || closing_) return STATUS_DEAD_OBJECT;
-        binder_status_t status = encodeLocked(in, &body);
-        if (status != STATUS_OK) return status;
+        if (channel != nullptr && !dead_ && !closing_) status = encodeLocked(in, &body);
+        if (status == STATUS_OK && handle != 0) ++usesSent_[handle];
         header.id = nextId_++;
-        ++activeCalls_;
-        if (!oneway) {
-            std::unique_ptr<Waiter>& slot = waiters_[token];
-            if (slot == nullptr) slot = std::make_unique<Waiter>();
-            waiter = slot.get();
-            ++waiter->depth;
+    }
+    if (status != STATUS_OK) {
+        if (held != nullptr) releaseChannel(std::move(held));
+        {
+            std::lock_guard<std::mutex> lock(mutex_);
+            --activeCalls_;
         }
+        closeIfIdle();
+        return status;
     }
     header.objectCount = static_cast<uint32_t>(body.objects.size());
     header.fdCount = static_cast<uint32_t>(body.fds.size());
     header.dataSize = static_cast<uint32_t>(in->data.size());
-    bool sent = send(header, body, in);
+    const bool sent = send(*channel, header, body, in->data.data(), in->data.size());
 
-    binder_status_t status = sent ? STATUS_OK : STATUS_DEAD_OBJECT;
+    status = sent ? STATUS_OK : STATUS_DEAD_OBJECT;
     ParcelPtr reply;
-    bool protocolError = false;
-    {
-        std::unique_lock<std::mutex> lock(mutex_);
-        while (sent && !oneway) {
-            waiter->wake.wait(lock, [&]() { return dead_ || !waiter->queue.empty(); });
-            if (waiter->queue.empty()) {
-                status = STATUS_DEAD_OBJECT;
-                break;
-            }
-            Incoming incoming = std::move(waiter->queue.front());
-            waiter->queue.pop_front();
-            if (incoming.header.type == kMessageReply) {
-                if (incoming.header.id != header.id) {
-                    protocolError = true;
-                    status = STATUS_DEAD_OBJECT;
-                } else {
-                    status = static_cast<binder_status_t>(incoming.header.code);
-                    reply = std::move(incoming.parcel);
-                }
-                break;
-            }
-            if (dead_) continue;  // nobody is left to answer a nested call
+    while (sent && !oneway) {
+        Incoming incoming;
+        std::string error;
+        Read read = readCallOrReply(*channel, &incoming, &error);
+        if (read != Read::kMessage) {
+            fail(error);
+            status = STATUS_DEAD_OBJECT;
+            break;
+        }
+        if (incoming.header.type == kMessageTransact) {
             // A nested call from the thread serving ours: run it here, then wait on.
-            lock.unlock();
-            serve(std::move(incoming));
-            lock.lock();
+            serve(*channel, std::move(incoming));
+            continue;
         }
-        if (waiter != nullptr && --waiter->depth == 0) {
-            waiters_.erase(token);
+        if (incoming.header.id != header.id) {
+            fail("reply out of order");
+            status = STATUS_DEAD_OBJECT;
+            break;
         }
-        --activeCalls_;
+        status = static_cast<binder_status_t>(incoming.header.code);
+        reply = std::move(incoming.parcel);
+        break;
     }
-    if (protocolError) {
-        logMessage(LOG_ERR, "Dropping connection to pid %d: reply out of order", peer_.pid);
-        shutdownSocket();
+    if (!sent) die();
+    if (held != nullptr) releaseChannel(std::move(held));
+    {
+        std::lock_guard<std::mutex> lock(mutex_);
+        --activeCalls_;
     }
     closeIfIdle();
     if (status != STATUS_OK) return pruneStatus(status);
@@ -273,12 +426,12 @@ binder_status_t Connection::getService(const std::string& instance, AIBinder** b
     return AParcel_readStrongBinder(reply.get(), binder);
 }
 
-void Connection::reply(const Incoming& incoming, binder_status_t status, const AParcel* parcel) {
+void Connection::reply(Channel& channel, const Incoming& incoming, binder_status_t status,
+                       const AParcel* parcel) {
     WireHeader header{};
     header.magic = kWireMagic;
     header.type = kMessageReply;
     header.id = incoming.header.id;
-    header.routeToken = incoming.header.senderToken;
     Outgoing body;
     if (status == STATUS_OK) {
         std::lock_guard<std::mutex> lock(mutex_);
@@ -293,55 +446,155 @@ void Connection::reply(const Incoming& incoming, binder_status_t status, const A
     header.objectCount = static_cast<uint32_t>(body.objects.size());
     header.fdCount = static_cast<uint32_t>(body.fds.size());
     header.dataSize = parcel == nullptr ? 0 : static_cast<uint32_t>(parcel->data.size());
-    send(header, body, parcel);
+    send(channel, header, body, parcel == nullptr ? nullptr : parcel->data.data(), header.dataSize);
 }
 
 // ---- Receiving ----
 
-void Connection::readLoop() {
+void Connection::controlLoop() {
+    std::string error;
+    for (;;) {
+        // Between control messages, extra call channels that fell idle are closed.
+        pollfd ready{control_->socket.get(), POLLIN, 0};
+        const int waitMs = trimChannels();
+        if (waitMs >= 0) {
+            const int polled = poll(&ready, 1, waitMs);
+            if (polled == 0 || (polled < 0 && errno == EINTR)) continue;
+        }
+        Incoming incoming;
+        std::vector<ndk::ScopedFileDescriptor> fds;
+        if (readMessage(*control_, &incoming, &fds, &error) != Read::kMessage) break;
+        const uint32_t type = incoming.header.type;
+        if (type == kMessageTransact || type == kMessageReply) {
+            error = "call or reply on the control channel";
+            break;
+        }
+        if (!control(incoming.header, &fds, &error)) break;
+        if (control_->socket.get() < 0) break;  // closed here, the connection being idle
+    }
+    fail(error);
+    closeControl();
+    std::lock_guard<std::mutex> lock(mutex_);
+    controlDone_ = true;
+    threadsEnded_.notify_all();
+}
+
+void Connection::closeControl() {
+    // Only the control thread reads the control socket, so only it closes it.
+    std::lock_guard<std::mutex> lock(control_->sendMutex);
+    control_->socket.set(-1);
+}
+
+void Connection::closeAndWait(std::chrono::steady_clock::time_point deadline) {
+    {
+        std::lock_guard<std::mutex> lock(control_->sendMutex);
+        if (control_->socket.get() >= 0) ::shutdown(control_->socket.get(), SHUT_WR);
+    }
+    std::unique_lock<std::mutex> lock(mutex_);
+    threadsEnded_.wait_until(lock, deadline, [&]() { return controlDone_; });
+}
+
+void Connection::threadEnded() {
+    std::lock_guard<std::mutex> lock(mutex_);
+    --threads_;
+    threadsEnded_.notify_all();
+}
+
+void Connection::waitForThreadsLocked(std::unique_lock<std::mutex>& lock) {
+    // Threads reading a socket end at once; one running a call keeps its socket until the call
+    // returns, however long user code takes.
+    const int own = tChannelThread == this ? 1 : 0;
+    threadsEnded_.wait_for(lock, std::chrono::seconds(1),
+                           [&]() { return threads_ - busyThreads_ <= own; });
+}
+
+void Connection::serveChannel(const std::shared_ptr<Channel>& channel) {
+    becomePoolThread();
     std::string error;
     for (;;) {
         Incoming incoming;
-        if (!readMessage(&incoming, &error)) break;
-        if (!dispatch(std::move(incoming), &error)) break;
+        if (readCallOrReply(*channel, &incoming, &error) != Read::kMessage) break;
+        if (incoming.header.type == kMessageReply) {
+            error = "reply nobody waits for";
+            break;
+        }
+        // Calls run on binder threads: none before this process starts or joins its pool.
+        while (!poolServing() && usable()) {
+            std::this_thread::sleep_for(std::chrono::milliseconds(10));
+        }
+        {
+            std::lock_guard<std::mutex> lock(mutex_);
+            ++busyThreads_;
+        }
+        serve(*channel, std::move(incoming));
+        {
+            std::lock_guard<std::mutex> lock(mutex_);
+            --busyThreads_;
+        }
+        threadsEnded_.notify_all();
     }
     if (!error.empty()) {
-        logMessage(LOG_ERR, "Dropping connection to pid %d: %s", peer_.pid, error.c_str());
+        fail(error);
+        return;
     }
-    die();
+    // The peer closed this channel (the connection's end shows on the control channel).
+    std::lock_guard<std::mutex> lock(mutex_);
+    if (dead_) return;
+    removeChannelLocked(channel.get());
+    --incomingCount_;
 }
 
-bool Connection::readMessage(Incoming* incoming, std::string* error) {
-    std::vector<ndk::ScopedFileDescriptor> fds;
+Connection::Read Connection::readCallOrReply(Channel& channel, Incoming* incoming,
+                                             std::string* error) {
+    for (;;) {
+        std::vector<ndk::ScopedFileDescriptor> fds;
+        Read read = readMessage(channel, incoming, &fds, error);
+        if (read != Read::kMessage) return read;
+        const uint32_t type = incoming->header.type;
+        if (type == kMessageReply) return Read::kMessage;
+        if (type == kMessageTransact) {
+            return resolveTarget(incoming, error) ? Read::kMessage : Read::kBad;
+        }
+        if (!control(incoming->header, &fds, error)) return Read::kBad;
+        *incoming = Incoming();
+    }
+}
+
+Connection::Read Connection::readMessage(Channel& channel, Incoming* incoming,
+                                         std::vector<ndk::ScopedFileDescriptor>* fds,
+                                         std::string* error) {
     bool truncated = false;
     uint8_t headerBytes[sizeof(WireHeader)];
-    ssize_t n = receiveAll(socket_.get(), headerBytes, sizeof(headerBytes), &fds, &truncated);
-    if (n == 0) return false;  // the peer closed the connection
+    const int socket = channel.socket.get();
+    ssize_t n = receiveAll(socket, headerBytes, sizeof(headerBytes), fds, &truncated);
+    if (n == 0) return Read::kEnd;  // the peer closed the channel
     if (n < 0) {
         // A reset or our own shutdown: the peer is gone either way.
-        if (errno == EPROTO) *error = "message cut short";
-        return false;
+        if (errno != EPROTO) return Read::kEnd;
+        *error = "message cut short";
+        return Read::kBad;
     }
     size_t bodySize = 0;
     if (!decodeHeader(headerBytes, sizeof(headerBytes), &incoming->header, &bodySize, error)) {
-        return false;
+        return Read::kBad;
     }
     std::vector<uint8_t> body(bodySize);
-    if (bodySize > 0 && receiveAll(socket_.get(), body.data(), bodySize, &fds, &truncated) <= 0) {
+    if (bodySize > 0 && receiveAll(socket, body.data(), bodySize, fds, &truncated) <= 0) {
         *error = "message cut short";
-        return false;
+        return Read::kBad;
     }
     if (truncated) {
         *error = "too many descriptors";
-        return false;
+        return Read::kBad;
     }
     DecodedBody decoded;
-    if (!decodeBody(incoming->header, body.data(), body.size(), fds.size(), &decoded, error)) {
-        return false;
+    if (!decodeBody(incoming->header, body.data(), body.size(), fds->size(), &decoded, error)) {
+        return Read::kBad;
     }
-    if (incoming->header.type == kMessageDecRef) return true;
+    const uint32_t type = incoming->header.type;
+    if (type != kMessageTransact && type != kMessageReply) return Read::kMessage;
     incoming->parcel.reset(newParcelFor(nullptr));
-    return buildParcel(incoming->header, decoded, &fds, incoming->parcel.get(), error);
+    return buildParcel(decoded, fds, incoming->parcel.get(), error) ? Read::kMessage : Read::kBad;
 }
 
 AIBinder* Connection::proxyForLocked(uint64_t handle) {
@@ -360,13 +613,12 @@ AIBinder* Connection::proxyForLocked(uint64_t handle) {
     return proxy;
 }
 
-bool Connection::buildParcel(const WireHeader& header, const DecodedBody& body,
-                             std::vector<ndk::ScopedFileDescriptor>* fds, AParcel* parcel,
-                             std::string* error) {
-    (void)header;
+bool Connection::buildParcel(const DecodedBody& body, std::vector<ndk::ScopedFileDescriptor>* fds,
+                             AParcel* parcel, std::string* error) {
     parcel->data.assign(body.data, body.data + body.dataSize);
     parcel->objects.reserve(body.objects.size());
-    std::lock_guard<std::mutex> lock(mutex_);
+    std::vector<AIBinder*> releases;
+    std::unique_lock<std::mutex> lock(mutex_);
     for (const WireObject& wire : body.objects) {
         ParcelObject object;
         object.offset = wire.offset;
@@ -384,87 +636,91 @@ bool Connection::buildParcel(const WireHeader& header, const DecodedBody& body,
             }
             AIBinder_incStrong(it->second.binder);
             object.binder.set(it->second.binder);
+            AIBinder* release = nullptr;
+            useExportLocked(it, &release);
+            if (release != nullptr) releases.push_back(release);
         }
         // The record in the data says what the table says, whatever the peer wrote there.
         int32_t record[2] = {kind, static_cast<int32_t>(parcel->objects.size())};
         memcpy(parcel->data.data() + wire.offset, record, sizeof(record));
         parcel->objects.push_back(std::move(object));
     }
+    lock.unlock();
+    for (AIBinder* binder : releases) AIBinder_decStrong(binder);
     return true;
 }
 
-bool Connection::dispatch(Incoming incoming, std::string* error) {
-    const WireHeader& header = incoming.header;
-    if (header.type == kMessageDecRef) {
-        AIBinder* release = nullptr;
+void Connection::useExportLocked(std::map<uint64_t, Export>::iterator it, AIBinder** release) {
+    Export& entry = it->second;
+    ++entry.usesSeen;
+    if (entry.sent == 0 && entry.usesSeen >= entry.usesAnnounced) {
+        *release = entry.binder;
+        exports_.erase(it);
+    }
+}
+
+bool Connection::control(const WireHeader& header, std::vector<ndk::ScopedFileDescriptor>* fds,
+                         std::string* error) {
+    if (header.type == kMessageLimit) {
+        std::lock_guard<std::mutex> lock(mutex_);
+        peerLimit_ = header.code;
+        channelFreed_.notify_all();
+        return true;
+    }
+    if (header.type == kMessageChannel) {
         {
             std::lock_guard<std::mutex> lock(mutex_);
-            auto it = exports_.find(header.target);
-            if (it == exports_.end() || header.code > it->second.sent) {
-                *error = "release of a reference never sent";
+            if (incomingCount_ >= incomingLimit_) {
+                *error = "more channels than this side serves";
                 return false;
             }
-            it->second.sent -= header.code;
-            if (it->second.sent == 0) {
-                release = it->second.binder;
-                exports_.erase(it);
-            }
         }
-        if (release != nullptr) AIBinder_decStrong(release);
-        closeIfIdle();
+        addChannel(std::make_shared<Channel>((*fds)[0].release(), false));
         return true;
     }
-    if (header.type == kMessageReply) {
-        std::lock_guard<std::mutex> lock(mutex_);
-        auto it = waiters_.find(header.routeToken);
-        if (it == waiters_.end()) {
-            *error = "reply nobody waits for";
-            return false;
-        }
-        it->second->queue.push_back(std::move(incoming));
-        it->second->wake.notify_one();
-        return true;
-    }
-    if (header.target != 0) {
+    // A reference release.
+    AIBinder* release = nullptr;
+    {
         std::lock_guard<std::mutex> lock(mutex_);
         auto it = exports_.find(header.target);
+        if (it == exports_.end() || header.code > it->second.sent) {
+            *error = "release of a reference never sent";
+            return false;
+        }
+        Export& entry = it->second;
+        entry.sent -= header.code;
+        entry.usesAnnounced += header.id;
+        // Uses the peer made before this release may still be on their way on a call channel.
+        if (entry.sent == 0 && entry.usesSeen >= entry.usesAnnounced) {
+            release = entry.binder;
+            exports_.erase(it);
+        }
+    }
+    if (release != nullptr) AIBinder_decStrong(release);
+    closeIfIdle();
+    return true;
+}
+
+bool Connection::resolveTarget(Incoming* incoming, std::string* error) {
+    if (incoming->header.target == 0) return true;
+    AIBinder* release = nullptr;
+    {
+        std::lock_guard<std::mutex> lock(mutex_);
+        auto it = exports_.find(incoming->header.target);
         if (it == exports_.end()) {
             *error = "call to an unknown object";
             return false;
         }
         AIBinder_incStrong(it->second.binder);
-        incoming.target.set(it->second.binder);
+        incoming->target.set(it->second.binder);
+        useExportLocked(it, &release);
     }
-    if (serveBuiltin(&incoming)) return true;
-    const bool oneway = (header.flags & FLAG_ONEWAY) != 0;
-    if (!oneway && header.routeToken != 0) {
-        std::lock_guard<std::mutex> lock(mutex_);
-        auto it = waiters_.find(header.routeToken);
-        if (it != waiters_.end()) {
-            it->second->queue.push_back(std::move(incoming));
-            it->second->wake.notify_one();
-            return true;
-        }
-    }
-    {
-        std::lock_guard<std::mutex> lock(mutex_);
-        ++serving_;
-    }
-    auto self = shared_from_this();
-    auto shared = std::make_shared<Incoming>(std::move(incoming));
-    postToPool([self, shared]() {
-        self->serve(std::move(*shared));
-        {
-            std::lock_guard<std::mutex> lock(self->mutex_);
-            --self->serving_;
-        }
-        self->closeIfIdle();
-    });
+    if (release != nullptr) AIBinder_decStrong(release);
     return true;
 }
 
-// Codes the transport answers itself, on the reading thread: no user code runs for them.
-bool Connection::serveBuiltin(Incoming* incoming) {
+// Codes the transport answers itself: no user code runs for them.
+bool Connection::serveBuiltin(Channel& channel, Incoming* incoming) {
     const WireHeader& header = incoming->header;
     AIBinder* target = incoming->target.get();
     ParcelPtr out(newParcelFor(nullptr));
@@ -497,17 +753,22 @@ bool Connection::serveBuiltin(Incoming* incoming) {
     } else {
         return false;
     }
-    if ((header.flags & FLAG_ONEWAY) == 0) reply(*incoming, status, out.get());
+    if ((header.flags & FLAG_ONEWAY) == 0) reply(channel, *incoming, status, out.get());
     return true;
 }
 
-void Connection::serve(Incoming incoming) {
+void Connection::serve(Channel& channel, Incoming incoming) {
+    if (serveBuiltin(channel, &incoming)) return;
     const bool oneway = (incoming.header.flags & FLAG_ONEWAY) != 0;
+    {
+        std::lock_guard<std::mutex> lock(mutex_);
+        ++serving_;
+    }
+    beginPoolWork();
     ParcelPtr out(newParcelFor(nullptr));
     binder_status_t status;
     {
-        ServingScope scope(this, oneway ? 0 : incoming.header.senderToken, oneway ? 0 : peer_.pid,
-                           peer_.uid);
+        ServingScope scope(this, oneway ? nullptr : &channel, oneway ? 0 : peer_.pid, peer_.uid);
         AIBinder* target = incoming.target.get();
         if (target->dead.load()) {
             status = STATUS_DEAD_OBJECT;
@@ -520,7 +781,13 @@ void Connection::serve(Incoming incoming) {
     // The call's own references and descriptors go before the caller hears back.
     incoming.parcel.reset();
     incoming.target.set(nullptr);
-    if (!oneway) reply(incoming, status, out.get());
+    if (!oneway) reply(channel, incoming, status, out.get());
+    endPoolWork();
+    {
+        std::lock_guard<std::mutex> lock(mutex_);
+        --serving_;
+    }
+    closeIfIdle();
 }
 
 // ---- Lifetime ----
@@ -537,18 +804,25 @@ void Connection::proxyDestroyed(AIBinder* proxy) {
         if (it != proxies_.end() && it->second == proxy) proxies_.erase(it);
         count = proxy->proxy->received;
         if (dead_) count = 0;
+        auto uses = usesSent_.find(header.target);
+        if (uses != usesSent_.end()) {
+            header.id = uses->second;
+            usesSent_.erase(uses);
+        }
     }
     while (count > 0) {
         header.code = count > UINT32_MAX ? UINT32_MAX : static_cast<uint32_t>(count);
         count -= header.code;
-        if (!send(header, Outgoing(), nullptr)) break;
+        if (!send(*control_, header, Outgoing(), nullptr, 0)) break;
+        header.id = 0;
     }
     closeIfIdle();
 }
 
-void Connection::shutdownSocket() {
-    std::lock_guard<std::mutex> lock(sendMutex_);
-    if (socket_.get() >= 0) ::shutdown(socket_.get(), SHUT_RDWR);
+void Connection::shutdownChannelsLocked() {
+    for (const std::shared_ptr<Channel>& channel : channels_) {
+        ::shutdown(channel->socket.get(), SHUT_RDWR);
+    }
 }
 
 void Connection::closeIfIdle() {
@@ -556,20 +830,47 @@ void Connection::closeIfIdle() {
     {
         std::lock_guard<std::mutex> lock(mutex_);
         if (dead_ || closing_ || !proxies_.empty() || !exports_.empty() || activeCalls_ > 0 ||
-            serving_ > 0 || !waiters_.empty()) {
+            serving_ > 0) {
             return;
         }
         closing_ = true;
+        channelFreed_.notify_all();
     }
     forgetConnection(this);
-    shutdownSocket();
+    if (tControlThread == this) {
+        // Call channels first, the control socket last: once the peer sees the end, nothing of
+        // this connection is open here.
+        die();
+        return;
+    }
+    {
+        // The control thread sees the end and takes the connection down in the same order.
+        std::lock_guard<std::mutex> control(control_->sendMutex);
+        if (control_->socket.get() >= 0) ::shutdown(control_->socket.get(), SHUT_RDWR);
+    }
+    std::unique_lock<std::mutex> lock(mutex_);
+    threadsEnded_.wait_for(lock, std::chrono::seconds(1), [&]() { return controlDone_; });
+}
+
+void Connection::fail(const std::string& error) {
+    bool first;
+    {
+        std::lock_guard<std::mutex> lock(mutex_);
+        first = !dead_;
+    }
+    if (first && !error.empty()) {
+        logMessage(LOG_ERR, "Dropping connection to pid %d: %s", peer_.pid, error.c_str());
+    }
+    die();
 }
 
 void Connection::die() {
     std::vector<AIBinder*> proxies;
     std::vector<AIBinder*> exported;
+    std::vector<std::shared_ptr<Channel>> channels;
     {
         std::lock_guard<std::mutex> lock(mutex_);
+        if (dead_) return;
         dead_ = true;
         for (auto& entry : proxies_) {
             if (tryIncStrong(entry.second)) proxies.push_back(entry.second);
@@ -577,12 +878,25 @@ void Connection::die() {
         proxies_.clear();
         for (auto& entry : exports_) exported.push_back(entry.second.binder);
         exports_.clear();
-        for (auto& entry : waiters_) entry.second->wake.notify_all();
+        // Every thread reading a channel of this connection sees its end now; each socket is
+        // closed when the last thread using it lets go.
+        shutdownChannelsLocked();
+        channels.swap(channels_);
+        freeOutgoing_.clear();
+        channelFreed_.notify_all();
     }
     forgetConnection(this);
+    channels.clear();
     {
-        std::lock_guard<std::mutex> lock(sendMutex_);
-        socket_.set(-1);
+        std::unique_lock<std::mutex> lock(mutex_);
+        waitForThreadsLocked(lock);
+    }
+    // The control socket goes last: the peer sees this side end once the call channels have.
+    if (tControlThread == this) {
+        closeControl();
+    } else {
+        std::lock_guard<std::mutex> lock(control_->sendMutex);
+        if (control_->socket.get() >= 0) ::shutdown(control_->socket.get(), SHUT_RDWR);
     }
     for (AIBinder* proxy : proxies) {
         markDead(proxy);

@@ -17,6 +17,7 @@
 #include <unistd.h>
 
 #include <atomic>
+#include <chrono>
 #include <map>
 #include <set>
 #include <string>
@@ -36,30 +37,24 @@ namespace {
 
 struct Frame {
     const Connection* connection;
-    uint64_t peerToken;
+    Channel* channel;
     pid_t pid;
     uid_t uid;
 };
 
-std::atomic<uint64_t> gNextToken{1};
 thread_local std::vector<Frame> tFrames;
 
 }  // namespace
 
-uint64_t threadToken() {
-    thread_local const uint64_t token = gNextToken.fetch_add(1);
-    return token;
-}
-
-uint64_t nestedRouteFor(const Connection* connection) {
+Channel* nestedChannelFor(const Connection* connection) {
     for (auto it = tFrames.rbegin(); it != tFrames.rend(); ++it) {
-        if (it->connection == connection) return it->peerToken;
+        if (it->connection == connection) return it->channel;
     }
-    return 0;
+    return nullptr;
 }
 
-ServingScope::ServingScope(const Connection* connection, uint64_t peerToken, pid_t pid, uid_t uid) {
-    tFrames.push_back({connection, peerToken, pid, uid});
+ServingScope::ServingScope(const Connection* connection, Channel* channel, pid_t pid, uid_t uid) {
+    tFrames.push_back({connection, channel, pid, uid});
 }
 
 ServingScope::~ServingScope() {
@@ -113,6 +108,22 @@ std::shared_ptr<Connection> findConnection(pid_t pid) {
     if (it == c.byPid.end()) return nullptr;
     std::shared_ptr<Connection> existing = it->second.lock();
     return existing != nullptr && existing->usable() ? existing : nullptr;
+}
+
+void closeConnections(uint32_t timeoutMs) {
+    std::vector<std::shared_ptr<Connection>> all;
+    {
+        Connections& c = connections();
+        std::lock_guard<std::mutex> lock(c.mutex);
+        all.reserve(c.byPid.size());
+        for (auto& entry : c.byPid) {
+            if (std::shared_ptr<Connection> connection = entry.second.lock()) {
+                all.push_back(std::move(connection));
+            }
+        }
+    }
+    const auto deadline = std::chrono::steady_clock::now() + std::chrono::milliseconds(timeoutMs);
+    for (const std::shared_ptr<Connection>& connection : all) connection->closeAndWait(deadline);
 }
 
 // ---- Calls on proxies ----
@@ -198,6 +209,7 @@ binder_status_t serveDump(AIBinder* target, const AParcel* in) {
         if (status != STATUS_OK) return status;
     }
     std::vector<const char*> argv;
+    argv.reserve(args.size());
     for (const std::string& arg : args) argv.push_back(arg.c_str());
     return AIBinder_dump(target, fd.get(), argv.data(), static_cast<uint32_t>(argv.size()));
 }
@@ -531,7 +543,10 @@ AIBinder* lookupService(const std::string& instance) {
         if (connection == nullptr) return nullptr;
         AIBinder* binder = nullptr;
         binder_status_t status = connection->getService(instance, &binder);
-        if (status == STATUS_OK) return binder;
+        if (status == STATUS_OK) {
+            connection->waitUntilComplete();
+            return binder;
+        }
         if (status != STATUS_DEAD_OBJECT) return nullptr;
     }
     return nullptr;
@@ -564,6 +579,10 @@ void removePrivateFolder() {
 }
 
 }  // namespace
+
+void ABinderHost_closeConnections(uint32_t timeoutMs) {
+    binder_host::rpc::closeConnections(timeoutMs);
+}
 
 binder_status_t ABinderHost_usePrivateServiceDir() {
     const std::string base = binder_host::rpc::defaultFolder();

@@ -59,6 +59,9 @@ bool serviceFolder(std::string* folder);
 // The socket path for instance in folder, shortened with a hash to fit a socket address.
 bool socketPath(const std::string& folder, const std::string& instance, std::string* path);
 
+// Ends every connection to another process in order (see ABinderHost_closeConnections).
+void closeConnections(uint32_t timeoutMs);
+
 // The service registered under instance by another process: +1 proxy, or NULL.
 AIBinder* lookupService(const std::string& instance);
 

@@ -1,5 +1,5 @@
-// Per-thread state of the transport: the thread's token on the wire and the incoming calls it is
-// serving (for nested-call routing and the calling identity), and the process's connections.
+// Per-thread state of the transport: the incoming calls a thread is serving (for nested-call
+// routing and the calling identity), and the process's connections.
 #pragma once
 
 #include <android/binder_ibinder.h>
@@ -11,18 +11,18 @@
 namespace binder_host::rpc {
 
 class Connection;
+struct Channel;
 
-// This thread's token: peers address replies and nested calls to it.
-uint64_t threadToken();
+// The channel a call on connection should go out on: the one carrying the innermost call this
+// thread serves from that connection, whose caller waits on it and runs nested calls (NULL:
+// none, any free channel of the connection will do).
+Channel* nestedChannelFor(const Connection* connection);
 
-// The peer thread a call on connection should go to: the one waiting for the innermost call
-// this thread serves from that connection (0: none, the peer's pool takes it).
-uint64_t nestedRouteFor(const Connection* connection);
-
-// Marks this thread as serving an incoming call for its lifetime.
+// Marks this thread as serving an incoming call for its lifetime. channel: where the caller
+// waits (NULL for a oneway call, whose caller does not).
 class ServingScope {
   public:
-    ServingScope(const Connection* connection, uint64_t peerToken, pid_t pid, uid_t uid);
+    ServingScope(const Connection* connection, Channel* channel, pid_t pid, uid_t uid);
     ~ServingScope();
     ServingScope(const ServingScope&) = delete;
     ServingScope& operator=(const ServingScope&) = delete;

@@ -20,8 +20,7 @@ bool decodeHeader(const uint8_t* bytes, size_t size, WireHeader* header, size_t*
     if (size != sizeof(WireHeader)) return fail(error, "short header");
     memcpy(header, bytes, sizeof(WireHeader));
     if (header->magic != kWireMagic) return fail(error, "bad magic");
-    if (header->type != kMessageTransact && header->type != kMessageReply &&
-        header->type != kMessageDecRef) {
+    if (header->type < kMessageTransact || header->type > kMessageLimit) {
         return fail(error, "unknown message type");
     }
     if (header->dataSize > kMaxDataSize) return fail(error, "message too large");
@@ -34,6 +33,14 @@ bool decodeHeader(const uint8_t* bytes, size_t size, WireHeader* header, size_t*
     if (header->type == kMessageDecRef &&
         (header->objectCount != 0 || header->dataSize != 0 || header->code == 0)) {
         return fail(error, "malformed reference release");
+    }
+    if (header->type == kMessageChannel && (header->objectCount != 1 || header->fdCount != 1 ||
+                                            header->dataSize != kObjectRecordBytes)) {
+        return fail(error, "malformed channel message");
+    }
+    if (header->type == kMessageLimit &&
+        (header->objectCount != 0 || header->dataSize != 0 || header->code == 0)) {
+        return fail(error, "malformed limit message");
     }
     *bodySize = static_cast<size_t>(header->objectCount) * sizeof(WireObject) + header->dataSize;
     return true;
