@@ -1,6 +1,7 @@
 // libFuzzer target: the decoder of cross-process binder messages, the first code a hostile
 // peer's bytes reach. The input's first byte is the number of descriptors that "arrived" with the
 // message; the rest is the message as read from the socket (header, then body).
+#include <algorithm>
 #include <cstdint>
 #include <cstdlib>
 #include <string>
@@ -16,18 +17,21 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     WireHeader header{};
     size_t bodySize = 0;
     std::string error;
-    if (!decodeHeader(message, messageSize, &header, &bodySize, &error)) {
+    // The receiver reads exactly one header, then the body it announces.
+    if (!decodeHeader(message, std::min(messageSize, sizeof(WireHeader)), &header, &bodySize,
+                      &error)) {
         if (error.empty()) abort();  // every refusal says why: it becomes the log line
         return 0;
     }
     if (bodySize > kMaxDataSize + kMaxObjects * sizeof(WireObject)) abort();
-    if (messageSize < sizeof(WireHeader) + bodySize) return 0;  // the rest has not arrived
     DecodedBody body;
     const uint8_t* bodyBytes = message + sizeof(WireHeader);
-    if (!decodeBody(header, bodyBytes, bodySize, fdsReceived, &body, &error)) {
+    const size_t bodyBytesSize = messageSize - sizeof(WireHeader);
+    if (!decodeBody(header, bodyBytes, bodyBytesSize, fdsReceived, &body, &error)) {
         if (error.empty()) abort();
         return 0;
     }
+    if (bodyBytesSize != bodySize) abort();
     // What the decoder accepted is what the receiver then relies on.
     if (body.dataSize != header.dataSize || body.objects.size() != header.objectCount) abort();
     if (body.data < bodyBytes || body.data + body.dataSize > bodyBytes + bodySize) abort();
