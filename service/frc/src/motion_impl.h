@@ -41,7 +41,7 @@ constexpr int kLambda = 4;
 // periods up to kLongestPeriod full-resolution pixels along each axis.
 constexpr int kPeriodLevel = 2;
 constexpr int kLongestPeriod = 32;
-// Levels from which on the search also runs a backward pass over the grid.
+// Levels from which on the search passes over the whole grid (finer ones: in bands of rows).
 constexpr int kBackwardLevel = 2;
 // Best matches of other motions kept per block of the coarsest level, offered to finer levels.
 constexpr int kAlternates = 2;

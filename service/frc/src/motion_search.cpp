@@ -156,12 +156,23 @@ void MotionInterpolator::Impl::searchLevel(int level) {
                     if (hasV) add(at(bx, by + sy));
                     if (hasD) add(at(bx - sx, by + sy));
                     add(pred);
-                } else {
+                } else if (parent == nullptr || level >= kBackwardLevel) {
                     add(at(bx, by));
                     add(pred);
                     if (hasH) add(at(bx + sx, by));
                     if (hasV) add(at(bx, by + sy));
                     if (!fine && hasD) add(at(bx - sx, by + sy));
+                } else {
+                    // Banded levels: only clearly different motions are worth a second look
+                    // (the forward pass's descent already tried the vectors next to this one).
+                    const Vec own = at(bx, by);
+                    auto addFar = [&](Vec v) {
+                        if (std::abs(v.x - own.x) + std::abs(v.y - own.y) > 2) add(v);
+                    };
+                    add(own);
+                    addFar(pred);
+                    if (hasH) addFar(at(bx + sx, by));
+                    if (hasV) addFar(at(bx, by + sy));
                 }
 
                 auto penalised = [&](Vec v, int sad) {
@@ -336,10 +347,14 @@ void MotionInterpolator::Impl::searchLevel(int level) {
         searchRows(1, 0, f.nby);
     } else {
         // Fine levels: bands of a fixed number of block rows, searched independently (on as
-        // many threads as configured; the field does not depend on the thread count).
+        // many threads as configured; the field does not depend on the thread count). The
+        // backward pass carries vectors found right of and below a block back to it: a small
+        // object's motion is often found first in its lower right part.
         const int bands = (f.nby + kSearchBandRows - 1) / kSearchBandRows;
         parallelFor(bands, [&](int b) {
-            searchRows(0, b * kSearchBandRows, std::min(f.nby, (b + 1) * kSearchBandRows));
+            const int end = std::min(f.nby, (b + 1) * kSearchBandRows);
+            searchRows(0, b * kSearchBandRows, end);
+            searchRows(1, b * kSearchBandRows, end);
         });
     }
     if (!fine) {
