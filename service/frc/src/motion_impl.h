@@ -207,6 +207,7 @@ struct MotionInterpolator::Impl {
     int cost(int level, int bx, int by, Vec v) const;
     void searchLevel(int level);
     void findDominant(int level);
+    void competeAtBorders();
     void distrustBadMatches(int level);
     void refineSubpixel();
     void classify();

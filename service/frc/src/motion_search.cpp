@@ -360,6 +360,62 @@ void MotionInterpolator::Impl::searchLevel(int level) {
     if (!fine) {
         distrustBadMatches(level);
         findDominant(level);
+    } else {
+        competeAtBorders();
+    }
+}
+
+// Where the finest field is not smooth, a block tries the vectors of the blocks around it: a
+// motion found in one part of an object reaches the rest of it, across blocks that took a
+// chance match. A neighbour's vector replaces the block's own only when it matches clearly
+// better (in flat areas every vector matches about as well, and nothing changes). Two passes,
+// forward and backward, each using what it has already changed, so a vector travels across
+// several blocks.
+void MotionInterpolator::Impl::competeAtBorders() {
+    Field& f = fields[0];
+    const int margin = noise / 4;
+    for (int pass = 0; pass < 2; ++pass) {
+        for (int i = 0; i < f.nbx * f.nby; ++i) {
+            const int j = pass == 0 ? i : f.nbx * f.nby - 1 - i;
+            const int bx = j % f.nbx;
+            const int by = j / f.nbx;
+            const size_t idx = static_cast<size_t>(j);
+            const Vec own = f.v[idx];
+            Vec cands[24];
+            int nc = 0;
+            for (int dy = -2; dy <= 2; ++dy) {
+                for (int dx = -2; dx <= 2; ++dx) {
+                    const int x = bx + dx;
+                    const int y = by + dy;
+                    if (x < 0 || y < 0 || x >= f.nbx || y >= f.nby || (dx == 0 && dy == 0)) {
+                        continue;
+                    }
+                    const Vec w = f.v[static_cast<size_t>(y) * f.nbx + x];
+                    if (std::abs(w.x - own.x) + std::abs(w.y - own.y) <= 2) continue;
+                    bool seen = false;
+                    for (int c = 0; c < nc && !seen; ++c) {
+                        seen = std::abs(w.x - cands[c].x) + std::abs(w.y - cands[c].y) <= 1;
+                    }
+                    if (!seen) cands[nc++] = w;
+                }
+            }
+            if (nc == 0) continue;
+            int bestSad = f.cost[idx];
+            Vec best = own;
+            for (int c = 0; c < nc; ++c) {
+                const int sad = cost(0, bx, by, cands[c]);
+                if (sad + margin < bestSad && 4 * sad < 3 * f.cost[idx]) {
+                    bestSad = sad;
+                    best = cands[c];
+                }
+            }
+            if (best != own) {
+                f.v[idx] = best;
+                f.cost[idx] = bestSad;
+                int* around = &aroundCost[idx * 4];
+                for (int d = 0; d < 4; ++d) around[d] = -1;
+            }
+        }
     }
 }
 
