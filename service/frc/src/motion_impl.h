@@ -45,6 +45,11 @@ constexpr int kLongestPeriod = 32;
 constexpr int kBackwardLevel = 2;
 // Best matches of other motions kept per block of the coarsest level, offered to finer levels.
 constexpr int kAlternates = 2;
+// At most this many badly matched blocks are paired up in the search for small fast objects.
+constexpr int kFastObjectBlocks = 256;
+// No foreground hint for a block.
+constexpr int kNoHint = 1 << 30;
+
 // Finer levels are searched in independent bands of this many block rows.
 constexpr int kSearchBandRows = 24;
 
@@ -182,6 +187,9 @@ struct MotionInterpolator::Impl {
     std::vector<Repair> repairs;
     std::vector<uint8_t> badMatch;  // per level-0 block: 1 poor best match, 2 isolated vector
     bool sceneCut = false;
+    std::vector<int> badList;         // level-0 blocks with a bad match, for the fast-object search
+    std::vector<uint8_t> fastObject;  // per level-0 block: takes a fast object's motion
+    std::vector<Vec> fastHint;  // per level-0 block: a fast object's motion (1/16 px) or kNoHint
 
     AccPlane accGeometry[2];  // overlapped-block accumulation: luma, chroma
     // Sliding accumulators of one band of the picture: luma and up to two chroma planes.
@@ -213,6 +221,7 @@ struct MotionInterpolator::Impl {
     void classify();
     int measureNoise(int level, bool withCosts);
     void findPeriods();
+    void findFastObjects();
     void repairOcclusion(size_t idx, bool boundary);
     void finishRepairs(int k, int n, const FrameView& dst) const;
     int supportOf(Vec v) const;

@@ -319,3 +319,45 @@ TEST(Motion, SmallObjectOverStripyBackgroundKeepsItsOwnMotion) {
     }
     EXPECT_LT(std::sqrt(se / count), 6.0);
 }
+
+// A small object moving fast over still detail: halfway between its positions both frames
+// show the background, which fits standing still, yet the object must appear there (and not
+// where it was or will be).
+TEST(Motion, SmallFastObjectAppearsHalfway) {
+    constexpr int w = 320;
+    constexpr int h = 192;
+    constexpr double cx = 160, cy = 100, r = 11;  // the disc in the middle frame
+    auto draw = [&](OwnedFrame& f, double ox, double oy) {
+        f.fill(
+            [&](double x, double y) {
+                const bool inside = std::hypot(x - cx - ox, y - cy - oy) < r;
+                return frc_test::clamp8(inside ? 230 - 4 * std::abs(y - cy - oy)
+                                               : frc_test::texture(x, y, 1));
+            },
+            [](int c, double, double) { return c ? 100 : 150; });
+    };
+    OwnedFrame a(PixelFormat::kI420, w, h);
+    OwnedFrame b(PixelFormat::kI420, w, h);
+    OwnedFrame mid(PixelFormat::kI420, w, h);
+    draw(a, -22, 7);
+    draw(mid, 0, 0);
+    draw(b, 22, -7);
+    MotionInterpolator mi;
+    ASSERT_TRUE(mi.push(a.cview()));
+    ASSERT_TRUE(mi.push(b.cview()));
+    OwnedFrame m(PixelFormat::kI420, w, h);
+    ASSERT_TRUE(mi.interpolate(1, 2, m.view()));
+    // The disc's inner part halfway: where the disc is missing the error is about 100.
+    double se = 0;
+    int count = 0;
+    for (int y = static_cast<int>(cy - r); y <= cy + r; ++y) {
+        for (int x = static_cast<int>(cx - r); x <= cx + r; ++x) {
+            if (std::hypot(x - cx, y - cy) > r - 3) continue;
+            const int d = m.view().planes[0][y * m.view().strides[0] + x] -
+                          mid.view().planes[0][y * mid.view().strides[0] + x];
+            se += d * d;
+            ++count;
+        }
+    }
+    EXPECT_LT(std::sqrt(se / count), 60.0);
+}
