@@ -46,7 +46,7 @@ constexpr int kBackwardLevel = 2;
 // Best matches of other motions kept per block of the coarsest level, offered to finer levels.
 constexpr int kAlternates = 2;
 // At most this many badly matched blocks are paired up in the search for small fast objects.
-constexpr int kFastObjectBlocks = 256;
+constexpr int kFastObjectBlocks = 64;
 // No foreground hint for a block.
 constexpr int kNoHint = 1 << 30;
 
@@ -175,6 +175,8 @@ struct MotionInterpolator::Impl {
     std::vector<size_t> repairQueue;
     std::vector<int64_t> supportKeys;
     std::vector<uint8_t> trust;
+    std::vector<uint8_t> nearBorder;  // per level-0 block: a different motion within two blocks
+    std::vector<uint8_t> dilated;
     std::vector<uint8_t> onBorder;  // per level-0 block: a neighbour moves differently  // per
                                     // block of the level being searched
     // Blocks between two motions, finished pixel by pixel after block compensation.

@@ -130,7 +130,11 @@ void MotionInterpolator::Impl::findFastObjects() {
     const Field& f = fields[0];
     badList.clear();
     for (size_t idx = 0; idx < badMatch.size(); ++idx) {
-        if (badMatch[idx] != 0) badList.push_back(static_cast<int>(idx));
+        // (Blocks on the picture's edge match badly wherever content enters or leaves.)
+        const int bx = static_cast<int>(idx % nbx);
+        const int by = static_cast<int>(idx / nbx);
+        const bool edge = bx == 0 || by == 0 || bx == nbx - 1 || by == nby - 1;
+        if (badMatch[idx] != 0 && !edge) badList.push_back(static_cast<int>(idx));
     }
     // Many bad blocks are not a few small objects (and the pairing below is quadratic).
     if (badList.empty() || badList.size() > static_cast<size_t>(kFastObjectBlocks)) return;

@@ -76,6 +76,18 @@ void MotionInterpolator::Impl::searchLevel(int level) {
             for (int col = 0; col < f.nbx; ++col) {
                 const int bx = forward ? col : f.nbx - 1 - col;
                 const size_t idx = static_cast<size_t>(by) * f.nbx + bx;
+                if (!forward && parent != nullptr && level < kBackwardLevel) {
+                    // Banded levels look again only where the block right of or below this
+                    // one moves clearly differently.
+                    const Vec own = at(bx, by);
+                    auto far = [&own](const Vec& w) {
+                        return std::abs(w.x - own.x) + std::abs(w.y - own.y) > 2;
+                    };
+                    if (!(bx + 1 < f.nbx && far(at(bx + 1, by))) &&
+                        !(by + 1 < rowEnd && far(at(bx, by + 1)))) {
+                        continue;
+                    }
+                }
                 Vec cands[16];
                 int nc = 0;
                 auto add = [&](Vec v) {
@@ -374,17 +386,59 @@ void MotionInterpolator::Impl::searchLevel(int level) {
 void MotionInterpolator::Impl::competeAtBorders() {
     Field& f = fields[0];
     const int margin = noise / 4;
+    // Blocks within two of a clearly different neighbour (a separable dilation of the map of
+    // differences to the right and below), found once: the field is smooth almost everywhere.
+    const size_t count = f.v.size();
+    auto differs = [](const Vec& a, const Vec& b) {
+        return std::abs(a.x - b.x) + std::abs(a.y - b.y) > 2;
+    };
+    nearBorder.assign(count, 0);
+    for (int by = 0; by < f.nby; ++by) {
+        for (int bx = 0; bx < f.nbx; ++bx) {
+            const size_t idx = static_cast<size_t>(by) * f.nbx + bx;
+            const bool right = bx + 1 < f.nbx && differs(f.v[idx], f.v[idx + 1]);
+            const bool below = by + 1 < f.nby && differs(f.v[idx], f.v[idx + f.nbx]);
+            if (right || below) {
+                nearBorder[idx] = 1;
+                if (right) nearBorder[idx + 1] = 1;
+                if (below) nearBorder[idx + f.nbx] = 1;
+            }
+        }
+    }
+    dilated.assign(count, 0);
+    for (int by = 0; by < f.nby; ++by) {
+        const size_t row = static_cast<size_t>(by) * f.nbx;
+        for (int bx = 0; bx < f.nbx; ++bx) {
+            if (!nearBorder[row + bx]) continue;
+            for (int x = std::max(0, bx - 2); x <= std::min(f.nbx - 1, bx + 2); ++x) {
+                dilated[row + x] = 1;
+            }
+        }
+    }
+    nearBorder.assign(count, 0);
+    for (int by = 0; by < f.nby; ++by) {
+        for (int bx = 0; bx < f.nbx; ++bx) {
+            if (!dilated[static_cast<size_t>(by) * f.nbx + bx]) continue;
+            for (int y = std::max(0, by - 2); y <= std::min(f.nby - 1, by + 2); ++y) {
+                nearBorder[static_cast<size_t>(y) * f.nbx + bx] = 1;
+            }
+        }
+    }
     for (int pass = 0; pass < 2; ++pass) {
         for (int i = 0; i < f.nbx * f.nby; ++i) {
             const int j = pass == 0 ? i : f.nbx * f.nby - 1 - i;
+            // (A block whose match leaves less than the margin cannot do clearly better.)
+            if (!nearBorder[static_cast<size_t>(j)] || f.cost[static_cast<size_t>(j)] <= margin) {
+                continue;
+            }
             const int bx = j % f.nbx;
             const int by = j / f.nbx;
             const size_t idx = static_cast<size_t>(j);
             const Vec own = f.v[idx];
-            Vec cands[24];
+            Vec cands[8];
             int nc = 0;
-            for (int dy = -2; dy <= 2; ++dy) {
-                for (int dx = -2; dx <= 2; ++dx) {
+            for (int dy = -1; dy <= 1; ++dy) {
+                for (int dx = -1; dx <= 1; ++dx) {
                     const int x = bx + dx;
                     const int y = by + dy;
                     if (x < 0 || y < 0 || x >= f.nbx || y >= f.nby || (dx == 0 && dy == 0)) {
@@ -394,7 +448,7 @@ void MotionInterpolator::Impl::competeAtBorders() {
                     if (std::abs(w.x - own.x) + std::abs(w.y - own.y) <= 2) continue;
                     bool seen = false;
                     for (int c = 0; c < nc && !seen; ++c) {
-                        seen = std::abs(w.x - cands[c].x) + std::abs(w.y - cands[c].y) <= 1;
+                        seen = std::abs(w.x - cands[c].x) + std::abs(w.y - cands[c].y) <= 2;
                     }
                     if (!seen) cands[nc++] = w;
                 }
