@@ -119,10 +119,11 @@ void MotionInterpolator::Impl::searchLevel(int level) {
                     int xs[9];
                     int ys[9];
                     int n = 0;
+                    // (Rows of this pass's band only: other bands are searched meanwhile.)
                     for (int dy = -1; dy <= 1; ++dy) {
                         for (int dx = -1; dx <= 1; ++dx) {
                             const Vec& w = at(clampInt(bx + dx, 0, f.nbx - 1),
-                                              clampInt(by + dy, 0, f.nby - 1));
+                                              clampInt(by + dy, rowBegin, rowEnd - 1));
                             xs[n] = w.x;
                             ys[n] = w.y;
                             ++n;
