@@ -41,10 +41,15 @@ constexpr int kLambda = 4;
 // periods up to kLongestPeriod full-resolution pixels along each axis.
 constexpr int kPeriodLevel = 2;
 constexpr int kLongestPeriod = 32;
-// Levels from which on the search also runs a backward pass over the grid.
+// Levels from which on the search passes over the whole grid (finer ones: in bands of rows).
 constexpr int kBackwardLevel = 2;
 // Best matches of other motions kept per block of the coarsest level, offered to finer levels.
 constexpr int kAlternates = 2;
+// At most this many badly matched blocks are paired up in the search for small fast objects.
+constexpr int kFastObjectBlocks = 64;
+// No foreground hint for a block.
+constexpr int kNoHint = 1 << 30;
+
 // Finer levels are searched in independent bands of this many block rows.
 constexpr int kSearchBandRows = 24;
 
@@ -170,6 +175,8 @@ struct MotionInterpolator::Impl {
     std::vector<size_t> repairQueue;
     std::vector<int64_t> supportKeys;
     std::vector<uint8_t> trust;
+    std::vector<uint8_t> nearBorder;  // per level-0 block: a different motion within two blocks
+    std::vector<uint8_t> dilated;
     std::vector<uint8_t> onBorder;  // per level-0 block: a neighbour moves differently  // per
                                     // block of the level being searched
     // Blocks between two motions, finished pixel by pixel after block compensation.
@@ -182,6 +189,9 @@ struct MotionInterpolator::Impl {
     std::vector<Repair> repairs;
     std::vector<uint8_t> badMatch;  // per level-0 block: 1 poor best match, 2 isolated vector
     bool sceneCut = false;
+    std::vector<int> badList;         // level-0 blocks with a bad match, for the fast-object search
+    std::vector<uint8_t> fastObject;  // per level-0 block: takes a fast object's motion
+    std::vector<Vec> fastHint;  // per level-0 block: a fast object's motion (1/16 px) or kNoHint
 
     AccPlane accGeometry[2];  // overlapped-block accumulation: luma, chroma
     // Sliding accumulators of one band of the picture: luma and up to two chroma planes.
@@ -207,11 +217,13 @@ struct MotionInterpolator::Impl {
     int cost(int level, int bx, int by, Vec v) const;
     void searchLevel(int level);
     void findDominant(int level);
+    void competeAtBorders();
     void distrustBadMatches(int level);
     void refineSubpixel();
     void classify();
     int measureNoise(int level, bool withCosts);
     void findPeriods();
+    void findFastObjects();
     void repairOcclusion(size_t idx, bool boundary);
     void finishRepairs(int k, int n, const FrameView& dst) const;
     int supportOf(Vec v) const;

@@ -72,6 +72,9 @@ void MotionInterpolator::Impl::classify() {
         }
     }
     sceneCut = badBlocks * 256 > f.cost.size() * kCutShare;
+    fastHint.assign(mv16.size(), Vec{kNoHint, kNoHint});
+    fastObject.assign(mv16.size(), 0);
+    if (!sceneCut) findFastObjects();
     size_t fallbacks = 0;
     for (int by = 0; by < f.nby; ++by) {
         for (int bx = 0; bx < f.nbx; ++bx) {
@@ -81,8 +84,10 @@ void MotionInterpolator::Impl::classify() {
             // another one a period away: the in-between frames would differ, so blend.
             const int periodX = periodAt(bx, by, 0);
             const int periodY = periodAt(bx, by, 1);
-            const bool ambiguous = (periodX > 0 && 4 * std::abs(mv16[idx].x) >= 16 * periodX) ||
-                                   (periodY > 0 && 4 * std::abs(mv16[idx].y) >= 16 * periodY);
+            // (A fast object's motion was confirmed from both frames, not by this block.)
+            const bool ambiguous =
+                !fastObject[idx] && ((periodX > 0 && 4 * std::abs(mv16[idx].x) >= 16 * periodX) ||
+                                     (periodY > 0 && 4 * std::abs(mv16[idx].y) >= 16 * periodY));
             if (motion && (badMatch[idx] == 2 || ambiguous)) {
                 motion = false;
             } else if (motion && badMatch[idx] == 1) {
@@ -99,7 +104,11 @@ void MotionInterpolator::Impl::classify() {
     for (size_t idx : repairQueue) repairOcclusion(idx, false);
     if (!sceneCut) {
         for (size_t idx = 0; idx < useMotion.size(); ++idx) {
-            if (useMotion[idx] && badMatch[idx] == 0 && onBorder[idx]) repairOcclusion(idx, true);
+            // (Around a fast object's path both frames agree on the background standing
+            // still; a pixel-wise choice would erase the object.)
+            if (useMotion[idx] && badMatch[idx] == 0 && onBorder[idx] && !fastObject[idx]) {
+                repairOcclusion(idx, true);
+            }
         }
     }
     repairQueue.clear();
@@ -108,6 +117,155 @@ void MotionInterpolator::Impl::classify() {
     stats.sceneCuts += sceneCut ? 1 : 0;
     stats.blocks += f.cost.size();
     stats.fallbackBlocks += fallbacks;
+}
+
+// A small object moving fast is invisible to the symmetric search: halfway between its two
+// positions both frames show the background, which matches perfectly standing still. What it
+// leaves behind are two groups of badly matched blocks, where it was and where it is. Each such
+// block looks for its content in the other frame one-sidedly, at the offsets to the other badly
+// matched blocks (refined to the pixel); a clear match is the object's motion, and the blocks
+// halfway along it take that motion where it fits both frames. The badly matched blocks keep
+// it as the foreground of their occlusion repair.
+void MotionInterpolator::Impl::findFastObjects() {
+    const Field& f = fields[0];
+    badList.clear();
+    for (size_t idx = 0; idx < badMatch.size(); ++idx) {
+        // (Blocks on the picture's edge match badly wherever content enters or leaves.)
+        const int bx = static_cast<int>(idx % nbx);
+        const int by = static_cast<int>(idx / nbx);
+        const bool edge = bx == 0 || by == 0 || bx == nbx - 1 || by == nby - 1;
+        if (badMatch[idx] != 0 && !edge) badList.push_back(static_cast<int>(idx));
+    }
+    // Many bad blocks are not a few small objects (and the pairing below is quadratic).
+    if (badList.empty() || badList.size() > static_cast<size_t>(kFastObjectBlocks)) return;
+    const PaddedPlane& a = prev().planes[0];
+    const PaddedPlane& b = cur().planes[0];
+    const ptrdiff_t stride = a.stride();
+    const int minMove = kBlock;  // slower motions are the search's
+    struct Found {
+        int idx;
+        Vec d;  // pixels, from the previous frame to the latest
+        int dir;
+    };
+    std::vector<Found> found;
+    for (const int i : badList) {
+        const int x = (i % nbx) * kBlock;
+        const int y = (i / nbx) * kBlock;
+        for (int dir = 0; dir < 2; ++dir) {
+            // dir 0: the earlier frame's block sought in the later one; 1: the reverse.
+            const PaddedPlane& from = dir == 0 ? a : b;
+            const PaddedPlane& to = dir == 0 ? b : a;
+            auto sadAt = [&](Vec d) {
+                return dsp.sad8x8(from.at(x, y), to.at(x + d.x, y + d.y), stride);
+            };
+            // The best one-sided fit of the motions around the block (and of standing still).
+            int still = sadAt(Vec());
+            for (int dy = -1; dy <= 1; ++dy) {
+                for (int dx = -1; dx <= 1; ++dx) {
+                    const int nx = i % nbx + dx;
+                    const int ny = i / nbx + dy;
+                    if (nx < 0 || ny < 0 || nx >= nbx || ny >= nby) continue;
+                    const Vec w = mv16[static_cast<size_t>(ny) * nbx + nx];
+                    const int sign = dir == 0 ? 1 : -1;
+                    still = std::min(
+                        still, sadAt(Vec{sign * roundDiv(w.x, 16), sign * roundDiv(w.y, 16)}));
+                }
+            }
+            Vec best{};
+            int bestSad = still;
+            for (const int j : badList) {
+                if (j == i) continue;
+                const Vec d{(j % nbx) * kBlock - x, (j / nbx) * kBlock - y};
+                if (std::abs(d.x) + std::abs(d.y) < minMove || std::abs(d.x) > range ||
+                    std::abs(d.y) > range) {
+                    continue;
+                }
+                const int sad = sadAt(d);
+                if (sad < bestSad) {
+                    bestSad = sad;
+                    best = d;
+                }
+            }
+            if (best == Vec()) continue;
+            // Descend to the pixel: the blocks' offsets are a grid of 8.
+            for (int step = 0; step < 16; ++step) {
+                const Vec centre = best;
+                for (const Vec o : {Vec{1, 0}, Vec{-1, 0}, Vec{0, 1}, Vec{0, -1}}) {
+                    const Vec d{centre.x + o.x, centre.y + o.y};
+                    if (std::abs(d.x) > range || std::abs(d.y) > range) continue;
+                    const int sad = sadAt(d);
+                    if (sad < bestSad) {
+                        bestSad = sad;
+                        best = d;
+                    }
+                }
+                if (best == centre) break;
+            }
+            const int act = dsp.activity8x8(from.at(x, y), stride);
+            if (bestSad * 8 > act * kBadShare + 8 * noise || 4 * bestSad > still) continue;
+            const Vec d = dir == 0 ? best : Vec{-best.x, -best.y};
+            found.push_back({i, d, dir});
+        }
+    }
+    // A motion counts when the object was found from both sides: from where it was, forward,
+    // and from where it is, backward (chance matches rarely agree so).
+    size_t kept = 0;
+    for (const Found& m : found) {
+        bool confirmed = false;
+        for (const Found& o : found) {
+            confirmed = confirmed || (o.dir != m.dir && std::abs(o.d.x - m.d.x) <= kBlock / 2 + 2 &&
+                                      std::abs(o.d.y - m.d.y) <= kBlock / 2 + 2);
+        }
+        if (!confirmed) continue;
+        fastHint[static_cast<size_t>(m.idx)] = Vec{16 * m.d.x, 16 * m.d.y};
+        found[kept++] = m;
+    }
+    found.resize(kept);
+    // Halfway along each motion found, the blocks the object's block overlaps.
+    for (const Found& m : found) {
+        const int x = (m.idx % nbx) * kBlock;
+        const int y = (m.idx / nbx) * kBlock;
+        // Halfway, the earlier frame's block has moved by d/2, the later frame's one is d/2
+        // short of where it is.
+        const int s = m.dir == 0 ? 1 : -1;
+        const int cx = x + s * roundDiv(m.d.x, 2);
+        const int cy = y + s * roundDiv(m.d.y, 2);
+        for (int oy = 0; oy < 2; ++oy) {
+            for (int ox = 0; ox < 2; ++ox) {
+                const int px = static_cast<int>(floorDiv(cx, kBlock)) + ox;
+                const int py = static_cast<int>(floorDiv(cy, kBlock)) + oy;
+                if (px < 0 || py < 0 || px >= nbx || py >= nby) continue;
+                const size_t p = static_cast<size_t>(py) * nbx + px;
+                if (badMatch[p] != 0) continue;
+                // The one-sided fit is to the pixel at best (and loose where the object is
+                // uniform along an axis): descend on the symmetric cost, in half pixels.
+                Vec half{2 * m.d.x, 2 * m.d.y};
+                int c = cost(0, px, py, half);
+                for (int size = 2; size >= 1; --size) {
+                    for (int step = 0; step < 8; ++step) {
+                        const Vec centre = half;
+                        for (const Vec o : {Vec{1, 0}, Vec{-1, 0}, Vec{0, 1}, Vec{0, -1}}) {
+                            const Vec v{centre.x + size * o.x, centre.y + size * o.y};
+                            if (std::abs(v.x) > 2 * range || std::abs(v.y) > 2 * range) continue;
+                            const int cv = cost(0, px, py, v);
+                            if (cv < c) {
+                                c = cv;
+                                half = v;
+                            }
+                        }
+                        if (half == centre) break;
+                    }
+                }
+                if (c * 8 > activity[p] * kBadShare + 8 * noise || c > std::max(f.cost[p], noise)) {
+                    continue;
+                }
+                fields[0].v[p] = half;
+                fields[0].cost[p] = c;
+                mv16[p] = Vec{8 * half.x, 8 * half.y};
+                fastObject[p] = 1;
+            }
+        }
+    }
 }
 
 // Marks blocks of repetitive texture: along an axis, a shift by the period matches the block
@@ -241,12 +399,15 @@ void MotionInterpolator::Impl::repairOcclusion(size_t idx, bool boundary) {
     if (second >= 0 && supportOf(cluster[second]) > supportOf(background)) {
         background = cluster[second];
     }
+    // A block that a fast object left or reached has that object's motion as its foreground.
+    const bool hinted = !boundary && second < 0 && fastHint[idx].x != kNoHint;
     if (!boundary) {
         mv16[idx] = background;
         useMotion[idx] = 1;
-        if (second < 0 || matches(symmetric(background))) return;
+        if ((second < 0 && !hinted) || matches(symmetric(background))) return;
     }
-    const Vec foreground = background == cluster[first] ? cluster[second] : cluster[first];
+    const Vec foreground =
+        hinted ? fastHint[idx] : (background == cluster[first] ? cluster[second] : cluster[first]);
     // Which frame hides the background here: the one whose content at the background's
     // position follows the foreground's motion to the other frame.
     const PaddedPlane& b = cur().planes[0];

@@ -76,6 +76,18 @@ void MotionInterpolator::Impl::searchLevel(int level) {
             for (int col = 0; col < f.nbx; ++col) {
                 const int bx = forward ? col : f.nbx - 1 - col;
                 const size_t idx = static_cast<size_t>(by) * f.nbx + bx;
+                if (!forward && parent != nullptr && level < kBackwardLevel) {
+                    // Banded levels look again only where the block right of or below this
+                    // one moves clearly differently.
+                    const Vec own = at(bx, by);
+                    auto far = [&own](const Vec& w) {
+                        return std::abs(w.x - own.x) + std::abs(w.y - own.y) > 2;
+                    };
+                    if (!(bx + 1 < f.nbx && far(at(bx + 1, by))) &&
+                        !(by + 1 < rowEnd && far(at(bx, by + 1)))) {
+                        continue;
+                    }
+                }
                 Vec cands[16];
                 int nc = 0;
                 auto add = [&](Vec v) {
@@ -107,10 +119,11 @@ void MotionInterpolator::Impl::searchLevel(int level) {
                     int xs[9];
                     int ys[9];
                     int n = 0;
+                    // (Rows of this pass's band only: other bands are searched meanwhile.)
                     for (int dy = -1; dy <= 1; ++dy) {
                         for (int dx = -1; dx <= 1; ++dx) {
                             const Vec& w = at(clampInt(bx + dx, 0, f.nbx - 1),
-                                              clampInt(by + dy, 0, f.nby - 1));
+                                              clampInt(by + dy, rowBegin, rowEnd - 1));
                             xs[n] = w.x;
                             ys[n] = w.y;
                             ++n;
@@ -156,12 +169,23 @@ void MotionInterpolator::Impl::searchLevel(int level) {
                     if (hasV) add(at(bx, by + sy));
                     if (hasD) add(at(bx - sx, by + sy));
                     add(pred);
-                } else {
+                } else if (parent == nullptr || level >= kBackwardLevel) {
                     add(at(bx, by));
                     add(pred);
                     if (hasH) add(at(bx + sx, by));
                     if (hasV) add(at(bx, by + sy));
                     if (!fine && hasD) add(at(bx - sx, by + sy));
+                } else {
+                    // Banded levels: only clearly different motions are worth a second look
+                    // (the forward pass's descent already tried the vectors next to this one).
+                    const Vec own = at(bx, by);
+                    auto addFar = [&](Vec v) {
+                        if (std::abs(v.x - own.x) + std::abs(v.y - own.y) > 2) add(v);
+                    };
+                    add(own);
+                    addFar(pred);
+                    if (hasH) addFar(at(bx + sx, by));
+                    if (hasV) addFar(at(bx, by + sy));
                 }
 
                 auto penalised = [&](Vec v, int sad) {
@@ -336,15 +360,117 @@ void MotionInterpolator::Impl::searchLevel(int level) {
         searchRows(1, 0, f.nby);
     } else {
         // Fine levels: bands of a fixed number of block rows, searched independently (on as
-        // many threads as configured; the field does not depend on the thread count).
+        // many threads as configured; the field does not depend on the thread count). The
+        // backward pass carries vectors found right of and below a block back to it: a small
+        // object's motion is often found first in its lower right part.
         const int bands = (f.nby + kSearchBandRows - 1) / kSearchBandRows;
         parallelFor(bands, [&](int b) {
-            searchRows(0, b * kSearchBandRows, std::min(f.nby, (b + 1) * kSearchBandRows));
+            const int end = std::min(f.nby, (b + 1) * kSearchBandRows);
+            searchRows(0, b * kSearchBandRows, end);
+            searchRows(1, b * kSearchBandRows, end);
         });
     }
     if (!fine) {
         distrustBadMatches(level);
         findDominant(level);
+    } else {
+        competeAtBorders();
+    }
+}
+
+// Where the finest field is not smooth, a block tries the vectors of the blocks around it: a
+// motion found in one part of an object reaches the rest of it, across blocks that took a
+// chance match. A neighbour's vector replaces the block's own only when it matches clearly
+// better (in flat areas every vector matches about as well, and nothing changes). Two passes,
+// forward and backward, each using what it has already changed, so a vector travels across
+// several blocks.
+void MotionInterpolator::Impl::competeAtBorders() {
+    Field& f = fields[0];
+    const int margin = noise / 4;
+    // Blocks within two of a clearly different neighbour (a separable dilation of the map of
+    // differences to the right and below), found once: the field is smooth almost everywhere.
+    const size_t count = f.v.size();
+    auto differs = [](const Vec& a, const Vec& b) {
+        return std::abs(a.x - b.x) + std::abs(a.y - b.y) > 2;
+    };
+    nearBorder.assign(count, 0);
+    for (int by = 0; by < f.nby; ++by) {
+        for (int bx = 0; bx < f.nbx; ++bx) {
+            const size_t idx = static_cast<size_t>(by) * f.nbx + bx;
+            const bool right = bx + 1 < f.nbx && differs(f.v[idx], f.v[idx + 1]);
+            const bool below = by + 1 < f.nby && differs(f.v[idx], f.v[idx + f.nbx]);
+            if (right || below) {
+                nearBorder[idx] = 1;
+                if (right) nearBorder[idx + 1] = 1;
+                if (below) nearBorder[idx + f.nbx] = 1;
+            }
+        }
+    }
+    dilated.assign(count, 0);
+    for (int by = 0; by < f.nby; ++by) {
+        const size_t row = static_cast<size_t>(by) * f.nbx;
+        for (int bx = 0; bx < f.nbx; ++bx) {
+            if (!nearBorder[row + bx]) continue;
+            for (int x = std::max(0, bx - 2); x <= std::min(f.nbx - 1, bx + 2); ++x) {
+                dilated[row + x] = 1;
+            }
+        }
+    }
+    nearBorder.assign(count, 0);
+    for (int by = 0; by < f.nby; ++by) {
+        for (int bx = 0; bx < f.nbx; ++bx) {
+            if (!dilated[static_cast<size_t>(by) * f.nbx + bx]) continue;
+            for (int y = std::max(0, by - 2); y <= std::min(f.nby - 1, by + 2); ++y) {
+                nearBorder[static_cast<size_t>(y) * f.nbx + bx] = 1;
+            }
+        }
+    }
+    for (int pass = 0; pass < 2; ++pass) {
+        for (int i = 0; i < f.nbx * f.nby; ++i) {
+            const int j = pass == 0 ? i : f.nbx * f.nby - 1 - i;
+            // (A block whose match leaves less than the margin cannot do clearly better.)
+            if (!nearBorder[static_cast<size_t>(j)] || f.cost[static_cast<size_t>(j)] <= margin) {
+                continue;
+            }
+            const int bx = j % f.nbx;
+            const int by = j / f.nbx;
+            const size_t idx = static_cast<size_t>(j);
+            const Vec own = f.v[idx];
+            Vec cands[8];
+            int nc = 0;
+            for (int dy = -1; dy <= 1; ++dy) {
+                for (int dx = -1; dx <= 1; ++dx) {
+                    const int x = bx + dx;
+                    const int y = by + dy;
+                    if (x < 0 || y < 0 || x >= f.nbx || y >= f.nby || (dx == 0 && dy == 0)) {
+                        continue;
+                    }
+                    const Vec w = f.v[static_cast<size_t>(y) * f.nbx + x];
+                    if (std::abs(w.x - own.x) + std::abs(w.y - own.y) <= 2) continue;
+                    bool seen = false;
+                    for (int c = 0; c < nc && !seen; ++c) {
+                        seen = std::abs(w.x - cands[c].x) + std::abs(w.y - cands[c].y) <= 2;
+                    }
+                    if (!seen) cands[nc++] = w;
+                }
+            }
+            if (nc == 0) continue;
+            int bestSad = f.cost[idx];
+            Vec best = own;
+            for (int c = 0; c < nc; ++c) {
+                const int sad = cost(0, bx, by, cands[c]);
+                if (sad + margin < bestSad && 4 * sad < 3 * f.cost[idx]) {
+                    bestSad = sad;
+                    best = cands[c];
+                }
+            }
+            if (best != own) {
+                f.v[idx] = best;
+                f.cost[idx] = bestSad;
+                int* around = &aroundCost[idx * 4];
+                for (int d = 0; d < 4; ++d) around[d] = -1;
+            }
+        }
     }
 }
 

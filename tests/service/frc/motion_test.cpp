@@ -270,3 +270,94 @@ TEST(Motion, KeepsMotionUnderStrongGrain) {
 }
 
 }  // namespace
+
+// A small object of fine texture over a smooth, stripy background: chance matches between
+// distant parts of the background fit the object's blocks almost as well as its own motion,
+// which the search must still carry from the blocks where it finds it to the whole object.
+TEST(Motion, SmallObjectOverStripyBackgroundKeepsItsOwnMotion) {
+    constexpr int w = 640;
+    constexpr int h = 360;
+    constexpr int x0 = 376, y0 = 70, ow = 60, oh = 42;  // the object in the middle frame
+    auto smooth = [](double x, double y, double s) {
+        return 128 + 45 * std::sin(0.031 * x + 0.017 * y + s) +
+               30 * std::sin(0.023 * y - 0.041 * x + 2 * s) +
+               22 * std::sin(0.11 * x + 0.07 * y + s) * std::sin(0.05 * y - 0.09 * x) +
+               14 * std::sin(0.29 * x - 0.23 * y + 3 * s);
+    };
+    auto draw = [&](OwnedFrame& f, double ox, double oy) {
+        f.fill(
+            [&](double x, double y) {
+                const double u = x - ox - x0;
+                const double v = y - oy - y0;
+                const bool inside = u >= 0 && u < ow && v >= 0 && v < oh;
+                return frc_test::clamp8(inside ? smooth(3 * (u - 30), 3 * (v - 21), 6.5)
+                                               : smooth(x, y, 1.3));
+            },
+            [](int c, double, double) { return c ? 100 : 150; });
+    };
+    OwnedFrame a(PixelFormat::kI420, w, h);
+    OwnedFrame b(PixelFormat::kI420, w, h);
+    OwnedFrame mid(PixelFormat::kI420, w, h);
+    draw(a, 4.5, -0.75);
+    draw(mid, 0, 0);
+    draw(b, -4.5, 0.75);
+    MotionInterpolator mi;
+    ASSERT_TRUE(mi.push(a.cview()));
+    ASSERT_TRUE(mi.push(b.cview()));
+    OwnedFrame m(PixelFormat::kI420, w, h);
+    ASSERT_TRUE(mi.interpolate(1, 2, m.view()));
+    // Error inside the object, away from its edges (where occlusion repair decides).
+    double se = 0;
+    int count = 0;
+    for (int y = y0 + 8; y < y0 + oh - 8; ++y) {
+        for (int x = x0 + 8; x < x0 + ow - 8; ++x) {
+            const int d = m.view().planes[0][y * m.view().strides[0] + x] -
+                          mid.view().planes[0][y * mid.view().strides[0] + x];
+            se += d * d;
+            ++count;
+        }
+    }
+    EXPECT_LT(std::sqrt(se / count), 6.0);
+}
+
+// A small object moving fast over still detail: halfway between its positions both frames
+// show the background, which fits standing still, yet the object must appear there (and not
+// where it was or will be).
+TEST(Motion, SmallFastObjectAppearsHalfway) {
+    constexpr int w = 320;
+    constexpr int h = 192;
+    constexpr double cx = 160, cy = 100, r = 11;  // the disc in the middle frame
+    auto draw = [&](OwnedFrame& f, double ox, double oy) {
+        f.fill(
+            [&](double x, double y) {
+                const bool inside = std::hypot(x - cx - ox, y - cy - oy) < r;
+                return frc_test::clamp8(inside ? 230 - 4 * std::abs(y - cy - oy)
+                                               : frc_test::texture(x, y, 1));
+            },
+            [](int c, double, double) { return c ? 100 : 150; });
+    };
+    OwnedFrame a(PixelFormat::kI420, w, h);
+    OwnedFrame b(PixelFormat::kI420, w, h);
+    OwnedFrame mid(PixelFormat::kI420, w, h);
+    draw(a, -22, 7);
+    draw(mid, 0, 0);
+    draw(b, 22, -7);
+    MotionInterpolator mi;
+    ASSERT_TRUE(mi.push(a.cview()));
+    ASSERT_TRUE(mi.push(b.cview()));
+    OwnedFrame m(PixelFormat::kI420, w, h);
+    ASSERT_TRUE(mi.interpolate(1, 2, m.view()));
+    // The disc's inner part halfway: where the disc is missing the error is about 100.
+    double se = 0;
+    int count = 0;
+    for (int y = static_cast<int>(cy - r); y <= cy + r; ++y) {
+        for (int x = static_cast<int>(cx - r); x <= cx + r; ++x) {
+            if (std::hypot(x - cx, y - cy) > r - 3) continue;
+            const int d = m.view().planes[0][y * m.view().strides[0] + x] -
+                          mid.view().planes[0][y * mid.view().strides[0] + x];
+            se += d * d;
+            ++count;
+        }
+    }
+    EXPECT_LT(std::sqrt(se / count), 60.0);
+}
