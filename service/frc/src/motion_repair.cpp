@@ -469,6 +469,8 @@ void MotionInterpolator::Impl::finishRepairs(int k, int n, const FrameView& dst)
     const PaddedPlane& b = cur().planes[0];
     constexpr int kSpan = kBlock + 2;  // the block and a ring for the 3x3 agreement sums
     for (const Repair& r : repairs) {
+        // Every repair holds the background's and the foreground's vectors (and maybe a third).
+        if (r.count < 2) continue;
         const int bx = static_cast<int>(r.idx % nbx);
         const int by = static_cast<int>(r.idx / nbx);
         const Vec* vecs = r.vecs;

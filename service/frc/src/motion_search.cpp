@@ -491,14 +491,15 @@ int MotionInterpolator::Impl::measureNoise(int level, bool withCosts) {
         }
     }
     activityRank = activity;
-    const auto tenth = activityRank.begin() + activityRank.size() / 10;
+    const auto tenth = activityRank.begin() + static_cast<std::ptrdiff_t>(activityRank.size() / 10);
     std::nth_element(activityRank.begin(), tenth, activityRank.end());
     // Half the flattest activity is the noise's typical residue; a true match may leave half
     // as much again.
     int estimate = *tenth * 3 / 4;
     if (withCosts) {
         activityRank.assign(f.cost.begin(), f.cost.end());
-        const auto best = activityRank.begin() + activityRank.size() / 10;
+        const auto best =
+            activityRank.begin() + static_cast<std::ptrdiff_t>(activityRank.size() / 10);
         std::nth_element(activityRank.begin(), best, activityRank.end());
         estimate = std::min(estimate, *best * 3 / 2);
     }
