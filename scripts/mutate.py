@@ -110,6 +110,20 @@ MUTATIONS = [
              "    const VppPortParam& param",
              "        return Answer(result, VppError::VPP_ERR_PARAM);\n    }\n"
              "    const VppPortParam& param"),
+    Mutation("S6", "service", "service/src/mapped_frame.cpp", "missing close",
+             "a mapping is not recorded, so never unmapped",
+             "    regions_.push_back(Region{address, length});\n", ""),
+    Mutation("S7", "service", "service/src/session_worker.cpp", "wrong port",
+             "input buffers come back as output buffers",
+             "CheckCallback(workerCallbacks_->inputBufferDone(record, &answer));",
+             "CheckCallback(workerCallbacks_->outputBufferDone(record, &answer));"),
+    Mutation("S8", "service", "service/src/session_worker.cpp", "missing count",
+             "a returned input buffer still counts against the port's limit",
+             "        held_[kInputPort]--;\n        stats_.inputBuffersDone++;",
+             "        stats_.inputBuffersDone++;"),
+    Mutation("S9", "service", "service/src/session_worker.cpp", "lost flag",
+             "the last output frame loses the end-of-stream flag",
+             "        record.flags |= kEndOfStreamFlag;", "        (void)kEndOfStreamFlag;"),
 ]
 
 

@@ -19,6 +19,7 @@
 #include "convert.h"
 #include "frc_node.h"
 #include "media/clipgen.h"
+#include "temp_dir.h"
 #include "vppservice/vpp_service.h"
 
 namespace {
@@ -39,32 +40,18 @@ media::ClipOptions ClipOf() {
 // A scratch folder with the input clip, made once for the whole program.
 class Scratch {
   public:
-    Scratch() {
-        const char* base = getenv("TMPDIR");
-        std::string pattern =
-            std::string(base != nullptr && *base ? base : "/tmp") + "/vppfrc-bench-XXXXXX";
-        std::vector<char> buffer(pattern.begin(), pattern.end());
-        buffer.push_back('\0');
-        if (mkdtemp(buffer.data()) == nullptr) return;
-        dir_ = buffer.data();
+    Scratch() : dir_("vppfrc-bench") {
         std::string error;
-        if (!media::WriteClip(Input(), ClipOf(), &error)) {
-            fprintf(stderr, "e2e_bench: %s\n", error.c_str());
-            dir_.clear();
-        }
+        ok_ = !dir_.path().empty() && media::WriteClip(Input(), ClipOf(), &error);
+        if (!ok_ && !error.empty()) fprintf(stderr, "e2e_bench: %s\n", error.c_str());
     }
-    ~Scratch() {
-        if (dir_.empty()) return;
-        unlink(Input().c_str());
-        unlink(Output().c_str());
-        rmdir(dir_.c_str());
-    }
-    bool ok() const { return !dir_.empty(); }
-    std::string Input() const { return dir_ + "/in.y4m"; }
-    std::string Output() const { return dir_ + "/out.y4m"; }
+    bool ok() const { return ok_; }
+    std::string Input() const { return dir_.File("in.y4m"); }
+    std::string Output() const { return dir_.File("out.y4m"); }
 
   private:
-    std::string dir_;
+    testsupport::TempDir dir_;
+    bool ok_ = false;
 };
 
 Scratch& SharedScratch() {

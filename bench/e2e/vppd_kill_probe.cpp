@@ -18,9 +18,9 @@
 #include <thread>
 #include <vector>
 
+#include "descriptors.h"
 #include "frc_node.h"
 #include "media/clipgen.h"
-#include "media/progress.h"
 #include "vppservice/daemon_process.h"
 
 namespace {
@@ -38,7 +38,7 @@ struct Round {
 
 Round RunRound(const std::vector<std::vector<uint8_t>>& frames, int killAfter) {
     Round round;
-    const int before = media::OpenDescriptorCount();
+    const int before = testsupport::OpenDescriptorCount();
     std::string error;
     vppservice::DaemonOptions options;
     auto daemon = vppservice::DaemonProcess::Start(options, &error);
@@ -83,7 +83,7 @@ Round RunRound(const std::vector<std::vector<uint8_t>>& frames, int killAfter) {
     daemon->Wait(5000);
     daemon.reset();
     ABinderHost_flushPool();
-    round.descriptorsLeft = media::OpenDescriptorCount() - before;
+    round.descriptorsLeft = testsupport::OpenDescriptorCount() - before;
     return round;
 }
 

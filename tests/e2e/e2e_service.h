@@ -4,7 +4,6 @@
 
 #include <aidl/vendor/zux/hardware/vpp/IVppService.h>
 #include <android/binder_manager.h>
-#include <dirent.h>
 #include <gtest/gtest.h>
 
 #include <chrono>
@@ -14,6 +13,7 @@
 #include <string>
 #include <thread>
 
+#include "descriptors.h"
 #include "vppservice/daemon_process.h"
 #include "vppservice/vpp_service.h"
 
@@ -23,16 +23,6 @@ enum class Transport { kEmbedded, kProcess };
 
 inline const char* TransportName(Transport transport) {
     return transport == Transport::kEmbedded ? "Embedded" : "Process";
-}
-
-// Descriptors open in a process.
-inline int OpenFdCountOf(pid_t pid) {
-    int count = 0;
-    DIR* dir = opendir(("/proc/" + std::to_string(pid) + "/fd").c_str());
-    if (dir == nullptr) return -1;
-    while (dirent* entry = readdir(dir)) count += entry->d_name[0] != '.';
-    closedir(dir);
-    return count;
 }
 
 // Shared-memory mappings (memfds) of a process: the frames it has mapped.

@@ -79,7 +79,7 @@ class NodeE2e : public ::testing::Test {
     explicit NodeE2e(Transport transport) : transport_(transport) {}
 
     void SetUp() override {
-        descriptors_ = media::OpenDescriptorCount();
+        descriptors_ = testsupport::OpenDescriptorCount();
         std::string why;
         service_ = e2e::TestService::Start(transport_, &why);
         if (service_ == nullptr && transport_ == Transport::kProcess) {
@@ -87,22 +87,22 @@ class NodeE2e : public ::testing::Test {
         }
         ASSERT_NE(service_, nullptr) << why;
         if (service_->daemon() != nullptr) {
-            serviceDescriptors_ = e2e::OpenFdCountOf(service_->daemon()->pid());
+            serviceDescriptors_ = testsupport::OpenDescriptorCountOf(service_->daemon()->pid());
         }
     }
     void TearDown() override {
         if (service_ != nullptr && service_->daemon() != nullptr) {
             const pid_t daemon = service_->daemon()->pid();
-            EXPECT_EQ(
-                e2e::SettledCount([&] { return e2e::OpenFdCountOf(daemon); }, serviceDescriptors_),
-                serviceDescriptors_)
+            EXPECT_EQ(e2e::SettledCount([&] { return testsupport::OpenDescriptorCountOf(daemon); },
+                                        serviceDescriptors_),
+                      serviceDescriptors_)
                 << "service descriptors leaked";
             EXPECT_EQ(e2e::SettledCount([&] { return e2e::MemfdMappingCountOf(daemon); }, 0), 0)
                 << "service mappings leaked";
         }
         service_.reset();
         ABinderHost_flushPool();
-        EXPECT_EQ(media::OpenDescriptorCount(), descriptors_) << "descriptors leaked";
+        EXPECT_EQ(testsupport::OpenDescriptorCount(), descriptors_) << "descriptors leaked";
     }
 
     // Runs frames (timestamps k * kInterval) through a node to the end of the stream.

@@ -62,7 +62,7 @@ class ServiceDeath : public ::testing::Test {
   protected:
     void SetUp() override {
         camera_host::SetStderrLogging(false);
-        descriptors_ = media::OpenDescriptorCount();
+        descriptors_ = testsupport::OpenDescriptorCount();
         std::string why;
         service_ = e2e::TestService::Start(e2e::Transport::kProcess, &why);
         if (service_ == nullptr) GTEST_SKIP() << "no service in a separate process: " << why;
@@ -71,7 +71,7 @@ class ServiceDeath : public ::testing::Test {
     void TearDown() override {
         service_.reset();
         ABinderHost_flushPool();
-        EXPECT_EQ(media::OpenDescriptorCount(), descriptors_) << "descriptors leaked";
+        EXPECT_EQ(testsupport::OpenDescriptorCount(), descriptors_) << "descriptors leaked";
         camera_host::SetStderrLogging(true);
     }
     // SIGKILL, and the time it was sent.
@@ -196,7 +196,7 @@ TEST(ClientDeath, AClientKilledInMidStreamLeavesTheDaemonAsItWas) {
     const std::string input = dir.File("in.y4m");
     ASSERT_TRUE(vppfrc_test::WriteY4m(input, 320, 240, vppfrc_test::NoiseFrames(320, 240, 300)));
     // Once to learn the daemon's own descriptors with a client connected and gone.
-    const int baseline = e2e::OpenFdCountOf(daemon);
+    const int baseline = testsupport::OpenDescriptorCountOf(daemon);
     for (int round = 0; round < 2; ++round) {
         SCOPED_TRACE("round " + std::to_string(round));
         const pid_t client = fork();
@@ -218,12 +218,12 @@ TEST(ClientDeath, AClientKilledInMidStreamLeavesTheDaemonAsItWas) {
         EXPECT_TRUE(WIFSIGNALED(status)) << "the client finished before it was killed";
         EXPECT_TRUE(Eventually(
             [&] {
-                return e2e::OpenFdCountOf(daemon) == baseline &&
+                return testsupport::OpenDescriptorCountOf(daemon) == baseline &&
                        e2e::MemfdMappingCountOf(daemon) == 0;
             },
             2000))
-            << e2e::OpenFdCountOf(daemon) << " descriptors (baseline " << baseline << "), "
-            << e2e::MemfdMappingCountOf(daemon) << " frame mappings";
+            << testsupport::OpenDescriptorCountOf(daemon) << " descriptors (baseline " << baseline
+            << "), " << e2e::MemfdMappingCountOf(daemon) << " frame mappings";
     }
     int status = service->daemon()->Stop();
     EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0);

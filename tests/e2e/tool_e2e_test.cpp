@@ -102,25 +102,25 @@ TEST_F(ToolE2e, WholeRunsLeakNoDescriptor) {
     Capture err;
     ASSERT_EQ(vppfrc::RunTool(Convert(dir_.File("warm.y4m")), out.get(), err.get()), 0)
         << err.Text();
-    const int before = media::OpenDescriptorCount();
+    const int before = testsupport::OpenDescriptorCount();
 
     vppfrc::Options options = Convert(dir_.File("out.y4m"));
     options.preview = dir_.File("p.png");
     options.quiet = false;
     EXPECT_EQ(vppfrc::RunTool(options, out.get(), err.get()), 0) << err.Text();
-    EXPECT_EQ(media::OpenDescriptorCount(), before);
+    EXPECT_EQ(testsupport::OpenDescriptorCount(), before);
 
     // A failing run too: the output exists and -y was not given.
     EXPECT_EQ(vppfrc::RunTool(Convert(dir_.File("out.y4m")), out.get(), err.get()),
               vppfrc::kExitFailed);
-    EXPECT_EQ(media::OpenDescriptorCount(), before);
+    EXPECT_EQ(testsupport::OpenDescriptorCount(), before);
     EXPECT_NE(err.Text().find("already exists (add -y"), std::string::npos) << err.Text();
 
     // Damaged input: the input ends in a truncated frame; the 40 frames before it are kept.
     vppfrc_test::WriteFile(input_, vppfrc_test::ReadFile(input_) + "FRAME\nshort");
     EXPECT_EQ(vppfrc::RunTool(Convert(dir_.File("bad.y4m")), out.get(), err.get()),
               vppfrc::kExitDamagedInput);
-    EXPECT_EQ(media::OpenDescriptorCount(), before);
+    EXPECT_EQ(testsupport::OpenDescriptorCount(), before);
     EXPECT_NE(err.Text().find("frame 41 (at byte "), std::string::npos) << err.Text();
     media::VideoFormat format;
     std::vector<vppfrc_test::Frame> frames;

@@ -62,7 +62,7 @@ class BaseTest : public ::testing::Test {
         g_logIxeEncryption = 0;
         g_enableSystemLog = 0;
         SetNodeGroup({kErrorIndex, kWarnIndex, kInfoIndex, kVerboseIndex}, true);
-        m_fds = OpenFdCount();
+        m_fds = testsupport::OpenDescriptorCount();
         m_mutexes = camera_host::LiveMutexCount();
         m_conditions = camera_host::LiveConditionCount();
         m_threads = camera_host::LiveThreadCount();
@@ -74,7 +74,7 @@ class BaseTest : public ::testing::Test {
         TestNode::ResetStatics();
         ABinderHost_resetForTesting();
         camera_host::ResetFailureInjection();
-        EXPECT_EQ(OpenFdCount(), m_fds) << "descriptors leaked";
+        EXPECT_EQ(testsupport::OpenDescriptorCount(), m_fds) << "descriptors leaked";
         EXPECT_EQ(camera_host::LiveMutexCount(), m_mutexes) << "mutexes leaked";
         EXPECT_EQ(camera_host::LiveConditionCount(), m_conditions) << "conditions leaked";
         EXPECT_EQ(camera_host::LiveThreadCount(), m_threads) << "threads not joined";

@@ -222,60 +222,72 @@ TEST_F(CopyImageTest, Nv12WithDifferentStridesIsCopiedRowByRow) {
     ExpectLog({});
 }
 
-TEST_F(CopyImageTest, Nv21WithDifferentScanlinesOnlyIsCopiedRowByRow) {
-    // Equal strides: the scanline difference alone selects the row copy. The destination is
-    // shorter than the source, so its height bounds the rows.
-    auto input = MakeList(Geometry(IxoFormatNV21, 64, 32, 64, 40));
-    auto output = MakeList(Geometry(IxoFormatNV21, 64, 20, 64, 30));
-    FillPattern(*input, 1, 4);
-    FillUntouched(*output, 1);
-    const Snapshot source = Take(*input, 1);
-    const Snapshot destination = Take(*output, 1);
+// The other row-by-row cases: a scanline difference alone, a destination shorter than the
+// source (its height bounds the rows), format 1 (plane 1 neither copied nor re-described) and a
+// single row (plane 1 skipped, its half layout still recorded).
+TEST_F(CopyImageTest, RowByRowCopiesBoundRowsAndPlanes) {
+    struct Layout {
+        uint32_t height, stride, scanline;
+    };
+    struct Case {
+        const char* name;
+        ImageGeometry input, output;
+        uint32_t sourceFormat;  // written into the source's format block
+        uint32_t rows0, rows1;  // rows copied per plane (0: plane left untouched)
+        Layout layout0, layout1;
+    };
+    const Case cases[] = {
+        {"nv21 scanlines",
+         Geometry(IxoFormatNV21, 64, 32, 64, 40),
+         Geometry(IxoFormatNV21, 64, 20, 64, 30),
+         IxoFormatNV21,
+         20,
+         10,
+         {20, 64, 30},
+         {10, 32, 15}},
+        {"format 1",
+         Geometry(IxoFormatNV12, 64, 32, 64),
+         Geometry(IxoFormatNV12, 64, 32, 80),
+         IxoFormatY8,
+         32,
+         0,
+         {32, 80, 32},
+         {16, 64, 16}},
+        {"single row",
+         Geometry(IxoFormatNV12, 64, 1, 64),
+         Geometry(IxoFormatNV12, 64, 5, 128),
+         IxoFormatNV12,
+         1,
+         0,
+         {5, 128, 5},
+         {2, 64, 2}},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.name);
+        auto input = MakeList(c.input);
+        auto output = MakeList(c.output);
+        input->formatBlock.format = c.sourceFormat;
+        FillPattern(*input, 1, 4);
+        FillUntouched(*output, 1);
+        const Snapshot source = Take(*input, 1);
+        const Snapshot destination = Take(*output, 1);
 
-    EXPECT_EQ(node->CopyImage(output.get(), input.get()), LumResultSuccess);
+        EXPECT_EQ(node->CopyImage(output.get(), input.get()), LumResultSuccess);
 
-    EXPECT_EQ(PlaneBytes(*output, 0, 0, destination.planeSize[0]),
-              RowsCopied(source.pixels[0][0], destination.planeSize[0], 20, 64, 64, 64));
-    EXPECT_EQ(PlaneBytes(*output, 0, 1, destination.planeSize[1]),
-              RowsCopied(source.pixels[0][1], destination.planeSize[1], 10, 64, 64, 64));
-    ExpectLayout(output->formatBlock.planeLayout[0], 20, 64, 30);
-    ExpectLayout(output->formatBlock.planeLayout[1], 10, 32, 15);
-}
-
-TEST_F(CopyImageTest, Format1CopiesOnlyPlane0RowByRow) {
-    // Two-plane lists marked format 1: plane 1 is neither copied nor re-described.
-    auto input = MakeList(Geometry(IxoFormatNV12, 64, 32, 64));
-    auto output = MakeList(Geometry(IxoFormatNV12, 64, 32, 80));
-    input->formatBlock.format = IxoFormatY8;
-    FillPattern(*input, 1, 5);
-    FillUntouched(*output, 1);
-    const Snapshot source = Take(*input, 1);
-    const Snapshot destination = Take(*output, 1);
-
-    EXPECT_EQ(node->CopyImage(output.get(), input.get()), LumResultSuccess);
-
-    EXPECT_EQ(PlaneBytes(*output, 0, 0, destination.planeSize[0]),
-              RowsCopied(source.pixels[0][0], destination.planeSize[0], 32, 64, 64, 80));
-    EXPECT_EQ(PlaneBytes(*output, 0, 1, destination.planeSize[1]), destination.pixels[0][1]);
-    ExpectLayout(output->formatBlock.planeLayout[0], 32, 80, 32);
-    ExpectLayout(output->formatBlock.planeLayout[1], 16, 64, 16);  // the source's, copied
-}
-
-TEST_F(CopyImageTest, SingleRowSkipsPlane1ButStillRecordsItsHalfLayout) {
-    auto input = MakeList(Geometry(IxoFormatNV12, 64, 1, 64));
-    auto output = MakeList(Geometry(IxoFormatNV12, 64, 5, 128));
-    FillPattern(*input, 1, 6);
-    FillUntouched(*output, 1);
-    const Snapshot source = Take(*input, 1);
-    const Snapshot destination = Take(*output, 1);
-
-    EXPECT_EQ(node->CopyImage(output.get(), input.get()), LumResultSuccess);
-
-    EXPECT_EQ(PlaneBytes(*output, 0, 0, destination.planeSize[0]),
-              RowsCopied(source.pixels[0][0], destination.planeSize[0], 1, 64, 64, 128));
-    EXPECT_EQ(PlaneBytes(*output, 0, 1, destination.planeSize[1]), destination.pixels[0][1]);
-    ExpectLayout(output->formatBlock.planeLayout[0], 5, 128, 5);
-    ExpectLayout(output->formatBlock.planeLayout[1], 2, 64, 2);
+        const uint32_t rows[] = {c.rows0, c.rows1};
+        for (uint32_t p = 0; p < 2; p++) {
+            const Bytes expected =
+                rows[p] == 0 ? destination.pixels[0][p]
+                             : RowsCopied(source.pixels[0][p], destination.planeSize[p], rows[p],
+                                          c.input.stride, c.input.stride, c.output.stride);
+            EXPECT_EQ(PlaneBytes(*output, 0, p, destination.planeSize[p]), expected)
+                << "plane " << p;
+        }
+        ExpectLayout(output->formatBlock.planeLayout[0], c.layout0.height, c.layout0.stride,
+                     c.layout0.scanline);
+        ExpectLayout(output->formatBlock.planeLayout[1], c.layout1.height, c.layout1.stride,
+                     c.layout1.scanline);
+    }
 }
 
 TEST_F(CopyImageTest, IdenticalAddressesAreSkippedWithOneWarningEach) {

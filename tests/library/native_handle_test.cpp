@@ -11,7 +11,6 @@ namespace {
 
 using camera_host::CameraBuffer;
 using camera_host::CameraBufferConfig;
-using camera_host::HandleMode;
 
 using NativeHandleTest = BufferPathTest;
 
@@ -36,24 +35,7 @@ TEST_F(NativeHandleTest, GetNativeHandleLendsTheCameraHandle) {
     EXPECT_TRUE(IsOpen(fd1));
 }
 
-TEST_F(NativeHandleTest, GetNativeHandleWithoutAnImageListLogsAnError) {
-    StartCapture();
-    EXPECT_EQ(node->GetNativeHandle(nullptr), nullptr);
-    ExpectLog({Node('E', "GetNativeHandle", "[BufNode] Failed to get camera buffer!")});
-}
-
-TEST_F(NativeHandleTest, GetNativeHandleWithoutAHandleIsNotAnError) {
-    for (HandleMode mode : {HandleMode::NullAddress, HandleMode::NullHandle}) {
-        CameraBufferConfig config = SmallNv12();
-        config.handleMode = mode;
-        std::unique_ptr<CameraBuffer> camera = CameraBuffer::Create(config);
-        ASSERT_NE(camera, nullptr);
-
-        StartCapture();
-        EXPECT_EQ(node->GetNativeHandle(camera.get()), nullptr);
-        ExpectLog({Node('V', "GetNativeHandle", "[BufNode] get phNativeHandle: (nil)")});
-    }
-}
+// Without an image list or a handle it returns null; those lines are pinned by the queue tests.
 
 TEST_F(NativeHandleTest, QueuedDescriptorsAreFreshDuplicatesClosedAfterTheCall) {
     auto request = MakeRequest(7, 100, SmallNv12(true, {7, -3}));
@@ -62,7 +44,7 @@ TEST_F(NativeHandleTest, QueuedDescriptorsAreFreshDuplicatesClosedAfterTheCall) 
     const int plane1 = camera.Handle()->data[1];
     const FileIdentity identity0 = IdentityOf(plane0);
     const FileIdentity identity1 = IdentityOf(plane1);
-    const int fdsBefore = OpenFdCount();
+    const int fdsBefore = testsupport::OpenDescriptorCount();
 
     StartCapture();
     ASSERT_EQ(node->QueueInput(&request->info, 7, 0, 0, 0, 0), LumResultSuccess);
@@ -84,7 +66,7 @@ TEST_F(NativeHandleTest, QueuedDescriptorsAreFreshDuplicatesClosedAfterTheCall) 
     ExpectReleased(seen.fds[0]);
     ExpectReleased(seen.fds[1]);
     EXPECT_TRUE(SyslogLines().empty());
-    EXPECT_EQ(OpenFdCount(), fdsBefore);
+    EXPECT_EQ(testsupport::OpenDescriptorCount(), fdsBefore);
     EXPECT_EQ(camera.Handle()->data[0], plane0);
     EXPECT_EQ(camera.Handle()->data[1], plane1);
     EXPECT_EQ(IdentityOf(plane0), identity0);
@@ -95,7 +77,7 @@ TEST_F(NativeHandleTest, InternalBufferDescriptorStaysWithItsOwner) {
     auto request = MakeRequest();
     const int internal = request->input->InternalDescriptor();
     const FileIdentity identity = IdentityOf(internal);
-    const int fdsBefore = OpenFdCount();
+    const int fdsBefore = testsupport::OpenDescriptorCount();
 
     StartCapture();
     ASSERT_EQ(node->QueueInput(&request->info, 7, 0, 0, 1, 0), LumResultSuccess);
@@ -108,7 +90,7 @@ TEST_F(NativeHandleTest, InternalBufferDescriptorStaysWithItsOwner) {
     ExpectReleased(queued[0].buffer->fds[0]);
     EXPECT_EQ(request->input->bufferFd, internal);
     EXPECT_EQ(IdentityOf(internal), identity);
-    EXPECT_EQ(OpenFdCount(), fdsBefore);
+    EXPECT_EQ(testsupport::OpenDescriptorCount(), fdsBefore);
     EXPECT_TRUE(SyslogLines().empty());
 }
 
@@ -172,7 +154,7 @@ void CloseBehindTheBuffersBack(ScriptedSession& session, std::vector<size_t> slo
 TEST_F(NativeHandleTest, FailedCloseReachesSyslogAndReleaseGoesOn) {
     auto request = MakeRequest(7, 100, SmallNv12(true));
     CloseBehindTheBuffersBack(*session, {1});
-    const int fdsBefore = OpenFdCount();
+    const int fdsBefore = testsupport::OpenDescriptorCount();
 
     StartCapture();
     EXPECT_EQ(node->QueueOutput(&request->info, 7, 0, 0), LumResultSuccess);
@@ -188,7 +170,7 @@ TEST_F(NativeHandleTest, FailedCloseReachesSyslogAndReleaseGoesOn) {
               "Could not close FD " + std::to_string(seen.fds[1].fd) + ": Bad file descriptor");
     // The slot before it was still closed.
     ExpectReleased(seen.fds[0]);
-    EXPECT_EQ(OpenFdCount(), fdsBefore);
+    EXPECT_EQ(testsupport::OpenDescriptorCount(), fdsBefore);
 }
 
 TEST_F(NativeHandleTest, DescriptorsAreReleasedFromTheLastToTheFirst) {

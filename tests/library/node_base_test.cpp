@@ -3,7 +3,6 @@
 #include <android/binder_manager.h>
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <memory>
 #include <string>
 #include <tuple>
@@ -249,33 +248,8 @@ class NodeDestructionTest : public BaseTest {
     std::unique_ptr<ServiceRegistration> m_registration;
 };
 
-TEST_F(NodeDestructionTest, OneOfTwoNodesOnlyLowersTheCount) {
-    auto first = MakeNode("First", true);
-    auto second = MakeNode("Second", true);
-    ASSERT_EQ(TestNode::s_sessionCount, 2u);
-    Pavo::Mutex* const pLock = TestNode::s_pSessionCountLock;
-    const auto service = TestNode::s_vppService;
-
-    BothSinks capture;
-    first.reset();
-    ExpectLines(capture, {Verbose("~IxoNodeVppBase", "[First] destructor of IxoNodeVppBase"),
-                          Info("~IxoNodeVppBase", "[First] s_sessionCount decrease to: 1")});
-    EXPECT_EQ(TestNode::s_sessionCount, 1u);
-    EXPECT_EQ(TestNode::s_vppService, service);
-    EXPECT_EQ(TestNode::s_pSessionCountLock, pLock);
-
-    capture.Clear();
-    second.reset();
-    ExpectLines(capture, {Verbose("~IxoNodeVppBase", "[Second] destructor of IxoNodeVppBase"),
-                          Info("~IxoNodeVppBase", "[Second] s_sessionCount decrease to: 0"),
-                          Info("~IxoNodeVppBase", "[Second] Need release vpp service now"),
-                          Verbose("ReleaseVppService", ReleasedLine())});
-    EXPECT_EQ(TestNode::s_vppService, nullptr);
-    EXPECT_EQ(TestNode::s_pSessionCountLock, nullptr);
-    EXPECT_EQ(LiveMutexCount(), m_mutexes);
-    EXPECT_EQ(LiveConditionCount(), m_conditions);
-}
-
+// The destructor's session closing (with and without a close worker, or skipped) is tested with
+// the other closes.
 TEST_F(NodeDestructionTest, ThreeNodesReleaseOnlyWithTheLastAndTheNextNodeStartsOver) {
     std::vector<std::unique_ptr<TestNode>> nodes;
     nodes.push_back(MakeNode("A", true));
@@ -354,69 +328,6 @@ TEST_F(NodeDestructionTest, NodeWithoutCountLockKeepsTheService) {
                  Info("~IxoNodeVppBase", "[NoLock] s_pSessionCountLock is NULL, s_vppService: " +
                                              Ptr(service.get()))});
     EXPECT_EQ(TestNode::s_vppService, service);
-}
-
-TEST_F(NodeDestructionTest, DestructorClosesTheSessionUnlessToldToSkip) {
-    auto waiting = MakeNode("Waiting", true);
-    auto skipping = MakeNode("Skipping", true);
-    waiting->m_skipWaitForClose = 0;
-    const auto waitingSession = m_service->Sessions().at(0);
-    const auto skippingSession = m_service->Sessions().at(1);
-    const std::string waitingSessionText = Ptr(static_cast<IVppSession*>(waitingSession.get()));
-
-    BothSinks capture;
-    waiting.reset();
-    // Without a close worker the wait closes and terminates on the spot, before the count.
-    ExpectLines(
-        capture,
-        {Verbose("~IxoNodeVppBase", "[Waiting] destructor of IxoNodeVppBase"),
-         Info("CloseVppSession", "[Waiting] close VPP session: " + waitingSessionText + " finish"),
-         Info("TermVppSession", "[Waiting] term vpp session: " + waitingSessionText + " finish"),
-         Info("~IxoNodeVppBase", "[Waiting] s_sessionCount decrease to: 1")});
-    EXPECT_EQ(waitingSession->Methods(),
-              (std::vector<std::string>{"init", "open", "close", "term"}));
-
-    capture.Clear();
-    skipping.reset();
-    ExpectLines(capture, {Verbose("~IxoNodeVppBase", "[Skipping] destructor of IxoNodeVppBase"),
-                          Info("~IxoNodeVppBase", "[Skipping] s_sessionCount decrease to: 0"),
-                          Info("~IxoNodeVppBase", "[Skipping] Need release vpp service now"),
-                          Verbose("ReleaseVppService", ReleasedLine())});
-    EXPECT_EQ(skippingSession->Methods(), (std::vector<std::string>{"init", "open"}));
-}
-
-TEST_F(NodeDestructionTest, DestructorJoinsTheCloseWorkerBeforeCounting) {
-    auto node = MakeNode("Closing", true);
-    node->m_skipWaitForClose = 0;
-    const auto session = m_service->LastSession();
-    // The switches are set before the worker starts reading them.
-    BothSinks capture;
-    ASSERT_EQ(node->NotifyCloseVppSession(), LumResultSuccess);
-    node.reset();
-    // Until the join the worker's lines and the destructor's first one may interleave; from the
-    // join on, the destructor's lines follow in order.
-    const auto messages = capture.Messages();
-    const auto position = [&](const std::string& text) {
-        for (size_t i = 0; i < messages.size(); ++i) {
-            if (messages[i] == text) return static_cast<int>(i);
-        }
-        return -1;
-    };
-    const int started = position("[Closing] destructor of IxoNodeVppBase");
-    const int closed = position("[Closing] close vppSession successfully");
-    const int joined = position("[Closing] VPP session closing finished");
-    ASSERT_GE(started, 0);
-    ASSERT_GE(closed, 0);
-    ASSERT_GT(joined, std::max(started, closed));
-    const auto lines = capture.Lines();
-    ExpectLines(std::vector<camera_host::LogLine>(lines.begin() + joined, lines.end()),
-                {Verbose("WaitForCloseVppSession", "[Closing] VPP session closing finished"),
-                 Info("~IxoNodeVppBase", "[Closing] s_sessionCount decrease to: 0"),
-                 Info("~IxoNodeVppBase", "[Closing] Need release vpp service now"),
-                 Verbose("ReleaseVppService", ReleasedLine())});
-    // The worker's sequence ran once; the destructor did not close a second time.
-    EXPECT_EQ(session->CallsOf("close").size(), 1u);
-    EXPECT_EQ(session->CallsOf("term").size(), 1u);
 }
 
 TEST_F(NodeDestructionTest, DestroyedNodeNoLongerHearsOfTheServiceDeath) {

@@ -104,23 +104,13 @@ TEST_F(QueueTempTest, AnyOtherGenerateFlagTakesTheCameraObject) {
         ExpectDuplicateOf(seen.fds[0], pHandle->data[0]);
         EXPECT_EQ(seen.bufferLen, static_cast<int32_t>(kLargeSize));
         EXPECT_EQ(seen.cookie, CookieOf(&temp->info.outputCookie));
-
-        const unsigned count = request->frcRatioInfo.outputQueuedNum;
-        ExpectLog({
-            Ixe('I', kFunction, kEntry),
-            Ixe('I', kFunction, "[BufNode] get phNativeHandle: " + Ptr(pHandle)),
-            Ixe('I', kFunction,
-                "[BufNode] requestId: 31 FD: " + std::to_string(pHandle->data[0]) +
-                    ", pImageBuffer size: 12288 phNativeHandle: " + Ptr(pHandle)),
-            Ixe('I', kFunction, Outcome("success!", count, kLargeSize, pHandle)),
-        });
     }
     EXPECT_EQ(request->frcRatioInfo.outputQueuedNum, 3);
     EXPECT_TRUE(IsOpen(pHandle->data[0]));
 }
 
+// Its lines are pinned by the log-form tests below.
 TEST_F(QueueTempTest, NullCameraObjectQueuesAnEmptyBuffer) {
-    StartCapture();
     EXPECT_EQ(Queue(0, nullptr), LumResultSuccess);
 
     const std::vector<Call> queued = Queued();
@@ -133,11 +123,6 @@ TEST_F(QueueTempTest, NullCameraObjectQueuesAnEmptyBuffer) {
     EXPECT_EQ(seen.filledLen, 0);
     EXPECT_EQ(seen.cookie, CookieOf(&temp->info.outputCookie));
     EXPECT_EQ(request->frcRatioInfo.outputQueuedNum, 1);
-    ExpectLog({
-        Ixe('I', kFunction, kEntry),
-        Ixe('E', kFunction, "[BufNode] Failed to get camera buffer!"),
-        Ixe('I', kFunction, Outcome("success!", 1, 0, nullptr)),
-    });
 }
 
 TEST_F(QueueTempTest, CameraObjectWithoutHandleFailsBeforeTheService) {

@@ -2,26 +2,18 @@
 #pragma once
 
 #include <android/binder_ibinder.h>
-#include <dirent.h>
 
 #include <atomic>
 #include <chrono>
 #include <thread>
 
+#include "descriptors.h"
+
 namespace binder_test {
 
-// Entries of /proc/self/fd, excluding the one opendir itself uses.
+// The process's open descriptors, by the counter every test area shares.
 inline int openFdCount() {
-    DIR* dir = opendir("/proc/self/fd");
-    if (dir == nullptr) {
-        return -1;
-    }
-    int count = 0;
-    while (readdir(dir) != nullptr) {
-        ++count;
-    }
-    closedir(dir);
-    return count - 3;  // ".", ".." and the directory's own descriptor
+    return testsupport::OpenDescriptorCount();
 }
 
 // Waits up to two seconds for the open descriptor count to come back to count.

@@ -16,6 +16,7 @@
 #include <vector>
 
 #include "descriptors.h"
+#include "temp_dir.h"
 
 namespace vpp_aidl_test {
 namespace {
@@ -34,23 +35,21 @@ bool isOpen(int fd) {
 // named after its index, so the close order reads as a list of indexes.
 class CloseRecorder {
   public:
-    CloseRecorder() {
-        char pattern[] = "/tmp/vpp_aidl_test.XXXXXX";
-        if (mkdtemp(pattern) != nullptr) dir_ = pattern;
+    CloseRecorder() : dir_("vpp_aidl_test") {
         notify_ = inotify_init1(IN_NONBLOCK | IN_CLOEXEC);
-        if (notify_ >= 0 && !dir_.empty()) inotify_add_watch(notify_, dir_.c_str(), IN_CLOSE_WRITE);
+        if (notify_ >= 0 && !dir_.path().empty()) {
+            inotify_add_watch(notify_, dir_.path().c_str(), IN_CLOSE_WRITE);
+        }
     }
     ~CloseRecorder() {
-        for (const std::string& file : files_) unlink(file.c_str());
-        if (!dir_.empty()) rmdir(dir_.c_str());
         if (notify_ >= 0) close(notify_);
     }
-    bool ready() const { return notify_ >= 0 && !dir_.empty(); }
+    bool ready() const { return notify_ >= 0 && !dir_.path().empty(); }
 
     // Opens file number `index` for writing; its close will be recorded.
     int open(int index) {
-        files_.push_back(dir_ + "/" + std::to_string(index));
-        return ::open(files_.back().c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, 0600);
+        return ::open(dir_.File(std::to_string(index)).c_str(), O_WRONLY | O_CREAT | O_CLOEXEC,
+                      0600);
     }
 
     // Indexes of the files closed since the last call, in close order.
@@ -71,9 +70,8 @@ class CloseRecorder {
     }
 
   private:
-    std::string dir_;
+    testsupport::TempDir dir_;
     int notify_ = -1;
-    std::vector<std::string> files_;
 };
 
 class NativeHandleTest : public ::testing::Test {

@@ -72,9 +72,4 @@ class TestNode : public IxoNodeVppBase {
     std::vector<std::string> m_events;
 };
 
-// Number of descriptors the process has open (the counter every test area shares).
-inline int OpenFdCount() {
-    return testsupport::OpenDescriptorCount();
-}
-
 }  // namespace vpptest

@@ -26,7 +26,7 @@ class LibraryTest : public ::testing::Test {
     void SetUp() override {
         camera_host::SetStderrLogging(false);
         TestNode::ResetStatics();
-        fds_ = vpptest::OpenFdCount();
+        fds_ = testsupport::OpenDescriptorCount();
         handle_ = vppservice::RegisterService();
         ASSERT_NE(handle_, nullptr);
     }
@@ -35,7 +35,7 @@ class LibraryTest : public ::testing::Test {
         TestNode::ResetStatics();
         handle_.reset();
         ABinderHost_flushPool();
-        EXPECT_EQ(vpptest::OpenFdCount(), fds_);
+        EXPECT_EQ(testsupport::OpenDescriptorCount(), fds_);
         camera_host::SetStderrLogging(true);
     }
     static bool Logged(const camera_host::LogCapture& capture, const std::string& message) {

@@ -119,7 +119,7 @@ TEST_P(LifecycleTest, CloseAndTermReturnEverythingAndUnmapIt) {
         auto outputs = Frames(4);
         const int ownMappings = ServiceMappings();
         ASSERT_NO_FATAL_FAILURE(OpenSession(Param(kWidth, kHeight), Ctrl(2, 2)));
-        const int ownFds = OpenFdCount();
+        const int ownFds = testsupport::OpenDescriptorCount();
         for (size_t i = 0; i < inputs.size(); ++i) {
             ASSERT_EQ(Queue(0, inputs[i]->Buffer(i, 100 * i)), VppError::VPP_OK);
         }
@@ -127,10 +127,12 @@ TEST_P(LifecycleTest, CloseAndTermReturnEverythingAndUnmapIt) {
         ASSERT_EQ(Queue(1, outputs[1]->Buffer(101)), VppError::VPP_OK);
         // The service keeps mappings, not descriptors (embedded, the buffers' duplicates are
         // closed once the calls return; in vppd, the copies it received).
-        EXPECT_EQ(OpenFdCount(), ownFds);
+        EXPECT_EQ(testsupport::OpenDescriptorCount(), ownFds);
         if (daemon_) {
             const pid_t pid = daemon_->pid();
-            EXPECT_EQ(SettledCount([&] { return OpenFdCountOf(pid); }, serviceFds_), serviceFds_);
+            EXPECT_EQ(
+                SettledCount([&] { return testsupport::OpenDescriptorCountOf(pid); }, serviceFds_),
+                serviceFds_);
         }
         EXPECT_GT(ServiceMappings(), ownMappings);
 
@@ -225,7 +227,7 @@ TEST_P(EmbeddedLifecycleTest, ADeadClientTakesItsSessionsDownAndNoOtherSession) 
     auto inputs = Frames(3);
     auto outputs = Frames(1);
     const int ownMappings = FrameMappingCount();
-    const int ownFds = OpenFdCount();
+    const int ownFds = testsupport::OpenDescriptorCount();
     ASSERT_NO_FATAL_FAILURE(OpenSession(Param(kWidth, kHeight), Ctrl(2, 2)));
     for (size_t i = 0; i < inputs.size(); ++i) {
         ASSERT_EQ(Queue(0, inputs[i]->Buffer(i, 100 * i)), VppError::VPP_OK);
@@ -252,7 +254,7 @@ TEST_P(EmbeddedLifecycleTest, ADeadClientTakesItsSessionsDownAndNoOtherSession) 
     EXPECT_EQ(handle_->liveSessionCount(), 1u);
     EXPECT_EQ(State(), 4);
     EXPECT_EQ(FrameMappingCount(), ownMappings);
-    EXPECT_EQ(OpenFdCount(), ownFds);
+    EXPECT_EQ(testsupport::OpenDescriptorCount(), ownFds);
     EXPECT_EQ(callbacks_->Events().size(), eventsAtDeath);
     EXPECT_EQ(Queue(0, inputs[0]->Buffer(9)), VppError::VPP_ERR_STATE);
 

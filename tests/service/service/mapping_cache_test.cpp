@@ -24,7 +24,7 @@ std::shared_ptr<Mapping> Acquire(MappingCache& cache, int fd) {
 }
 
 TEST(MappingCacheTest, ReusesByFileRetiresLeastRecentlyUsedIdleMappingsAndUnmapsOnDrop) {
-    const int fds = OpenFdCount();
+    const int fds = testsupport::OpenDescriptorCount();
     const int mappings = FrameMappingCount();
     std::vector<std::unique_ptr<SharedFrame>> frames;
     for (size_t i = 0; i < MappingCache::kMaxIdle + 4; ++i) {
@@ -69,7 +69,7 @@ TEST(MappingCacheTest, ReusesByFileRetiresLeastRecentlyUsedIdleMappingsAndUnmaps
     }
     frames.clear();
     EXPECT_EQ(FrameMappingCount(), mappings);
-    EXPECT_EQ(OpenFdCount(), fds);
+    EXPECT_EQ(testsupport::OpenDescriptorCount(), fds);
 }
 
 }  // namespace

@@ -6,7 +6,6 @@
 #include <android/binder_manager.h>
 #include <android/binder_process.h>
 #include <binder_host/binder_host.h>
-#include <dirent.h>
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/mman.h>
@@ -25,6 +24,7 @@
 #include <thread>
 #include <vector>
 
+#include "descriptors.h"
 #include "vppservice/daemon_process.h"
 #include "vppservice/vpp_service.h"
 
@@ -44,16 +44,6 @@ using ::aidl::vendor::zux::hardware::vpp::VppStats;
 constexpr int32_t kEos = 1;
 // Name given to every memfd the tests make, to find their mappings in /proc/self/maps.
 constexpr const char* kMemfdName = "svctest-frame";
-
-inline int OpenFdCount() {
-    int count = 0;
-    DIR* dir = opendir("/proc/self/fd");
-    while (dirent* entry = readdir(dir)) {
-        count += entry->d_name[0] != '.';
-    }
-    closedir(dir);
-    return count - 1;  // the directory's own descriptor
-}
 
 // Mappings of the tests' memfds in this process (the tests' own and the service's).
 inline int FrameMappingCount() {
@@ -248,16 +238,6 @@ inline std::string TransportName(const ::testing::TestParamInfo<Transport>& info
     return info.param == Transport::kEmbedded ? "Embedded" : "Process";
 }
 
-// Descriptors open in another process.
-inline int OpenFdCountOf(pid_t pid) {
-    int count = 0;
-    DIR* dir = opendir(("/proc/" + std::to_string(pid) + "/fd").c_str());
-    if (dir == nullptr) return -1;
-    while (dirent* entry = readdir(dir)) count += entry->d_name[0] != '.';
-    closedir(dir);
-    return count;
-}
-
 // Mappings of the tests' memfds in another process.
 inline int FrameMappingCountOf(pid_t pid) {
     std::ifstream maps("/proc/" + std::to_string(pid) + "/maps");
@@ -320,7 +300,7 @@ class ServiceTest : public ::testing::TestWithParam<Transport> {
     void SetUp() override {
         // Death notifications and calls from the service are delivered on the pool.
         ABinderProcess_startThreadPool();
-        fds_ = OpenFdCount();
+        fds_ = testsupport::OpenDescriptorCount();
         mappings_ = FrameMappingCount();
         static int counter = 0;
         const std::string instance = "svctest-" + std::to_string(++counter);
@@ -336,7 +316,7 @@ class ServiceTest : public ::testing::TestWithParam<Transport> {
                 fds_ = -1;
                 GTEST_SKIP() << "no service in a separate process: " << why;
             }
-            serviceFds_ = OpenFdCountOf(daemon_->pid());
+            serviceFds_ = testsupport::OpenDescriptorCountOf(daemon_->pid());
             serviceMappings_ = FrameMappingCountOf(daemon_->pid());
         }
         ASSERT_TRUE(service_->getNewVppSession(0, &session_).isOk());
@@ -351,7 +331,9 @@ class ServiceTest : public ::testing::TestWithParam<Transport> {
         if (daemon_ != nullptr) {
             // Everything the service took for the session is released by the time term returns.
             const pid_t pid = daemon_->pid();
-            EXPECT_EQ(SettledCount([&] { return OpenFdCountOf(pid); }, serviceFds_), serviceFds_)
+            EXPECT_EQ(
+                SettledCount([&] { return testsupport::OpenDescriptorCountOf(pid); }, serviceFds_),
+                serviceFds_)
                 << "service descriptors leaked";
             EXPECT_EQ(SettledCount([&] { return FrameMappingCountOf(pid); }, serviceMappings_),
                       serviceMappings_)
@@ -367,7 +349,8 @@ class ServiceTest : public ::testing::TestWithParam<Transport> {
         }
         ABinderHost_flushPool();
         // The connection to a stopped daemon is closed by its reading thread once it sees the end.
-        EXPECT_EQ(SettledCount(OpenFdCount, fds_), fds_) << "descriptors leaked";
+        EXPECT_EQ(SettledCount(testsupport::OpenDescriptorCount, fds_), fds_)
+            << "descriptors leaked";
         EXPECT_EQ(FrameMappingCount(), mappings_) << "frame mappings leaked";
     }
 

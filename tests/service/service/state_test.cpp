@@ -149,6 +149,12 @@ TEST_P(StateTest, QueuedBuffersAreChecked) {
     SharedFrame exact(frameSize);
     EXPECT_EQ(Queue(2, exact.Buffer(1)), E::VPP_ERR_PARAM);
     EXPECT_EQ(Queue(0, small.Buffer(1)), E::VPP_ERR_PARAM) << "memory below the frame size";
+    // Without a declared length only the mapping's bound stands between a buffer one byte short
+    // and the converter.
+    VppBuffer undeclaredShort = small.Buffer(1);
+    undeclaredShort.allocLen = 0;
+    undeclaredShort.bufferLen = 0;
+    EXPECT_EQ(Queue(0, undeclaredShort), E::VPP_ERR_PARAM) << "one byte short, undeclared";
     VppBuffer declaredTooShort = exact.Buffer(1);
     declaredTooShort.allocLen = static_cast<int32_t>(frameSize) - 2;
     EXPECT_EQ(Queue(0, declaredTooShort), E::VPP_ERR_PARAM);
@@ -173,6 +179,24 @@ TEST_P(StateTest, QueuedBuffersAreChecked) {
     ASSERT_EQ(events.size(), 1u);
     EXPECT_EQ(events[0].kind, Event::kOutput);
     EXPECT_EQ(events[0].cookie, 10);
+}
+
+// A buffer the session gave back no longer counts against its port's limit: with room for one
+// buffer a port, frame after frame goes through.
+TEST_P(StateTest, ReturnedBuffersFreeTheirPlace) {
+    const size_t frameSize = 64 * 32 * 3 / 2;
+    ASSERT_NO_FATAL_FAILURE(OpenSession(Param(64, 32), Ctrl(0, 0)));
+    ASSERT_EQ(Call([&](E* e) { return session_->setMaxQueuedBuffers(0, 1, e); }), E::VPP_OK);
+    ASSERT_EQ(Call([&](E* e) { return session_->setMaxQueuedBuffers(1, 1, e); }), E::VPP_OK);
+    SharedFrame input(frameSize);
+    SharedFrame output(frameSize);
+    for (size_t round = 0; round < 3; ++round) {
+        SCOPED_TRACE(round);
+        ASSERT_EQ(Queue(1, output.Buffer(100)), E::VPP_OK);
+        ASSERT_EQ(Queue(0, input.Buffer(1, static_cast<int64_t>(round) * 1000)), E::VPP_OK);
+        ASSERT_TRUE(callbacks_->WaitForCount(Event::kInput, round + 1));
+        ASSERT_TRUE(callbacks_->WaitForCount(Event::kOutput, round + 1));
+    }
 }
 
 TEST_P(StateTest, LoggingIsQuietUntilAsked) {

@@ -134,8 +134,8 @@ TEST(ClipGeneratorTest, AcceptsAnyEvenSizeAndRejectsBadOptions) {
 }
 
 TEST(ClipGeneratorTest, WriteClipProducesTheRenderedFrames) {
-    media_test::TempDir dir;
-    const int fds = media_test::CountOpenFds();
+    testsupport::TempDir dir;
+    const int fds = testsupport::OpenDescriptorCount();
     ClipOptions options;
     options.width = 64;
     options.height = 36;
@@ -162,7 +162,7 @@ TEST(ClipGeneratorTest, WriteClipProducesTheRenderedFrames) {
     options.width = 63;
     EXPECT_FALSE(media::WriteClip(dir.File("bad.y4m"), options, &error));
     EXPECT_EQ(dir.Entries(), std::vector<std::string>{"demo.y4m"});
-    EXPECT_EQ(media_test::CountOpenFds(), fds);
+    EXPECT_EQ(testsupport::OpenDescriptorCount(), fds);
 }
 
 }  // namespace

@@ -82,8 +82,8 @@ TEST(PreviewTest, ConvertsBt601LimitedRangeAndAveragesWhenScaling) {
 // Three rows of one input and three made frames: the PNG has the builder's size, every picture
 // shows its own frame, and input and made frames carry different border colours.
 TEST(PreviewTest, WritesASheetWithOneRowPerInputFrame) {
-    media_test::TempDir dir;
-    const int fds = media_test::CountOpenFds();
+    testsupport::TempDir dir;
+    const int fds = testsupport::OpenDescriptorCount();
     const int w = 320, h = 180;
     PreviewOptions options;
     options.thumbnailWidth = 80;
@@ -135,7 +135,7 @@ TEST(PreviewTest, WritesASheetWithOneRowPerInputFrame) {
             EXPECT_EQ(memcmp(picture.At(runs[c].first - 1, y), madeBorder, 3), 0);
     }
     EXPECT_EQ(dir.Entries(), std::vector<std::string>{"preview.png"});
-    EXPECT_EQ(media_test::CountOpenFds(), fds);
+    EXPECT_EQ(testsupport::OpenDescriptorCount(), fds);
 }
 
 TEST(PreviewTest, StopsAtTheRowAndColumnLimits) {
@@ -199,8 +199,8 @@ TEST(PreviewTest, CropModeShowsTheFrameCentreAtFullSize) {
 }
 
 TEST(PreviewTest, FailedWritesLeaveNoFile) {
-    media_test::TempDir dir;
-    const int fds = media_test::CountOpenFds();
+    testsupport::TempDir dir;
+    const int fds = testsupport::OpenDescriptorCount();
     std::string error;
     PreviewBuilder empty(64, 36);
     EXPECT_FALSE(empty.WritePng(dir.File("empty.png"), &error));
@@ -212,7 +212,7 @@ TEST(PreviewTest, FailedWritesLeaveNoFile) {
     EXPECT_FALSE(builder.WritePng(dir.File("missing/preview.png"), &error));
     EXPECT_NE(error.find("missing"), std::string::npos) << error;
     EXPECT_TRUE(dir.Entries().empty());
-    EXPECT_EQ(media_test::CountOpenFds(), fds);
+    EXPECT_EQ(testsupport::OpenDescriptorCount(), fds);
 }
 
 }  // namespace

@@ -66,7 +66,7 @@ TEST(FormatDurationTest, MinutesThenHours) {
 
 TEST(OpenDescriptorCountTest, FollowsOpenAndClose) {
     const int before = media::OpenDescriptorCount();
-    EXPECT_EQ(before, media_test::CountOpenFds());
+    EXPECT_EQ(before, testsupport::OpenDescriptorCount());
     int fds[2];
     ASSERT_EQ(pipe(fds), 0);
     EXPECT_EQ(media::OpenDescriptorCount(), before + 2);
@@ -210,7 +210,7 @@ TEST_F(ProgressTest, BarLineIsEndedWhenTheJobStopsEarly) {
 }
 
 TEST(ProgressAutoTest, ChoosesTheBarOnlyForATerminal) {
-    const int fds = media_test::CountOpenFds();
+    const int fds = testsupport::OpenDescriptorCount();
     const char* term = getenv("TERM");
     const std::string savedTerm = term != nullptr ? term : "";
     setenv("TERM", "xterm", 1);
@@ -233,7 +233,7 @@ TEST(ProgressAutoTest, ChoosesTheBarOnlyForATerminal) {
     } else {
         setenv("TERM", savedTerm.c_str(), 1);
     }
-    EXPECT_EQ(media_test::CountOpenFds(), fds);
+    EXPECT_EQ(testsupport::OpenDescriptorCount(), fds);
 }
 
 }  // namespace

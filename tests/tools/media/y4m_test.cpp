@@ -12,11 +12,10 @@ namespace {
 using media::VideoFormat;
 using media::Y4mReader;
 using media::Y4mWriter;
-using media_test::CountOpenFds;
 using media_test::Pattern;
-using media_test::ReadFile;
-using media_test::TempDir;
-using media_test::WriteFile;
+using testsupport::ReadFile;
+using testsupport::TempDir;
+using testsupport::WriteFile;
 using Result = Y4mReader::Result;
 
 VideoFormat Fmt(int width, int height, int fpsNum, int fpsDen) {
@@ -36,9 +35,11 @@ class Y4mTest : public ::testing::Test {
   protected:
     void SetUp() override {
         ASSERT_FALSE(dir_.path().empty());
-        fds_ = CountOpenFds();
+        fds_ = testsupport::OpenDescriptorCount();
     }
-    void TearDown() override { EXPECT_EQ(CountOpenFds(), fds_) << "descriptor leaked"; }
+    void TearDown() override {
+        EXPECT_EQ(testsupport::OpenDescriptorCount(), fds_) << "descriptor leaked";
+    }
 
     // Writes content to a file and returns the reader's error for it ("" if it opened).
     std::string OpenError(const std::string& content) {

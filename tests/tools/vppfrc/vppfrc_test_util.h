@@ -1,74 +1,25 @@
-// Helpers of the vppfrc tool and end-to-end tests: scratch folders, test clips, reading outputs
-// back, and running the tool's binary as a child process.
+// Helpers of the vppfrc tool and end-to-end tests: test clips, reading outputs back, and running
+// the tool's binary as a child process (scratch folders come from the shared test support).
 #pragma once
 
-#include <dirent.h>
 #include <fcntl.h>
-#include <ftw.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include <algorithm>
 #include <cerrno>
 #include <cstdint>
-#include <cstdlib>
-#include <fstream>
-#include <iterator>
 #include <random>
 #include <string>
 #include <vector>
 
 #include "media/y4m.h"
+#include "temp_dir.h"
 
 namespace vppfrc_test {
 
-// A fresh folder under $TMPDIR (or /tmp), removed with its content on destruction.
-class TempDir {
-  public:
-    TempDir() {
-        const char* base = getenv("TMPDIR");
-        std::string pattern =
-            std::string(base != nullptr && *base ? base : "/tmp") + "/vppfrc-XXXXXX";
-        if (mkdtemp(&pattern[0]) != nullptr) path_ = pattern;
-    }
-    ~TempDir() {
-        auto remove = [](const char* p, const struct stat*, int, struct FTW*) {
-            return ::remove(p);
-        };
-        if (!path_.empty()) nftw(path_.c_str(), remove, 16, FTW_DEPTH | FTW_PHYS);
-    }
-    TempDir(const TempDir&) = delete;
-    TempDir& operator=(const TempDir&) = delete;
-
-    const std::string& path() const { return path_; }
-    std::string File(const std::string& name) const { return path_ + "/" + name; }
-    // Names in the folder, sorted, so tests can prove that no temporary file was left behind.
-    std::vector<std::string> Entries() const {
-        std::vector<std::string> names;
-        if (DIR* dir = opendir(path_.c_str())) {
-            while (dirent* entry = readdir(dir)) {
-                const std::string name = entry->d_name;
-                if (name != "." && name != "..") names.push_back(name);
-            }
-            closedir(dir);
-        }
-        std::sort(names.begin(), names.end());
-        return names;
-    }
-
-  private:
-    std::string path_;
-};
-
-inline void WriteFile(const std::string& path, const std::string& bytes) {
-    std::ofstream(path, std::ios::binary)
-        .write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
-}
-
-inline std::string ReadFile(const std::string& path) {
-    std::ifstream file(path, std::ios::binary);
-    return std::string(std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>());
-}
+using testsupport::ReadFile;
+using testsupport::TempDir;
+using testsupport::WriteFile;
 
 using Frame = std::vector<uint8_t>;
 

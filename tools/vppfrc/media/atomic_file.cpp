@@ -106,8 +106,9 @@ bool AtomicFile::Open(const std::string& path, std::string* error) {
     // that happens to use the same name. Mode 0666 lets the umask decide the final permissions.
     static std::atomic<unsigned> counter{0};
     for (int attempt = 0; attempt < 100; ++attempt) {
-        std::string temp = dir + "/." + base + ".tmp-" + std::to_string(getpid()) + "-" +
-                           std::to_string(counter.fetch_add(1));
+        std::string temp = dir;
+        temp.append("/.").append(base).append(".tmp-").append(std::to_string(getpid()));
+        temp.append("-").append(std::to_string(counter.fetch_add(1)));
         // Registered before it exists, so that no signal can come between creation and
         // registration; removing a name that was never created does no harm.
         const int slot = RegisterCleanup(temp);
@@ -121,8 +122,9 @@ bool AtomicFile::Open(const std::string& path, std::string* error) {
         const int err = errno;
         UnregisterCleanup(slot);
         if (err != EEXIST) {
-            SetError(error, "cannot write '" + path + "': cannot create a file in folder '" + dir +
-                                "': " + ErrnoText(err));
+            std::string message = "cannot write '" + path;
+            message.append("': cannot create a file in folder '").append(dir).append("': ");
+            SetError(error, message + ErrnoText(err));
             return false;
         }
     }

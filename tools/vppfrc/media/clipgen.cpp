@@ -33,8 +33,9 @@ class TilingNoise {
         : seed_(seed),
           layer_(layer),
           cell_(cell),
-          cellsX_(periodX / cell),
-          cellsY_(periodY / cell) {}
+          // At least one cell each way, so that the wrap below never divides by zero.
+          cellsX_(std::max(1, periodX / cell)),
+          cellsY_(std::max(1, periodY / cell)) {}
 
     double At(double x, double y) const {
         const double fx = x / cell_, fy = y / cell_;

@@ -145,6 +145,9 @@ void I420ToRgbThumbnail(const uint8_t* i420, int width, int height, int outWidth
     const uint8_t* planeU = planeY + size_t(width) * height;
     const uint8_t* planeV = planeU + size_t(width / 2) * (height / 2);
     const int cw = width / 2;
+    // Black luma and zero chroma in 8.8 fixed point.
+    constexpr int64_t kLumaBlack = int64_t{16} << 8;
+    constexpr int64_t kChromaZero = int64_t{128} << 8;
     // Source span of each output column and row; every span holds at least one pixel.
     auto span = [](int index, int outSize, int inSize, int* begin, int* end) {
         *begin = static_cast<int>(int64_t(index) * inSize / outSize);
@@ -181,9 +184,9 @@ void I420ToRgbThumbnail(const uint8_t* i420, int width, int height, int outWidth
         uint8_t* out = rgb + size_t(oy) * outWidth * 3;
         for (int ox = 0; ox < outWidth; ++ox) {
             // BT.601 limited range, 16.16 fixed point.
-            const int64_t c = (sumY[ox] * 256 / countY[ox]) - 16 * 256;  // luma, 8.8 fixed
-            const int64_t d = (sumU[ox] * 256 / countC[ox]) - 128 * 256;
-            const int64_t e = (sumV[ox] * 256 / countC[ox]) - 128 * 256;
+            const int64_t c = (sumY[ox] * 256 / countY[ox]) - kLumaBlack;  // luma, 8.8 fixed
+            const int64_t d = (sumU[ox] * 256 / countC[ox]) - kChromaZero;
+            const int64_t e = (sumV[ox] * 256 / countC[ox]) - kChromaZero;
             const int64_t r = (76309 * c + 104597 * e) >> 24;
             const int64_t g = (76309 * c - 25675 * d - 53279 * e) >> 24;
             const int64_t b = (76309 * c + 132201 * d) >> 24;

@@ -50,12 +50,13 @@ double Percentile(std::vector<double> values, double p) {
     const double rank = p / 100.0 * static_cast<double>(values.size() - 1);
     const size_t lower = static_cast<size_t>(std::floor(rank));
     const double fraction = rank - static_cast<double>(lower);
-    std::nth_element(values.begin(), values.begin() + lower, values.end());
+    const auto at = values.begin() + static_cast<std::ptrdiff_t>(lower);
+    std::nth_element(values.begin(), at, values.end());
     const double low = values[lower];
     if (fraction == 0 || lower + 1 >= values.size()) return low;
     // After nth_element everything past 'lower' is at least as large: the next rank is their
     // minimum.
-    const double high = *std::min_element(values.begin() + lower + 1, values.end());
+    const double high = *std::min_element(at + 1, values.end());
     return low + (high - low) * fraction;
 }
 

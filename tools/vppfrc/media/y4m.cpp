@@ -18,7 +18,7 @@ constexpr char kSignature[] = "YUV4MPEG2";
 constexpr size_t kSignatureLength = sizeof(kSignature) - 1;
 constexpr size_t kMaxHeaderLine = 16384;
 constexpr size_t kMaxFrameLine = 4096;
-constexpr size_t kBufferSize = 64 * 1024;
+constexpr size_t kBufferSize = size_t{64} * 1024;
 
 std::string Quote(const std::string& path) {
     return "'" + path + "'";
