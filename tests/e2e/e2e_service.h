@@ -14,51 +14,23 @@
 #include <thread>
 
 #include "descriptors.h"
+#include "socket_folder.h"
 #include "vppservice/daemon_process.h"
 #include "vppservice/vpp_service.h"
 
 namespace e2e {
 
+using testsupport::SettledCount;
+
+// Shared-memory mappings (memfds) of a process: the frames it has mapped.
+inline int MemfdMappingCountOf(pid_t pid) {
+    return testsupport::MappingCountOf(pid, "/memfd:");
+}
+
 enum class Transport { kEmbedded, kProcess };
 
 inline const char* TransportName(Transport transport) {
     return transport == Transport::kEmbedded ? "Embedded" : "Process";
-}
-
-// Shared-memory mappings (memfds) of a process: the frames it has mapped.
-inline int MemfdMappingCountOf(pid_t pid) {
-    std::ifstream maps("/proc/" + std::to_string(pid) + "/maps");
-    int count = 0;
-    for (std::string line; std::getline(maps, line);) {
-        count += line.find("/memfd:") != std::string::npos;
-    }
-    return count;
-}
-
-// Polls a count until it equals `expected` or timeoutMs passes; returns the last value. What a
-// process releases because another one let go (a connection, a reference) happens on its own
-// threads, shortly after the call that let go has returned.
-inline int SettledCount(const std::function<int()>& count, int expected, int timeoutMs = 3000) {
-    const auto deadline = std::chrono::steady_clock::now() + std::chrono::milliseconds(timeoutMs);
-    int value = count();
-    while (value != expected && std::chrono::steady_clock::now() < deadline) {
-        std::this_thread::sleep_for(std::chrono::milliseconds(2));
-        value = count();
-    }
-    return value;
-}
-
-// One socket folder for every process leg of the test program, so that it never meets the
-// services of other test programs running at the same time.
-inline const std::string& SocketFolder() {
-    static std::unique_ptr<vppservice::SocketFolder> folder = [] {
-        std::string error;
-        auto made = vppservice::SocketFolder::Make(&error);
-        EXPECT_NE(made, nullptr) << error;
-        return made;
-    }();
-    static const std::string path = folder ? folder->path() : std::string();
-    return path;
 }
 
 // The service registered as instance "default" (the one the library looks up) for the life of
@@ -77,7 +49,7 @@ class TestService {
             return service;
         }
         vppservice::DaemonOptions options;
-        options.socketDir = SocketFolder();
+        options.socketDir = testsupport::TestSocketFolder();
         service->daemon_ = vppservice::DaemonProcess::Start(options, why);
         if (service->daemon_ == nullptr) return nullptr;
         const std::string name =

@@ -25,10 +25,13 @@
 #include <vector>
 
 #include "descriptors.h"
+#include "socket_folder.h"
 #include "vppservice/daemon_process.h"
 #include "vppservice/vpp_service.h"
 
 namespace svctest {
+
+using testsupport::SettledCount;
 
 using ::aidl::vendor::zux::hardware::vpp::BnVppCallbacks;
 using ::aidl::vendor::zux::hardware::vpp::FlushDone;
@@ -240,36 +243,7 @@ inline std::string TransportName(const ::testing::TestParamInfo<Transport>& info
 
 // Mappings of the tests' memfds in another process.
 inline int FrameMappingCountOf(pid_t pid) {
-    std::ifstream maps("/proc/" + std::to_string(pid) + "/maps");
-    int count = 0;
-    for (std::string line; std::getline(maps, line);) {
-        count += line.find(kMemfdName) != std::string::npos;
-    }
-    return count;
-}
-
-// Polls a count until it equals `expected` or timeoutMs passes; returns the last value. What the
-// daemon releases because this process let go happens on its threads, shortly after the call.
-inline int SettledCount(const std::function<int()>& count, int expected, int timeoutMs = 3000) {
-    const auto deadline = std::chrono::steady_clock::now() + std::chrono::milliseconds(timeoutMs);
-    int value = count();
-    while (value != expected && std::chrono::steady_clock::now() < deadline) {
-        std::this_thread::sleep_for(std::chrono::milliseconds(2));
-        value = count();
-    }
-    return value;
-}
-
-// Socket folder shared by every process leg of this test program.
-inline const std::string& TestSocketFolder() {
-    static std::unique_ptr<vppservice::SocketFolder> folder = [] {
-        std::string error;
-        auto made = vppservice::SocketFolder::Make(&error);
-        EXPECT_NE(made, nullptr) << error;
-        return made;
-    }();
-    static const std::string path = folder ? folder->path() : std::string();
-    return path;
+    return testsupport::MappingCountOf(pid, kMemfdName);
 }
 
 // Starts vppd serving `instance` in the test socket folder and looks the service up from here.
@@ -278,7 +252,7 @@ inline std::shared_ptr<IVppService> StartDaemon(const std::string& instance,
                                                 std::unique_ptr<vppservice::DaemonProcess>* daemon,
                                                 std::string* why) {
     vppservice::DaemonOptions options;
-    options.socketDir = TestSocketFolder();
+    options.socketDir = testsupport::TestSocketFolder();
     options.instance = instance;
     *daemon = vppservice::DaemonProcess::Start(options, why);
     if (*daemon == nullptr) return nullptr;
