@@ -449,14 +449,7 @@ int sampleComponent(const PaddedPlane& p, int x, int y, int e, int ox, int oy) {
 
 // Bilinear sample of a padded plane at (x, y) + offset in 1/16 element.
 int sampleAt(const PaddedPlane& p, int x, int y, int ox, int oy) {
-    const uint8_t* q = p.at(x + (ox >> 4), y + (oy >> 4));
-    const int fx = ox & 15;
-    const int fy = oy & 15;
-    const int s = p.step();
-    const ptrdiff_t st = p.stride();
-    const int top = q[0] * (16 - fx) + q[s] * fx;
-    const int bottom = q[st] * (16 - fx) + q[st + s] * fx;
-    return (top * (16 - fy) + bottom * fy + 128) >> 8;
+    return sampleComponent(p, x, y, 0, ox, oy);
 }
 
 }  // namespace
