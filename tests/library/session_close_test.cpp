@@ -113,82 +113,50 @@ double MillisecondsSince(Clock::time_point start) {
     return std::chrono::duration<double, std::milli>(Clock::now() - start).count();
 }
 
-// Confirmations that arrived before the flush (for instance after an earlier flush timed out)
-// are consumed without waiting: no wait means no timeout code, and both flags end at 0.
-TEST_F(FlushSessionTest, ConfirmationsAlreadyThereAreConsumedWithoutWaiting) {
-    auto node = MakeSessionNode("Flush");
-    auto session = SessionOf(*node);
-    ConfirmFromAnotherThread(*node, 0);
-    ConfirmFromAnotherThread(*node, 1);
-    ASSERT_EQ(node->m_inputFlushDone, 1u);
-    ASSERT_EQ(node->m_outputFlushDone, 1u);
+// Each port's confirmation may already be there (consumed without waiting, for instance after an
+// earlier flush timed out), arrive during its flush (ends the wait) or never come (one 30 ms wait).
+// The result is the last wait's; the flush goes on to port 1 whatever port 0 gave, both flags end
+// at 0, and the line is the same in every case.
+TEST_F(FlushSessionTest, EachPortWaitsOnlyForAMissingConfirmation) {
+    enum Confirm { kBefore, kDuring, kNever };
+    const struct {
+        Confirm input, output;
+        LumResult result;
+        double atLeastMs;
+    } cases[] = {
+        {kBefore, kBefore, LumResultSuccess, 0},  {kDuring, kDuring, LumResultSuccess, 0},
+        {kNever, kNever, LumResultETimeout, 60},  {kDuring, kNever, LumResultETimeout, 30},
+        {kNever, kBefore, LumResultETimeout, 30},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(testing::Message() << "input " << c.input << ", output " << c.output);
+        auto node = MakeSessionNode("Flush");
+        auto session = SessionOf(*node);
+        if (c.input == kBefore) ConfirmFromAnotherThread(*node, 0);
+        if (c.output == kBefore) ConfirmFromAnotherThread(*node, 1);
+        ConfirmDuringFlush(*session, *node, c.input == kDuring, c.output == kDuring);
 
-    LogRecorder log;
-    EXPECT_EQ(node->FlushSession(), LumResultSuccess);
-    EXPECT_TRUE(LogIs(log, {Flushed(*node, 0)}));
-    EXPECT_EQ(node->m_inputFlushDone, 0u);
-    EXPECT_EQ(node->m_outputFlushDone, 0u);
-    const auto calls = session->CallsOf("flush");
-    ASSERT_EQ(calls.size(), 2u);
-    EXPECT_EQ(calls[0].port, 0);
-    EXPECT_EQ(calls[1].port, 1);
-}
-
-// Without any confirmation each port gets one 30 ms wait: the flush takes at least 60 ms and
-// returns the timeout code, and goes on to port 1 regardless of port 0's timeout.
-TEST_F(FlushSessionTest, NoConfirmationTimesOutOnBothPorts) {
-    auto node = MakeSessionNode("Silent");
-    auto session = SessionOf(*node);
-
-    LogRecorder log;
-    const auto start = Clock::now();
-    EXPECT_EQ(node->FlushSession(), LumResultETimeout);
-    EXPECT_GE(MillisecondsSince(start), 60.0);
-    EXPECT_TRUE(LogIs(log, {Flushed(*node, 0)}));
-    EXPECT_EQ(MethodsAfter(*session, 1), (std::vector<std::string>{"flush", "flush"}));
-
-    // A confirmation that comes after its wait is kept for the next flush.
-    ConfirmFromAnotherThread(*node, 0);
-    ConfirmFromAnotherThread(*node, 1);
-    EXPECT_EQ(node->FlushSession(), LumResultSuccess);
-}
-
-TEST_F(FlushSessionTest, ConfirmationsDuringBothFlushesEndBothWaits) {
-    auto node = MakeSessionNode("Prompt");
-    auto session = SessionOf(*node);
-    ConfirmDuringFlush(*session, *node, true, true);
-
-    LogRecorder log;
-    EXPECT_EQ(node->FlushSession(), LumResultSuccess);
-    EXPECT_TRUE(LogIs(log, {Flushed(*node, 0)}));
-    EXPECT_EQ(node->m_inputFlushDone, 0u);
-    EXPECT_EQ(node->m_outputFlushDone, 0u);
-    EXPECT_EQ(node->Events(), (std::vector<std::string>{"flush:0", "flush:1"}));
-}
-
-// The result is the last wait's: the output wait's timeout after a confirmed input.
-TEST_F(FlushSessionTest, InputConfirmedOutputNotGivesTheOutputWaitsTimeout) {
-    auto node = MakeSessionNode("InputOnly");
-    auto session = SessionOf(*node);
-    ConfirmDuringFlush(*session, *node, true, false);
-
-    const auto start = Clock::now();
-    EXPECT_EQ(node->FlushSession(), LumResultETimeout);
-    EXPECT_GE(MillisecondsSince(start), 30.0);
-    EXPECT_EQ(node->m_inputFlushDone, 0u);
-    EXPECT_EQ(node->m_outputFlushDone, 0u);
-}
-
-// With no output wait, the input wait's timeout is what stays.
-TEST_F(FlushSessionTest, OutputAlreadyConfirmedInputNotKeepsTheInputWaitsTimeout) {
-    auto node = MakeSessionNode("OutputOnly");
-    ConfirmFromAnotherThread(*node, 1);
-
-    const auto start = Clock::now();
-    EXPECT_EQ(node->FlushSession(), LumResultETimeout);
-    EXPECT_GE(MillisecondsSince(start), 30.0);
-    EXPECT_EQ(node->m_inputFlushDone, 0u);
-    EXPECT_EQ(node->m_outputFlushDone, 0u);
+        LogRecorder log;
+        const auto start = Clock::now();
+        EXPECT_EQ(node->FlushSession(), c.result);
+        EXPECT_GE(MillisecondsSince(start), c.atLeastMs);
+        EXPECT_TRUE(LogIs(log, {Flushed(*node, 0)}));
+        EXPECT_EQ(node->m_inputFlushDone, 0u);
+        EXPECT_EQ(node->m_outputFlushDone, 0u);
+        const auto calls = session->CallsOf("flush");
+        ASSERT_EQ(calls.size(), 2u);
+        EXPECT_EQ(calls[0].port, 0);
+        EXPECT_EQ(calls[1].port, 1);
+        if (c.input == kDuring && c.output == kDuring) {
+            EXPECT_EQ(node->Events(), (std::vector<std::string>{"flush:0", "flush:1"}));
+        }
+        if (c.input == kNever && c.output == kNever) {
+            // A confirmation that comes after its wait is kept for the next flush.
+            ConfirmFromAnotherThread(*node, 0);
+            ConfirmFromAnotherThread(*node, 1);
+            EXPECT_EQ(node->FlushSession(), LumResultSuccess);
+        }
+    }
 }
 
 // Both flush calls share one out-value: the line shows the output call's code, or the input
