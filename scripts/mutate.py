@@ -93,7 +93,7 @@ MUTATIONS = [
     # The reference service.
     Mutation("S1", "service", "service/src/mapped_frame.cpp", "missing close",
              "mappings are never unmapped",
-             "        munmap(region.address, region.length);", "        (void)region;"),
+             "    munmap(address_, length_);\n", ""),
     Mutation("S2", "service", "service/src/mapped_frame.cpp", "off-by-one",
              "a buffer one byte too short is mapped",
              "available - offset < span", "available - offset + 1 < span"),
@@ -111,8 +111,9 @@ MUTATIONS = [
              "        return Answer(result, VppError::VPP_ERR_PARAM);\n    }\n"
              "    const VppPortParam& param"),
     Mutation("S6", "service", "service/src/mapped_frame.cpp", "missing close",
-             "a mapping is not recorded, so never unmapped",
-             "    regions_.push_back(Region{address, length});\n", ""),
+             "a flush leaves the idle mappings mapped",
+             "        if (entries_[i].mapping.use_count() == 1) {",
+             "        if (entries_[i].mapping.use_count() == 0) {"),
     Mutation("S7", "service", "service/src/session_worker.cpp", "wrong port",
              "input buffers come back as output buffers",
              "CheckCallback(workerCallbacks_->inputBufferDone(record, &answer));",
@@ -124,6 +125,84 @@ MUTATIONS = [
     Mutation("S9", "service", "service/src/session_worker.cpp", "lost flag",
              "the last output frame loses the end-of-stream flag",
              "        record.flags |= kEndOfStreamFlag;", "        (void)kEndOfStreamFlag;"),
+    Mutation("S10", "service", "service/src/mapped_frame.cpp", "off-by-one",
+             "one idle mapping more than the limit is kept",
+             "(idle <= kMaxIdle && idleBytes", "(idle <= kMaxIdle + 1 && idleBytes"),
+    Mutation("S11", "service", "service/src/port_config.cpp", "wrong error code",
+             "an unsupported format answers a parameter error",
+             "        return VppError::VPP_ERR_INVALID_CFG;\n    }\n    const size_t size",
+             "        return VppError::VPP_ERR_PARAM;\n    }\n    const size_t size"),
+    Mutation("S12", "service", "service/src/session.cpp", "log text",
+             "the refused-parameters line loses its stride",
+             '"port %d: parameters %dx%d stride %d scanlines',
+             '"port %d: parameters %dx%d stride  %d scanlines'),
+    Mutation("S13", "service", "service/src/port_config.cpp", "off-by-one",
+             "a stride equal to the width is refused",
+             "param.stride < param.width", "param.stride <= param.width"),
+    Mutation("S14", "service", "service/src/port_config.cpp", "swapped argument",
+             "ports that differ in height are accepted",
+             "input.height != output.height", "input.height != output.width"),
+    Mutation("S15", "service", "service/frc/src/converter.cpp", "overflow",
+             "a made frame's timestamp is not held to the int64 range",
+             "    if (t > INT64_MAX) return INT64_MAX;\n", ""),
+    Mutation("S16", "service", "service/frc/src/converter.cpp", "missing step",
+             "a rate ratio is not reduced to lowest terms",
+             "        p = c.rateNum / g;\n        q = c.rateDen / g;",
+             "        p = c.rateNum;\n        q = c.rateDen;\n        (void)g;"),
+    Mutation("S17", "service", "service/frc/src/converter.cpp", "off-by-one",
+             "the largest ratio term is refused",
+             "p > kMaxRatioTerm) return false;", "p >= kMaxRatioTerm) return false;"),
+    Mutation("S18", "service", "service/frc/src/converter.cpp", "lost flag",
+             "the stream's last output is not marked last",
+             "        if (out->size() > begin) out->back().last = true;\n", ""),
+    Mutation("S19", "service", "service/frc/src/converter.cpp", "swapped argument",
+             "in-between timestamps divide by the ratio's denominator",
+             "static_cast<Wide>(b.timestamp) - a.timestamp, k, p);",
+             "static_cast<Wide>(b.timestamp) - a.timestamp, k, q);"),
+    # The vppfrc tool and its media helpers.
+    Mutation("T1", "tools", "tools/vppfrc/convert.cpp", "unsafe output",
+             "an existing regular output that is the input is not refused",
+             "if ((outputIsRegular || !output.exists) && media::SameFile(input, output)) {",
+             "if (!output.exists && media::SameFile(input, output)) {"),
+    Mutation("T2", "tools", "tools/vppfrc/media/atomic_file.cpp", "missing cleanup",
+             "a signal leaves the temporary output behind",
+             "        if (slot.active.load()) unlink(slot.path);", "        (void)slot;"),
+    Mutation("T3", "tools", "tools/vppfrc/media/atomic_file.cpp", "wrong exit code",
+             "a signal exits with 128 whatever the signal",
+             "    _exit(128 + signal);", "    (void)signal;\n    _exit(128);"),
+    Mutation("T4", "tools", "tools/vppfrc/convert.cpp", "wrong exit code",
+             "damaged input exits as a failed preview",
+             "        status = kExitDamagedInput;", "        status = kExitNoPreview;"),
+    Mutation("T5", "tools", "tools/vppfrc/convert.cpp", "wrong exit code",
+             "usage errors exit as failures",
+             "        return kExitUsage;\n    }\n    return RunTool",
+             "        return kExitFailed;\n    }\n    return RunTool"),
+    Mutation("T6", "tools", "tools/vppfrc/media/y4m.cpp", "off-by-one",
+             "damage names the frame before the damaged one",
+             '"frame " + std::to_string(framesRead_ + 1) + " (at byte "',
+             '"frame " + std::to_string(framesRead_) + " (at byte "'),
+    Mutation("T7", "tools", "tools/vppfrc/media/y4m.cpp", "lost tags",
+             "header tags are not kept for the output",
+             "        format_.tags.push_back(token);\n", ""),
+    Mutation("T8", "tools", "tools/vppfrc/media/y4m.cpp", "swapped argument",
+             "the written frame rate is denominator:numerator",
+             "{'F', std::to_string(format.fpsNum) + \":\" + std::to_string(format.fpsDen)}",
+             "{'F', std::to_string(format.fpsDen) + \":\" + std::to_string(format.fpsNum)}"),
+    Mutation("T9", "tools", "tools/vppfrc/convert.cpp", "lost parameters",
+             "frame parameters do not reach the output frames",
+             "            if (found != params.end()) frameParams = found->second;\n", ""),
+    Mutation("T10", "tools", "tools/vppfrc/convert.cpp", "off-by-one",
+             "input timestamps start one frame late",
+             "node.QueueFrame(frame.data(), framesIn * p)",
+             "node.QueueFrame(frame.data(), (framesIn + 1) * p)"),
+    Mutation("T11", "tools", "tools/vppfrc/media/y4m.cpp", "off-by-one",
+             "a truncated frame reports one byte fewer missing",
+             "std::to_string(frameSize_ - copied) + \" of \"",
+             "std::to_string(frameSize_ - copied - 1) + \" of \""),
+    Mutation("T12", "tools", "tools/vppfrc/media/y4m.cpp", "missing close",
+             "the reader keeps its descriptor after a failed open",
+             "void Y4mReader::Close() {\n    fd_.reset();",
+             "void Y4mReader::Close() {\n    fd_.release();"),
 ]
 
 
@@ -134,10 +213,17 @@ def library_programs(build):
 
 def service_programs(build):
     folder = os.path.join(build, "tests/service/service")
-    return [(n, os.path.join(folder, n)) for n in ("vppservice_tests", "vppservice_library_tests")]
+    names = ("vppservice_tests", "vppservice_library_tests")
+    engine = os.path.join(build, "tests/service/frc/vppfrc_engine_tests")
+    return [(n, os.path.join(folder, n)) for n in names] + [("vppfrc_engine_tests", engine)]
 
 
-PROGRAMS = {"library": library_programs, "service": service_programs}
+def tools_programs(build):
+    return [("media_tests", os.path.join(build, "tests/tools/media/media_tests")),
+            ("vppfrc_cli_tests", os.path.join(build, "tests/tools/vppfrc/vppfrc_cli_tests"))]
+
+
+PROGRAMS = {"library": library_programs, "service": service_programs, "tools": tools_programs}
 
 
 def build(build_dir, targets, log):
