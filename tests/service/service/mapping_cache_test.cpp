@@ -1,11 +1,5 @@
 // The session's cache of buffer mappings: reuse by file identity, retirement of idle mappings
 // beyond its limits, and nothing left mapped or open once it is dropped.
-#include <gtest/gtest.h>
-#include <sys/mman.h>
-#include <unistd.h>
-
-#include <vector>
-
 #include "mapped_frame.h"
 #include "service_test_util.h"
 
@@ -26,10 +20,7 @@ std::shared_ptr<Mapping> Acquire(MappingCache& cache, int fd) {
 TEST(MappingCacheTest, ReusesByFileRetiresLeastRecentlyUsedIdleMappingsAndUnmapsOnDrop) {
     const int fds = testsupport::OpenDescriptorCount();
     const int mappings = FrameMappingCount();
-    std::vector<std::unique_ptr<SharedFrame>> frames;
-    for (size_t i = 0; i < MappingCache::kMaxIdle + 4; ++i) {
-        frames.push_back(std::make_unique<SharedFrame>(kSize));
-    }
+    auto frames = Frames(MappingCache::kMaxIdle + 4, kSize);
     const int own = FrameMappingCount();
     {
         MappingCache cache;

@@ -1,5 +1,5 @@
-// Helpers for driving the reference service directly: memfd frames, a recording callbacks object,
-// a service with one session (in this process or in a vppd child), descriptor and mapping counts.
+// Drives the reference service directly: memfd frames, a recorder of callbacks, and a fixture
+// with one session of a service in this process or in a vppd child, checked for leaks.
 #pragma once
 
 #include <aidl/vendor/zux/hardware/vpp/BnVppCallbacks.h>
@@ -16,7 +16,6 @@
 #include <condition_variable>
 #include <cstdint>
 #include <cstring>
-#include <fstream>
 #include <functional>
 #include <memory>
 #include <mutex>
@@ -32,43 +31,27 @@
 namespace svctest {
 
 using testsupport::SettledCount;
-
-using ::aidl::vendor::zux::hardware::vpp::BnVppCallbacks;
-using ::aidl::vendor::zux::hardware::vpp::FlushDone;
-using ::aidl::vendor::zux::hardware::vpp::IVppService;
-using ::aidl::vendor::zux::hardware::vpp::IVppSession;
-using ::aidl::vendor::zux::hardware::vpp::ReconfigDone;
-using ::aidl::vendor::zux::hardware::vpp::VppBuffer;
-using ::aidl::vendor::zux::hardware::vpp::VppCtrlFrc;
-using ::aidl::vendor::zux::hardware::vpp::VppError;
-using ::aidl::vendor::zux::hardware::vpp::VppPortParam;
-using ::aidl::vendor::zux::hardware::vpp::VppStats;
+using namespace ::aidl::vendor::zux::hardware::vpp;  // NOLINT(google-build-using-namespace)
+using S = IVppSession;
+using E = VppError;
 
 constexpr int32_t kEos = 1;
-// Name given to every memfd the tests make, to find their mappings in /proc/self/maps.
+// The name of every memfd the tests make, to find their mappings in /proc/<pid>/maps.
 constexpr const char* kMemfdName = "svctest-frame";
 
-// Mappings of the tests' memfds in this process (the tests' own and the service's).
-inline int FrameMappingCount() {
-    std::ifstream maps("/proc/self/maps");
-    int count = 0;
-    for (std::string line; std::getline(maps, line);) {
-        count += line.find(kMemfdName) != std::string::npos;
-    }
-    return count;
+inline int FrameMappingCount(pid_t pid = getpid()) {
+    return testsupport::MappingCountOf(pid, kMemfdName);
 }
 
-// One frame's memory in a memfd, mapped here; buffers made from it carry a duplicate descriptor
-// that the VppBuffer closes when destroyed, as a client's would.
+// One frame's memory in a memfd, mapped here; each buffer made from it carries a duplicate
+// descriptor that the VppBuffer closes, as a client's would.
 class SharedFrame {
   public:
-    explicit SharedFrame(size_t size) : size_(size) {
-        fd_ = memfd_create(kMemfdName, MFD_CLOEXEC);
-        EXPECT_GE(fd_, 0);
+    explicit SharedFrame(size_t size) : size_(size), fd_(memfd_create(kMemfdName, MFD_CLOEXEC)) {
         EXPECT_EQ(ftruncate(fd_, static_cast<off_t>(size)), 0);
-        void* data = mmap(nullptr, size, PROT_READ | PROT_WRITE, MAP_SHARED, fd_, 0);
-        EXPECT_NE(data, MAP_FAILED);
-        data_ = static_cast<uint8_t*>(data);
+        data_ = static_cast<uint8_t*>(
+            mmap(nullptr, size, PROT_READ | PROT_WRITE, MAP_SHARED, fd_, 0));
+        EXPECT_NE(data_, MAP_FAILED);
     }
     ~SharedFrame() {
         munmap(data_, size_);
@@ -78,15 +61,11 @@ class SharedFrame {
     SharedFrame& operator=(const SharedFrame&) = delete;
 
     uint8_t* data() const { return data_; }
-    size_t size() const { return size_; }
     int fd() const { return fd_; }
-
     VppBuffer Buffer(int64_t cookie, int64_t timestamp = 0, int32_t flags = 0) const {
         VppBuffer buffer;
         buffer.bufferHandle.fds.emplace_back(fcntl(fd_, F_DUPFD_CLOEXEC, 0));
-        buffer.bufferLen = static_cast<int32_t>(size_);
-        buffer.allocLen = static_cast<int32_t>(size_);
-        buffer.filledLen = static_cast<int32_t>(size_);
+        buffer.bufferLen = buffer.allocLen = buffer.filledLen = static_cast<int32_t>(size_);
         buffer.timestamp = timestamp;
         buffer.flags = flags;
         buffer.cookie = cookie;
@@ -94,10 +73,16 @@ class SharedFrame {
     }
 
   private:
-    int fd_ = -1;
+    size_t size_;
+    int fd_;
     uint8_t* data_ = nullptr;
-    size_t size_ = 0;
 };
+
+inline std::vector<std::unique_ptr<SharedFrame>> Frames(size_t count, size_t size) {
+    std::vector<std::unique_ptr<SharedFrame>> frames;
+    for (size_t i = 0; i < count; ++i) frames.push_back(std::make_unique<SharedFrame>(size));
+    return frames;
+}
 
 // An end-of-stream buffer without memory, as the library's QueueInputEmpty sends.
 inline VppBuffer EndMarker(int64_t cookie = 0) {
@@ -109,20 +94,18 @@ inline VppBuffer EndMarker(int64_t cookie = 0) {
 
 // One callback as the client saw it.
 struct Event {
-    enum Kind { kInput, kOutput, kFlush, kDrain, kReconfig, kError };
-    explicit Event(Kind k = kInput) : kind(k) {}
-    Kind kind;
+    enum Kind { kInput, kOutput, kFlush, kDrain, kReconfig, kError } kind = kInput;
     int64_t cookie = 0;
     int32_t filledLen = 0;
     int32_t flags = 0;
     int64_t timestamp = 0;
-    int32_t port = -1;                   // flush
-    VppError status = VppError::VPP_OK;  // reconfig
+    int32_t port = -1;         // flush
+    E status = E::VPP_OK;      // reconfig, error
     std::thread::id thread;
 };
 
-// Records every callback in order; a hook runs on each one after it is recorded, on the
-// callback's thread and without the recorder's lock, so that it may call into the session.
+// Records every callback in order; the hook runs after each is recorded, on the callback's
+// thread and without the recorder's lock, so that it may call into the session.
 class RecordingCallbacks : public BnVppCallbacks {
   public:
     std::function<void(const Event&)> hook;
@@ -131,32 +114,6 @@ class RecordingCallbacks : public BnVppCallbacks {
         std::lock_guard<std::mutex> lock(mutex_);
         return events_;
     }
-    // Waits until some recorded event satisfies the predicate; false after 5 s.
-    bool WaitFor(const std::function<bool(const Event&)>& match) const {
-        std::unique_lock<std::mutex> lock(mutex_);
-        return changed_.wait_for(lock, std::chrono::seconds(5), [&] {
-            for (const Event& e : events_) {
-                if (match(e)) return true;
-            }
-            return false;
-        });
-    }
-    // Waits until `count` events of the kind were recorded; false after 5 s.
-    bool WaitForCount(Event::Kind kind, size_t count) const {
-        std::unique_lock<std::mutex> lock(mutex_);
-        return changed_.wait_for(lock, std::chrono::seconds(5), [&] {
-            size_t seen = 0;
-            for (const Event& e : events_) seen += e.kind == kind;
-            return seen >= count;
-        });
-    }
-    bool WaitForDrain() const {
-        return WaitFor([](const Event& e) { return e.kind == Event::kDrain; });
-    }
-    bool WaitForFlush(int32_t port) const {
-        return WaitFor(
-            [port](const Event& e) { return e.kind == Event::kFlush && e.port == port; });
-    }
     std::vector<Event> Of(Event::Kind kind) const {
         std::vector<Event> out;
         for (const Event& e : Events()) {
@@ -164,48 +121,45 @@ class RecordingCallbacks : public BnVppCallbacks {
         }
         return out;
     }
+    // Waits until `count` events of the kind were recorded; false after 5 s.
+    bool WaitFor(Event::Kind kind, size_t count = 1) const {
+        std::unique_lock<std::mutex> lock(mutex_);
+        return changed_.wait_for(lock, std::chrono::seconds(5), [&] {
+            size_t seen = 0;
+            for (const Event& e : events_) seen += e.kind == kind;
+            return seen >= count;
+        });
+    }
 
-    ndk::ScopedAStatus eventDrainDone(VppError* r) override { return Add(Event(Event::kDrain), r); }
-    ndk::ScopedAStatus eventError(VppError error, VppError* r) override {
-        Event e(Event::kError);
-        e.status = error;
-        return Add(e, r);
+    ndk::ScopedAStatus eventDrainDone(E* r) override { return Add(r, Event::kDrain); }
+    ndk::ScopedAStatus eventError(E error, E* r) override {
+        return Add(r, Event::kError, {}, -1, error);
     }
-    ndk::ScopedAStatus eventFlushDone(const FlushDone& done, VppError* r) override {
-        Event e(Event::kFlush);
-        e.port = done.port;
-        return Add(e, r);
+    ndk::ScopedAStatus eventFlushDone(const FlushDone& done, E* r) override {
+        return Add(r, Event::kFlush, {}, done.port);
     }
-    ndk::ScopedAStatus eventReconfigDone(const ReconfigDone& done, VppError* r) override {
-        Event e(Event::kReconfig);
-        e.status = done.status;
-        return Add(e, r);
+    ndk::ScopedAStatus eventReconfigDone(const ReconfigDone& done, E* r) override {
+        return Add(r, Event::kReconfig, {}, -1, done.status);
     }
-    ndk::ScopedAStatus inputBufferDone(const VppBuffer& buffer, VppError* r) override {
-        return Add(FromBuffer(Event::kInput, buffer), r);
+    ndk::ScopedAStatus inputBufferDone(const VppBuffer& b, E* r) override {
+        return Add(r, Event::kInput, b);
     }
-    ndk::ScopedAStatus outputBufferDone(const VppBuffer& buffer, VppError* r) override {
-        return Add(FromBuffer(Event::kOutput, buffer), r);
+    ndk::ScopedAStatus outputBufferDone(const VppBuffer& b, E* r) override {
+        return Add(r, Event::kOutput, b);
     }
 
   private:
-    static Event FromBuffer(Event::Kind kind, const VppBuffer& buffer) {
-        Event e(kind);
-        e.cookie = buffer.cookie;
-        e.filledLen = buffer.filledLen;
-        e.flags = buffer.flags;
-        e.timestamp = buffer.timestamp;
-        return e;
-    }
-    ndk::ScopedAStatus Add(Event e, VppError* r) {
-        e.thread = std::this_thread::get_id();
+    ndk::ScopedAStatus Add(E* r, Event::Kind kind, const VppBuffer& b = {}, int32_t port = -1,
+                           E status = E::VPP_OK) {
+        const Event e{kind,   b.cookie, b.filledLen, b.flags, b.timestamp,
+                      port,   status,   std::this_thread::get_id()};
         {
             std::lock_guard<std::mutex> lock(mutex_);
             events_.push_back(e);
         }
         changed_.notify_all();
         if (hook) hook(e);
-        *r = VppError::VPP_OK;
+        *r = E::VPP_OK;
         return ndk::ScopedAStatus::ok();
     }
 
@@ -241,34 +195,9 @@ inline std::string TransportName(const ::testing::TestParamInfo<Transport>& info
     return info.param == Transport::kEmbedded ? "Embedded" : "Process";
 }
 
-// Mappings of the tests' memfds in another process.
-inline int FrameMappingCountOf(pid_t pid) {
-    return testsupport::MappingCountOf(pid, kMemfdName);
-}
-
-// Starts vppd serving `instance` in the test socket folder and looks the service up from here.
-// Null when the service cannot be reached from this process (*why says so).
-inline std::shared_ptr<IVppService> StartDaemon(const std::string& instance,
-                                                std::unique_ptr<vppservice::DaemonProcess>* daemon,
-                                                std::string* why) {
-    vppservice::DaemonOptions options;
-    options.socketDir = testsupport::TestSocketFolder();
-    options.instance = instance;
-    *daemon = vppservice::DaemonProcess::Start(options, why);
-    if (*daemon == nullptr) return nullptr;
-    const std::string name = std::string(IVppService::descriptor) + "/" + instance;
-    ndk::SpAIBinder binder(AServiceManager_checkService(name.c_str()));
-    if (binder.get() == nullptr) {
-        *why = "the binder does not reach other processes here";
-        return nullptr;
-    }
-    return IVppService::fromBinder(binder);
-}
-
-// A service of its own (in this process or in a vppd child), one session from it, and a
-// recorder for its callbacks; the session is terminated and the service ended at the end, and
-// this process (and the service's, when separate) must have the descriptors and frame mappings
-// it had at the start.
+// A service of its own, one session from it and a recorder for its callbacks. At the end the
+// session is terminated and the service ended, and this process (and the service's, when
+// separate) must hold the descriptors and frame mappings it held at the start.
 class ServiceTest : public ::testing::TestWithParam<Transport> {
   protected:
     void SetUp() override {
@@ -283,15 +212,24 @@ class ServiceTest : public ::testing::TestWithParam<Transport> {
             ASSERT_NE(handle_, nullptr);
             service_ = handle_->service();
         } else {
+            vppservice::DaemonOptions options;
+            options.socketDir = testsupport::TestSocketFolder();
+            options.instance = instance;
             std::string why;
-            service_ = StartDaemon(instance, &daemon_, &why);
+            daemon_ = vppservice::DaemonProcess::Start(options, &why);
+            const std::string name = std::string(IVppService::descriptor) + "/" + instance;
+            if (daemon_ != nullptr) {
+                ndk::SpAIBinder binder(AServiceManager_checkService(name.c_str()));
+                service_ = IVppService::fromBinder(binder);
+                why = "the binder does not reach other processes here";
+            }
             if (service_ == nullptr) {
                 daemon_.reset();
                 fds_ = -1;
                 GTEST_SKIP() << "no service in a separate process: " << why;
             }
             serviceFds_ = testsupport::OpenDescriptorCountOf(daemon_->pid());
-            serviceMappings_ = FrameMappingCountOf(daemon_->pid());
+            serviceMappings_ = FrameMappingCount(daemon_->pid());
         }
         ASSERT_TRUE(service_->getNewVppSession(0, &session_).isOk());
         ASSERT_NE(session_, nullptr);
@@ -305,19 +243,16 @@ class ServiceTest : public ::testing::TestWithParam<Transport> {
         if (daemon_ != nullptr) {
             // Everything the service took for the session is released by the time term returns.
             const pid_t pid = daemon_->pid();
-            EXPECT_EQ(
-                SettledCount([&] { return testsupport::OpenDescriptorCountOf(pid); }, serviceFds_),
-                serviceFds_)
-                << "service descriptors leaked";
-            EXPECT_EQ(SettledCount([&] { return FrameMappingCountOf(pid); }, serviceMappings_),
+            auto fds = [pid] { return testsupport::OpenDescriptorCountOf(pid); };
+            EXPECT_EQ(SettledCount(fds, serviceFds_), serviceFds_) << "service descriptors leaked";
+            EXPECT_EQ(SettledCount([pid] { return FrameMappingCount(pid); }, serviceMappings_),
                       serviceMappings_)
                 << "service mappings leaked";
         }
         service_.reset();
         handle_.reset();
         if (daemon_ != nullptr) {
-            int status = -1;
-            status = daemon_->Stop();
+            const int status = daemon_->Stop();
             EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0) << "vppd status " << status;
             daemon_.reset();
         }
@@ -327,50 +262,38 @@ class ServiceTest : public ::testing::TestWithParam<Transport> {
             << "descriptors leaked";
         EXPECT_EQ(FrameMappingCount(), mappings_) << "frame mappings leaked";
     }
+    // A fresh service and session, for tests that loop over cases.
+    void Restart() {
+        TearDown();
+        SetUp();
+    }
 
     bool Embedded() const { return GetParam() == Transport::kEmbedded; }
-    // Sessions alive in the service, where this process can see them; -1 otherwise.
-    int LiveSessions() const {
-        return handle_ ? static_cast<int>(handle_->liveSessionCount()) : -1;
-    }
     // Mappings of the tests' frames held by the service (which shares this process's, embedded).
     int ServiceMappings() const {
-        return daemon_ ? FrameMappingCountOf(daemon_->pid()) - serviceMappings_
+        return daemon_ ? FrameMappingCount(daemon_->pid()) - serviceMappings_
                        : FrameMappingCount() - mappings_;
     }
 
-    VppError Call(const std::function<ndk::ScopedAStatus(VppError*)>& call) {
-        VppError error = VppError::VPP_ERR_HW;  // a value no call of these tests answers
-        EXPECT_TRUE(call(&error).isOk());
+    // Calls a session method with its result appended; the transaction itself must succeed.
+    template <typename Method, typename... Args>
+    E Call(Method method, Args&&... args) {
+        E error = E::VPP_ERR_HW;  // a value no call of these tests answers
+        EXPECT_TRUE(((*session_).*method)(std::forward<Args>(args)..., &error).isOk());
         return error;
     }
-    VppError Init() {
-        return Call([&](VppError* e) { return session_->init(0, callbacks_, e); });
-    }
-    VppError SetPorts(const VppPortParam& in, const VppPortParam& out) {
-        VppError error = Call([&](VppError* e) { return session_->setParameter(0, in, e); });
-        if (error != VppError::VPP_OK) return error;
-        return Call([&](VppError* e) { return session_->setParameter(1, out, e); });
-    }
-    VppError SetCtrl(const VppCtrlFrc& ctrl) {
-        return Call([&](VppError* e) { return session_->setCtrlFrc(ctrl, e); });
-    }
-    VppError Open() {
-        return Call([&](VppError* e) { return session_->open(e); });
-    }
-    VppError Queue(int32_t port, const VppBuffer& buffer) {
-        return Call([&](VppError* e) { return session_->queueBuf(port, buffer, e); });
-    }
+    E Queue(int32_t port, const VppBuffer& buffer) { return Call(&S::queueBuf, port, buffer); }
     // init, both ports, control, open.
     void OpenSession(const VppPortParam& param, const VppCtrlFrc& ctrl) {
-        ASSERT_EQ(Init(), VppError::VPP_OK);
-        ASSERT_EQ(SetPorts(param, param), VppError::VPP_OK);
-        ASSERT_EQ(SetCtrl(ctrl), VppError::VPP_OK);
-        ASSERT_EQ(Open(), VppError::VPP_OK);
+        ASSERT_EQ(Call(&S::init, 0, callbacks_), E::VPP_OK);
+        ASSERT_EQ(Call(&S::setParameter, 0, param), E::VPP_OK);
+        ASSERT_EQ(Call(&S::setParameter, 1, param), E::VPP_OK);
+        ASSERT_EQ(Call(&S::setCtrlFrc, ctrl), E::VPP_OK);
+        ASSERT_EQ(Call(&S::open), E::VPP_OK);
     }
     int32_t State() {
         int32_t state = -1;
-        Call([&](VppError* e) { return session_->getState(&state, e); });
+        Call(&S::getState, &state);
         return state;
     }
 
