@@ -6,7 +6,8 @@
 #include <cmath>
 #include <cstdlib>
 
-#include "test_util.h"
+#include "descriptors.h"
+#include "temp_dir.h"
 
 namespace {
 

@@ -7,7 +7,8 @@
 #include <cstring>
 
 #include "media/y4m.h"
-#include "test_util.h"
+#include "descriptors.h"
+#include "temp_dir.h"
 
 namespace {
 

@@ -10,7 +10,8 @@
 #include <cmath>
 #include <random>
 
-#include "test_util.h"
+#include "descriptors.h"
+#include "temp_dir.h"
 
 namespace {
 

@@ -1,112 +1,131 @@
-// Helpers of the vppfrc tool and end-to-end tests: test clips, reading outputs back, and running
-// the tool's binary as a child process (scratch folders come from the shared test support).
+// Runs the vppfrc binary as a child with the streams and limits a test chooses, in a scratch
+// folder, and reads YUV4MPEG2 text back; the fixture checks that no descriptor leaked.
 #pragma once
 
 #include <fcntl.h>
+#include <gtest/gtest.h>
+#include <signal.h>
+#include <sys/resource.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <cerrno>
-#include <cstdint>
 #include <random>
 #include <string>
 #include <vector>
 
-#include "media/y4m.h"
+#include "descriptors.h"
 #include "temp_dir.h"
 
 namespace vppfrc_test {
 
 using testsupport::ReadFile;
-using testsupport::TempDir;
 using testsupport::WriteFile;
+using Names = std::vector<std::string>;
 
-using Frame = std::vector<uint8_t>;
+constexpr size_t kFrameBytes = 32 * 24 * 3 / 2;
 
-// I420 frames of noise: every sample differs from its neighbours, so any misplaced or mixed-up
-// byte shows.
-inline std::vector<Frame> NoiseFrames(int width, int height, int count, uint32_t seed = 7) {
-    std::mt19937 random(seed);
-    std::vector<Frame> frames(static_cast<size_t>(count),
-                              Frame(media::I420FrameSize(width, height)));
-    for (Frame& frame : frames) {
-        for (uint8_t& sample : frame) sample = static_cast<uint8_t>(random());
+// A 32x24 clip of noise (any misplaced byte shows) as YUV4MPEG2 text with the header tags and
+// frame parameters given.
+inline std::string Clip(int frames, const std::string& tags = "F24:1 Ip C420jpeg",
+                        const std::string& frameParams = "") {
+    std::mt19937 random(7);
+    std::string text = "YUV4MPEG2 W32 H24 " + tags + "\n";
+    for (int i = 0; i < frames; ++i) {
+        text += frameParams.empty() ? "FRAME\n" : "FRAME " + frameParams + "\n";
+        for (size_t b = 0; b < kFrameBytes; ++b) text += static_cast<char>(random());
     }
-    return frames;
+    return text;
 }
 
-// Writes frames as a YUV4MPEG2 file at 30 frames/s; false on failure.
-inline bool WriteY4m(const std::string& path, int width, int height,
-                     const std::vector<Frame>& frames) {
-    media::Y4mWriter writer;
-    media::VideoFormat format;
-    format.width = width;
-    format.height = height;
-    format.fpsNum = 30;
-    format.fpsDen = 1;
-    if (!writer.Open(path, format, nullptr)) return false;
-    for (const Frame& frame : frames) {
-        if (!writer.Write(frame.data(), nullptr)) return false;
-    }
-    return writer.Commit(nullptr);
-}
-
-// Reads every frame of a YUV4MPEG2 file; false on any error.
-inline bool ReadY4m(const std::string& path, media::VideoFormat* format,
-                    std::vector<Frame>* frames) {
-    media::Y4mReader reader;
-    if (!reader.Open(path, nullptr)) return false;
-    *format = reader.format();
-    frames->clear();
-    for (;;) {
-        Frame frame(reader.frameSize());
-        const media::Y4mReader::Result result = reader.Read(frame.data(), nullptr);
-        if (result == media::Y4mReader::Result::kEnd) return true;
-        if (result == media::Y4mReader::Result::kError) return false;
-        frames->push_back(std::move(frame));
-    }
-}
-
-// What a child process printed and how it ended.
-struct ProcessResult {
-    int exitCode = -1;  // -1: killed by a signal or never started
-    std::string out;
-    std::string err;
+// The header line and each FRAME line (without data) of YUV4MPEG2 text of 32x24 frames.
+struct Parsed {
+    std::string header;
+    Names frameLines;
+    bool complete = true;
 };
-
-// Runs program with args in folder cwd, stdin closed, capturing stdout and stderr.
-inline ProcessResult RunProcess(const std::string& program, const std::vector<std::string>& args,
-                                const std::string& cwd, const std::string& capture) {
-    ProcessResult result;
-    const std::string outPath = capture + ".out";
-    const std::string errPath = capture + ".err";
-    const pid_t child = fork();
-    if (child == 0) {
-        const int in = open("/dev/null", O_RDONLY | O_CLOEXEC);
-        const int out = open(outPath.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0644);
-        const int err = open(errPath.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0644);
-        if (in < 0 || out < 0 || err < 0 || dup2(in, 0) < 0 || dup2(out, 1) < 0 ||
-            dup2(err, 2) < 0 || chdir(cwd.c_str()) != 0) {
-            _exit(127);
+inline Parsed Parse(const std::string& text) {
+    Parsed parsed;
+    size_t at = text.find('\n');
+    parsed.header = text.substr(0, at);
+    while (at != std::string::npos && ++at < text.size()) {
+        const size_t end = text.find('\n', at);
+        if (end == std::string::npos || end + 1 + kFrameBytes > text.size()) {
+            parsed.complete = false;
+            break;
         }
-        std::vector<char*> argv;
-        argv.push_back(const_cast<char*>(program.c_str()));
-        for (const std::string& arg : args) argv.push_back(const_cast<char*>(arg.c_str()));
-        argv.push_back(nullptr);
-        execv(program.c_str(), argv.data());
+        parsed.frameLines.push_back(text.substr(at, end - at));
+        at = end + kFrameBytes;
+    }
+    return parsed;
+}
+
+// Starts vppfrc in cwd with the given stdin and stdout (-1: /dev/null), stderr to errPath and
+// an optional file size limit.
+inline pid_t Start(const Names& args, const std::string& cwd, int in, int out,
+                   const std::string& errPath, rlim_t fsizeLimit = 0) {
+    const pid_t pid = fork();
+    if (pid != 0) return pid;
+    in = in >= 0 ? in : open("/dev/null", O_RDONLY);
+    out = out >= 0 ? out : open("/dev/null", O_WRONLY);
+    const int err = open(errPath.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644);
+    if (in < 0 || out < 0 || err < 0 || dup2(in, 0) < 0 || dup2(out, 1) < 0 || dup2(err, 2) < 0 ||
+        chdir(cwd.c_str()) != 0) {
         _exit(127);
     }
-    if (child < 0) return result;
-    int status = 0;
-    while (waitpid(child, &status, 0) < 0) {
-        if (errno != EINTR) return result;
-    }
-    if (WIFEXITED(status)) result.exitCode = WEXITSTATUS(status);
-    result.out = ReadFile(outPath);
-    result.err = ReadFile(errPath);
-    unlink(outPath.c_str());
-    unlink(errPath.c_str());
-    return result;
+    const struct rlimit limit = {fsizeLimit, fsizeLimit};
+    if (fsizeLimit != 0) setrlimit(RLIMIT_FSIZE, &limit);
+    // The test process ignores SIGPIPE; the tool must see the default first.
+    signal(SIGPIPE, SIG_DFL);
+    std::vector<char*> argv{const_cast<char*>(VPPFRC_BINARY)};
+    for (const std::string& arg : args) argv.push_back(const_cast<char*>(arg.c_str()));
+    argv.push_back(nullptr);
+    execv(VPPFRC_BINARY, argv.data());
+    _exit(127);
 }
+
+// The exit code, or -signal when a signal ended the child.
+inline int Wait(pid_t pid) {
+    int status = 0;
+    while (waitpid(pid, &status, 0) < 0) {
+        if (errno != EINTR) return -1000;
+    }
+    return WIFEXITED(status) ? WEXITSTATUS(status) : -WTERMSIG(status);
+}
+
+class VppfrcTest : public ::testing::Test {
+  protected:
+    void SetUp() override {
+        ASSERT_FALSE(dir_.path().empty());
+        // A child that exits early must not take the test down through a write to its pipe.
+        signal(SIGPIPE, SIG_IGN);
+        fds_ = testsupport::OpenDescriptorCount();
+    }
+    void TearDown() override {
+        EXPECT_EQ(testsupport::OpenDescriptorCount(), fds_) << "the test leaked descriptors";
+    }
+
+    // Runs the tool to its end with stdin from a file (or none) and stdout captured in out_,
+    // stderr in err_.
+    int Run(const Names& args, rlim_t fsizeLimit = 0, const std::string& stdinPath = "") {
+        const std::string outPath = captures_.File("out");
+        const int out = open(outPath.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0644);
+        const int in = stdinPath.empty() ? -1 : open(stdinPath.c_str(), O_RDONLY | O_CLOEXEC);
+        const pid_t pid = Start(args, dir_.path(), in, out, ErrPath(), fsizeLimit);
+        close(out);
+        if (in >= 0) close(in);
+        const int code = Wait(pid);
+        out_ = ReadFile(outPath);
+        err_ = ReadFile(ErrPath());
+        return code;
+    }
+    std::string ErrPath() const { return captures_.File("err"); }
+    std::string File(const std::string& name) const { return dir_.File(name); }
+
+    testsupport::TempDir dir_;
+    testsupport::TempDir captures_;
+    std::string out_, err_;
+    int fds_ = 0;
+};
 
 }  // namespace vppfrc_test
