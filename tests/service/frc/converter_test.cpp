@@ -96,8 +96,8 @@ void expectGrid(const Outputs& outputs, int p, int q, const std::vector<int64_t>
         const size_t tag = static_cast<size_t>(position / p);
         EXPECT_EQ(o.tag, tag);
         EXPECT_EQ(o.phase, position % p);
-        EXPECT_EQ(o.kind, o.phase == 0 ? OutputFrame::Kind::kInput
-                                       : OutputFrame::Kind::kInterpolated);
+        EXPECT_EQ(o.kind,
+                  o.phase == 0 ? OutputFrame::Kind::kInput : OutputFrame::Kind::kInterpolated);
         if (o.phase != 0) {
             EXPECT_EQ(o.factor, p);
             EXPECT_EQ(o.nextTag, tag + 1);
@@ -113,7 +113,7 @@ TEST(Converter, EveryModeFactorAndRatioFollowsTheGrid) {
     // Uneven input intervals (a 33333/33334 us cadence) exercise the rounding.
     const std::vector<int64_t> uneven = {1000, 34333, 67667};
     for (FrcMode mode : {FrcMode::kOff, FrcMode::kRepeat, FrcMode::kBlend, FrcMode::kMotion}) {
-        for (int n = 2; n <= 8; ++n) {
+        for (int n = 2; n <= (mode == FrcMode::kOff ? 2 : 8); ++n) {
             SCOPED_TRACE(testing::Message() << "mode " << static_cast<int>(mode) << " n " << n);
             Converter conv(config(mode, n));
             const auto format = n % 2 ? PixelFormat::kI420 : PixelFormat::kNv12;
@@ -138,21 +138,28 @@ TEST(Converter, EveryModeFactorAndRatioFollowsTheGrid) {
 }
 
 TEST(Converter, StreamEndsWithTheLastFrameOnTheGridOrAFullGroupOfRepeats) {
+    constexpr int64_t kMax = std::numeric_limits<int64_t>::max();
     const struct {
         ConverterConfig config;
         size_t inputs;
-        int64_t interval;
+        int64_t base, interval;
         std::vector<int64_t> timestamps;  // of the outputs
     } cases[] = {
         // 3 inputs at 5/2: outputs at 0, .4, .8, 1.2, 1.6 and input 2.
-        {config(FrcMode::kBlend, 0, 5, 2), 3, 10, {0, 4, 8, 12, 16, 20}},
+        {config(FrcMode::kBlend, 0, 5, 2), 3, 0, 10, {0, 4, 8, 12, 16, 20}},
         // Input 1 (position 2.5 outputs) is off the grid and does not come out.
-        {config(FrcMode::kBlend, 0, 5, 2), 2, 10, {0, 4, 8}},
+        {config(FrcMode::kBlend, 0, 5, 2), 2, 0, 10, {0, 4, 8}},
         // A full group repeats the last frame over one more input interval.
-        {config(FrcMode::kBlend, 0, 5, 2), 2, 10, {0, 4, 8, 12, 16}},
-        {config(FrcMode::kBlend, 4), 2, 20, {0, 5, 10, 15, 20, 25, 30, 35}},
+        {config(FrcMode::kBlend, 0, 5, 2), 2, 0, 10, {0, 4, 8, 12, 16}},
+        {config(FrcMode::kBlend, 4), 2, 0, 20, {0, 5, 10, 15, 20, 25, 30, 35}},
+        // Repeats due past the end of the timeline stay at its end.
+        {config(FrcMode::kBlend, 4),
+         2,
+         kMax - 30,
+         20,
+         {kMax - 30, kMax - 25, kMax - 20, kMax - 15, kMax - 10, kMax - 5, kMax, kMax}},
         // A stream of one frame has no interval to continue: the frame comes out alone.
-        {config(FrcMode::kBlend, 4), 1, 20, {0}},
+        {config(FrcMode::kBlend, 4), 1, 0, 20, {0}},
     };
     for (size_t i = 0; i < std::size(cases); ++i) {
         SCOPED_TRACE(i);
@@ -161,7 +168,7 @@ TEST(Converter, StreamEndsWithTheLastFrameOnTheGridOrAFullGroupOfRepeats) {
         if (full) c.streamEnd = frc::StreamEnd::kFullGroup;
         Converter conv(c);
         const Outputs out = runStream(&conv, movingFrames(cases[i].inputs),
-                                      evenly(cases[i].inputs, 0, cases[i].interval));
+                                      evenly(cases[i].inputs, cases[i].base, cases[i].interval));
         ASSERT_EQ(out.size(), cases[i].timestamps.size());
         for (size_t j = 0; j < out.size(); ++j) {
             EXPECT_EQ(out[j].timestamp, cases[i].timestamps[j]) << j;
@@ -171,6 +178,7 @@ TEST(Converter, StreamEndsWithTheLastFrameOnTheGridOrAFullGroupOfRepeats) {
                         out[j].tag == cases[i].inputs - 1);
         }
         EXPECT_EQ(out.back().kind != OutputFrame::Kind::kRepeat, !full || cases[i].inputs == 1);
+        EXPECT_EQ(conv.stats().outputs, out.size());
     }
 }
 
@@ -221,7 +229,7 @@ TEST(Converter, RejectsBadConfigurationsFramesAndStaleOutputs) {
         {config(FrcMode::kOff, 0), 1, 1},
         {config(FrcMode::kMotion, 4), 4, 1},
         {config(FrcMode::kBlend, 0, 65535, 65534), 65535, 65534},
-        {config(FrcMode::kBlend, 0, 1, 2), 0, 0},  // lower rate
+        {config(FrcMode::kBlend, 0, 1, 2), 0, 0},   // lower rate
         {config(FrcMode::kBlend, 0, 17, 2), 0, 0},  // above 8
         {config(FrcMode::kBlend, 0, 5, 0), 0, 0},
         {config(FrcMode::kBlend, 0, 0, 5), 0, 0},
@@ -232,8 +240,8 @@ TEST(Converter, RejectsBadConfigurationsFramesAndStaleOutputs) {
         {config(static_cast<FrcMode>(4), 2), 0, 0},
     };
     for (const auto& c : cases) {
-        SCOPED_TRACE(testing::Message() << c.config.factor << " " << c.config.rateNum << "/"
-                                        << c.config.rateDen);
+        SCOPED_TRACE(testing::Message()
+                     << c.config.factor << " " << c.config.rateNum << "/" << c.config.rateDen);
         EXPECT_EQ(frc::isValidConfig(c.config), c.p != 0);
         ASSERT_EQ(frc::reducedRatio(c.config, &p, &q), c.p != 0);
         EXPECT_TRUE(c.p == 0 || (p == c.p && q == c.q)) << p << "/" << q;

@@ -18,44 +18,68 @@ class OwnedFrame {
     static constexpr size_t kGuard = 64;
     static constexpr uint8_t kGuardByte = 0xA5;
 
-    OwnedFrame(frc::PixelFormat format, int width, int height, int stride = 0, int scanlines = 0)
-        : stride_(stride > 0 ? stride : 2 * frc::chromaWidth(width)),
-          scanlines_(scanlines > 0 ? scanlines : height) {
-        const size_t size = frc::bufferSize(format, width, height, stride_, scanlines_);
-        buffer_.assign(size + kGuard, kGuardByte);
+    OwnedFrame(frc::PixelFormat format, int width, int height, int stride = 0, int scanlines = 0) {
+        stride = stride > 0 ? stride : 2 * frc::chromaWidth(width);
+        scanlines = scanlines > 0 ? scanlines : height;
+        buffer_.assign(frc::bufferSize(format, width, height, stride, scanlines) + kGuard,
+                       kGuardByte);
         view_ =
-            frc::FrameView::fromBuffer(buffer_.data(), format, width, height, stride_, scanlines_);
+            frc::FrameView::fromBuffer(buffer_.data(), format, width, height, stride, scanlines);
     }
 
     const frc::FrameView& view() const { return view_; }
     frc::ConstFrameView cview() const { return view_; }
     int width() const { return view_.width; }
     int height() const { return view_.height; }
-
     uint8_t& at(int plane, int x, int y) {
         return view_.planes[plane][y * view_.strides[plane] + x];
     }
     uint8_t at(int plane, int x, int y) const {
         return view_.planes[plane][y * view_.strides[plane] + x];
     }
+    // Byte offset of chroma component c (0 = Cb, 1 = Cr) of chroma column x in its plane row.
+    int chromaAt(int c, int x) const {
+        if (view_.format == frc::PixelFormat::kI420) return x;
+        return 2 * x + (view_.format == frc::PixelFormat::kNv12 ? c : 1 - c);
+    }
+    int chromaPlane(int c) const { return view_.format == frc::PixelFormat::kI420 ? 1 + c : 1; }
+    // Chroma component c at chroma position (x, y).
+    uint8_t chroma(int c, int x, int y) const { return at(chromaPlane(c), chromaAt(c, x), y); }
 
-    // Fills luma with fy(x, y) and chroma with fc(component 0 = Cb / 1 = Cr, x, y) at chroma
-    // resolution, whatever the layout.
+    // Fills luma with fy(x, y) and chroma with fc(component, x, y) at chroma resolution.
     void fill(const std::function<int(double, double)>& fy,
-              const std::function<int(int, double, double)>& fc);
-
+              const std::function<int(int, double, double)>& fc) {
+        for (int y = 0; y < height(); ++y) {
+            for (int x = 0; x < width(); ++x) at(0, x, y) = static_cast<uint8_t>(fy(x, y));
+        }
+        for (int y = 0; y < frc::chromaHeight(height()); ++y) {
+            for (int x = 0; x < frc::chromaWidth(width()); ++x) {
+                for (int c = 0; c < 2; ++c) {
+                    at(chromaPlane(c), chromaAt(c, x), y) = static_cast<uint8_t>(fc(c, x, y));
+                }
+            }
+        }
+    }
     // Picture samples of every plane equal (layout-independent comparison).
-    bool samePixels(const OwnedFrame& o) const;
-    // Guard band after the buffer is intact.
-    bool guardIntact() const;
-    // Luma sample, for any layout.
-    uint8_t luma(int x, int y) const { return at(0, x, y); }
-    // Chroma component c (0 = Cb, 1 = Cr) at chroma position (x, y).
-    uint8_t chroma(int c, int x, int y) const;
+    bool samePixels(const OwnedFrame& o) const {
+        if (!view_.sameGeometry(o.view_)) return false;
+        for (int p = 0; p < view_.numPlanes(); ++p) {
+            for (int y = 0; y < view_.rows(p); ++y) {
+                for (int x = 0; x < view_.rowBytes(p); ++x) {
+                    if (at(p, x, y) != o.at(p, x, y)) return false;
+                }
+            }
+        }
+        return true;
+    }
+    bool guardIntact() const {
+        for (size_t i = buffer_.size() - kGuard; i < buffer_.size(); ++i) {
+            if (buffer_[i] != kGuardByte) return false;
+        }
+        return true;
+    }
 
   private:
-    int stride_;
-    int scanlines_;
     std::vector<uint8_t> buffer_;
     frc::FrameView view_;
 };
@@ -65,96 +89,27 @@ inline int clamp8(double v) {
     return r < 0 ? 0 : (r > 255 ? 255 : static_cast<int>(r));
 }
 
-inline void OwnedFrame::fill(const std::function<int(double, double)>& fy,
-                             const std::function<int(int, double, double)>& fc) {
-    for (int y = 0; y < height(); ++y) {
-        for (int x = 0; x < width(); ++x) at(0, x, y) = static_cast<uint8_t>(fy(x, y));
-    }
-    const int cw = frc::chromaWidth(width());
-    const int ch = frc::chromaHeight(height());
-    for (int y = 0; y < ch; ++y) {
-        for (int x = 0; x < cw; ++x) {
-            const uint8_t cb = static_cast<uint8_t>(fc(0, x, y));
-            const uint8_t cr = static_cast<uint8_t>(fc(1, x, y));
-            switch (view_.format) {
-                case frc::PixelFormat::kI420:
-                    at(1, x, y) = cb;
-                    at(2, x, y) = cr;
-                    break;
-                case frc::PixelFormat::kNv12:
-                    at(1, 2 * x, y) = cb;
-                    at(1, 2 * x + 1, y) = cr;
-                    break;
-                case frc::PixelFormat::kNv21:
-                    at(1, 2 * x, y) = cr;
-                    at(1, 2 * x + 1, y) = cb;
-                    break;
-            }
+// PSNR of a plane's samples (-1: luma, else chroma component c), ignoring a border of `margin`.
+inline double psnr(const OwnedFrame& a, const OwnedFrame& b, int c, int margin) {
+    const int w = c < 0 ? a.width() : frc::chromaWidth(a.width());
+    const int h = c < 0 ? a.height() : frc::chromaHeight(a.height());
+    double se = 0;
+    long n = 0;
+    for (int y = margin; y < h - margin; ++y) {
+        for (int x = margin; x < w - margin; ++x) {
+            const double d =
+                c < 0 ? a.at(0, x, y) - b.at(0, x, y) : a.chroma(c, x, y) - b.chroma(c, x, y);
+            se += d * d;
+            ++n;
         }
     }
+    return se == 0 ? 99.0 : 10.0 * std::log10(255.0 * 255.0 * n / se);
 }
-
-inline uint8_t OwnedFrame::chroma(int c, int x, int y) const {
-    switch (view_.format) {
-        case frc::PixelFormat::kI420:
-            return at(1 + c, x, y);
-        case frc::PixelFormat::kNv12:
-            return at(1, 2 * x + c, y);
-        case frc::PixelFormat::kNv21:
-            return at(1, 2 * x + 1 - c, y);
-    }
-    return 0;
-}
-
-inline bool OwnedFrame::samePixels(const OwnedFrame& o) const {
-    if (!view_.sameGeometry(o.view_)) return false;
-    for (int p = 0; p < view_.numPlanes(); ++p) {
-        for (int y = 0; y < view_.rows(p); ++y) {
-            for (int x = 0; x < view_.rowBytes(p); ++x) {
-                if (at(p, x, y) != o.at(p, x, y)) return false;
-            }
-        }
-    }
-    return true;
-}
-
-inline bool OwnedFrame::guardIntact() const {
-    for (size_t i = buffer_.size() - kGuard; i < buffer_.size(); ++i) {
-        if (buffer_[i] != kGuardByte) return false;
-    }
-    return true;
-}
-
-// PSNR of luma, optionally ignoring a border of `margin` pixels.
 inline double psnrLuma(const OwnedFrame& a, const OwnedFrame& b, int margin = 0) {
-    double se = 0;
-    long n = 0;
-    for (int y = margin; y < a.height() - margin; ++y) {
-        for (int x = margin; x < a.width() - margin; ++x) {
-            const double d = a.luma(x, y) - b.luma(x, y);
-            se += d * d;
-            ++n;
-        }
-    }
-    if (se == 0) return 99.0;
-    return 10.0 * std::log10(255.0 * 255.0 * n / se);
+    return psnr(a, b, -1, margin);
 }
-
-// PSNR of one chroma component.
 inline double psnrChroma(const OwnedFrame& a, const OwnedFrame& b, int c, int margin = 0) {
-    double se = 0;
-    long n = 0;
-    const int cw = frc::chromaWidth(a.width());
-    const int ch = frc::chromaHeight(a.height());
-    for (int y = margin; y < ch - margin; ++y) {
-        for (int x = margin; x < cw - margin; ++x) {
-            const double d = a.chroma(c, x, y) - b.chroma(c, x, y);
-            se += d * d;
-            ++n;
-        }
-    }
-    if (se == 0) return 99.0;
-    return 10.0 * std::log10(255.0 * 255.0 * n / se);
+    return psnr(a, b, c, margin);
 }
 
 // A smooth, non-periodic texture over the plane (sums of sines of unrelated frequencies), rich
@@ -172,9 +127,8 @@ inline void fillTranslated(OwnedFrame& f, double dx, double dy, int seed = 0) {
     f.fill([&](double x, double y) { return clamp8(texture(x - dx, y - dy, seed)); },
            [&](int c, double x, double y) {
                // Chroma sits at the centre of its 2x2 luma samples.
-               const double lx = 2 * x + 0.5 - dx;
-               const double ly = 2 * y + 0.5 - dy;
-               return clamp8(128 + 0.4 * (texture(lx, ly, seed + 5 + c) - 128));
+               return clamp8(
+                   128 + 0.4 * (texture(2 * x + 0.5 - dx, 2 * y + 0.5 - dy, seed + 5 + c) - 128));
            });
 }
 

@@ -53,33 +53,24 @@ TEST(Blend, EqualsTheRoundedWeightedAverageForEverySamplePairAndPhase) {
     b.fill([](double, double y) { return static_cast<int>(y); },
            [](int c, double x, double y) { return static_cast<int>(c ? 2 * y : x); });
     OwnedFrame d(PixelFormat::kNv12, 256, 256);
+    // Every phase up to 16; phases of fractional rate ratios have large denominators (24 ->
+    // 60000/1001 gives 2500).
+    std::vector<std::pair<int, int>> phases;
     for (int n = 1; n <= 16; ++n) {
-        for (int k = 0; k <= n; ++k) {
-            ASSERT_TRUE(frc::blendFrames(a.cview(), b.cview(), k, n, d.view()));
-            for (int p = 0; p < 2; ++p) {
-                for (int y = 0; y < d.view().rows(p); ++y) {
-                    for (int x = 0; x < 256; ++x) {
-                        const int want = (a.at(p, x, y) * (n - k) + b.at(p, x, y) * k + n / 2) / n;
-                        ASSERT_EQ(d.at(p, x, y), want)
-                            << "n " << n << " k " << k << " plane " << p << " at " << x << "," << y;
-                    }
-                }
-            }
-        }
+        for (int k = 0; k <= n; ++k) phases.emplace_back(k, n);
     }
-    // Phases of fractional rate ratios have large denominators (24 -> 60000/1001 gives n 2500).
     for (int n : {17, 25, 1001, 2500, 65521, frc::kMaxBlendDenominator}) {
-        for (int k : {1, n / 3, n / 2, n - 1}) {
-            ASSERT_TRUE(frc::blendFrames(a.cview(), b.cview(), k, n, d.view()));
-            for (int p = 0; p < 2; ++p) {
-                for (int y = 0; y < d.view().rows(p); ++y) {
-                    for (int x = 0; x < 256; ++x) {
-                        const int64_t want = (int64_t{a.at(p, x, y)} * (n - k) +
-                                              int64_t{b.at(p, x, y)} * k + n / 2) /
-                                             n;
-                        ASSERT_EQ(d.at(p, x, y), want)
-                            << "n " << n << " k " << k << " plane " << p << " at " << x << "," << y;
-                    }
+        for (int k : {1, n / 3, n / 2, n - 1}) phases.emplace_back(k, n);
+    }
+    for (const auto& [k, n] : phases) {
+        ASSERT_TRUE(frc::blendFrames(a.cview(), b.cview(), k, n, d.view()));
+        for (int p = 0; p < 2; ++p) {
+            for (int y = 0; y < d.view().rows(p); ++y) {
+                for (int x = 0; x < 256; ++x) {
+                    const int64_t want =
+                        (int64_t{a.at(p, x, y)} * (n - k) + int64_t{b.at(p, x, y)} * k + n / 2) / n;
+                    ASSERT_EQ(d.at(p, x, y), want)
+                        << "n " << n << " k " << k << " plane " << p << " at " << x << "," << y;
                 }
             }
         }

@@ -78,7 +78,8 @@ TEST_P(ConversionTest, EveryModeAndFactorYieldsItsScheduleAndPixels) {
             for (size_t k = 0; k < expected; ++k) {
                 EXPECT_EQ(outputs[k].cookie, kOutputCookie + static_cast<int64_t>(k));
                 EXPECT_EQ(outputs[k].filledLen, static_cast<int32_t>(kFrameSize));
-                EXPECT_EQ(outputs[k].timestamp, kFirst + kInterval * static_cast<int64_t>(k) / step);
+                EXPECT_EQ(outputs[k].timestamp,
+                          kFirst + kInterval * static_cast<int64_t>(k) / step);
                 EXPECT_EQ(outputs[k].flags, k + 1 == expected ? kEos : 0);
                 // Inputs bit-exact; repeats copy the earlier input, blends round its mix.
                 const size_t i = k / step;
@@ -203,7 +204,8 @@ TEST_P(ConversionTest, UntimedInputsAreSpacedByTheFrameRate) {
             const __int128 want = period * static_cast<__int128>(k) / 2;
             const bool onGrid = want <= period * static_cast<__int128>(c.inputs - 1);
             if ((onGrid && want <= INT64_MAX) || k + 1 == out.size()) {
-                EXPECT_EQ(out[k].timestamp, static_cast<int64_t>(std::min<__int128>(want, INT64_MAX)))
+                EXPECT_EQ(out[k].timestamp,
+                          static_cast<int64_t>(std::min<__int128>(want, INT64_MAX)))
                     << k;
             }
             EXPECT_LE(out[k > 0 ? k - 1 : 0].timestamp, out[k].timestamp) << k;

@@ -120,9 +120,9 @@ TEST_P(LifecycleTest, CloseAndTermReturnEverythingAndUnmapIt) {
         EXPECT_EQ(testsupport::OpenDescriptorCount(), ownFds);
         if (daemon_) {
             const pid_t pid = daemon_->pid();
-            EXPECT_EQ(SettledCount([&] { return testsupport::OpenDescriptorCountOf(pid); },
-                                   serviceFds_),
-                      serviceFds_);
+            EXPECT_EQ(
+                SettledCount([&] { return testsupport::OpenDescriptorCountOf(pid); }, serviceFds_),
+                serviceFds_);
         }
         EXPECT_GT(Held(), 0);
 

@@ -49,8 +49,8 @@ class SharedFrame {
   public:
     explicit SharedFrame(size_t size) : size_(size), fd_(memfd_create(kMemfdName, MFD_CLOEXEC)) {
         EXPECT_EQ(ftruncate(fd_, static_cast<off_t>(size)), 0);
-        data_ = static_cast<uint8_t*>(
-            mmap(nullptr, size, PROT_READ | PROT_WRITE, MAP_SHARED, fd_, 0));
+        data_ =
+            static_cast<uint8_t*>(mmap(nullptr, size, PROT_READ | PROT_WRITE, MAP_SHARED, fd_, 0));
         EXPECT_NE(data_, MAP_FAILED);
     }
     ~SharedFrame() {
@@ -99,8 +99,8 @@ struct Event {
     int32_t filledLen = 0;
     int32_t flags = 0;
     int64_t timestamp = 0;
-    int32_t port = -1;         // flush
-    E status = E::VPP_OK;      // reconfig, error
+    int32_t port = -1;     // flush
+    E status = E::VPP_OK;  // reconfig, error
     std::thread::id thread;
 };
 
@@ -151,8 +151,8 @@ class RecordingCallbacks : public BnVppCallbacks {
   private:
     ndk::ScopedAStatus Add(E* r, Event::Kind kind, const VppBuffer& b = {}, int32_t port = -1,
                            E status = E::VPP_OK) {
-        const Event e{kind,   b.cookie, b.filledLen, b.flags, b.timestamp,
-                      port,   status,   std::this_thread::get_id()};
+        const Event e{kind,        b.cookie, b.filledLen, b.flags,
+                      b.timestamp, port,     status,      std::this_thread::get_id()};
         {
             std::lock_guard<std::mutex> lock(mutex_);
             events_.push_back(e);

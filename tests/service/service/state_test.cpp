@@ -66,9 +66,9 @@ TEST_P(StateTest, PortParametersAreChecked) {
         {0, Param(64, 31), E::VPP_ERR_PARAM},
         {0, Param(0, 32), E::VPP_ERR_PARAM},
         {0, Param(-64, 32), E::VPP_ERR_PARAM},
-        {0, Param(64, 32, 3, 62), E::VPP_ERR_PARAM},          // stride below width
-        {0, Param(64, 32, 3, 64, 30), E::VPP_ERR_PARAM},      // scanlines below height
-        {0, Param(65536, 65536), E::VPP_ERR_PARAM},           // beyond 32-bit lengths
+        {0, Param(64, 32, 3, 62), E::VPP_ERR_PARAM},      // stride below width
+        {0, Param(64, 32, 3, 64, 30), E::VPP_ERR_PARAM},  // scanlines below height
+        {0, Param(65536, 65536), E::VPP_ERR_PARAM},       // beyond 32-bit lengths
         {0, Param(64, 32, 1), E::VPP_ERR_INVALID_CFG},
         {0, Param(64, 32, 5), E::VPP_ERR_INVALID_CFG},
         {0, Param(64, 32, 2, 96, 40), E::VPP_OK},

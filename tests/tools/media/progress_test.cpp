@@ -51,8 +51,8 @@ TEST(PercentileTest, MatchesTheSortedReferenceAndHandlesEdges) {
 
 TEST(FormatDurationTest, MinutesThenHours) {
     const std::pair<double, const char*> cases[] = {
-        {0, "0:00"},         {59.4, "0:59"},    {59.6, "1:00"},     {754, "12:34"},
-        {3725, "1:02:05"},   {-1, "--:--"},     {INFINITY, "--:--"}, {NAN, "--:--"}};
+        {0, "0:00"},       {59.4, "0:59"}, {59.6, "1:00"},      {754, "12:34"},
+        {3725, "1:02:05"}, {-1, "--:--"},  {INFINITY, "--:--"}, {NAN, "--:--"}};
     for (const auto& [seconds, text] : cases) EXPECT_EQ(media::FormatDuration(seconds), text);
 }
 
@@ -134,10 +134,9 @@ TEST_F(ProgressTest, UnknownTotalGivesALineEveryFiveSecondsAtTheRecentRate) {
     progress.Finish();
     // At 5 s and 10 s (the average from the start would be 21.6 and 11.8 frames/s), then the
     // whole run's average.
-    EXPECT_EQ(Lines(), (std::vector<std::string>{
-                           "converting: 108 frames, 2.0 frames/s",
-                           "converting: 118 frames, 2.0 frames/s",
-                           "converting: 120 frames in 0:11, 10.9 frames/s"}));
+    EXPECT_EQ(Lines(), (std::vector<std::string>{"converting: 108 frames, 2.0 frames/s",
+                                                 "converting: 118 frames, 2.0 frames/s",
+                                                 "converting: 120 frames in 0:11, 10.9 frames/s"}));
 }
 
 TEST_F(ProgressTest, BarRedrawsInPlaceAtMostTenTimesASecond) {

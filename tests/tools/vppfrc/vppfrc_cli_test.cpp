@@ -11,11 +11,29 @@ TEST_F(VppfrcTest, HelpDocumentsEveryOptionAndTheExitCodes) {
     ASSERT_EQ(Run({"--help"}), 0);
     EXPECT_EQ(err_, "");
     const std::string help = out_;
-    for (const char* word :
-         {"Usage: vppfrc IN.y4m -o OUT.y4m", "-o, --output", "--factor N", "2 to 8", "--mode MODE",
-          "off ", "repeat ", "blend ", "motion ", "--preview FILE.png", "--preview-at",
-          "--fps RATE", "-q, --quiet", "-v, --verbose", "-y ", "-n ", "--json FILE", "--demo",
-          "--out-dir DIR", "-h, --help", "-V, --version", "Exit status", "128+N"}) {
+    for (const char* word : {"Usage: vppfrc IN.y4m -o OUT.y4m",
+                             "-o, --output",
+                             "--factor N",
+                             "2 to 8",
+                             "--mode MODE",
+                             "off ",
+                             "repeat ",
+                             "blend ",
+                             "motion ",
+                             "--preview FILE.png",
+                             "--preview-at",
+                             "--fps RATE",
+                             "-q, --quiet",
+                             "-v, --verbose",
+                             "-y ",
+                             "-n ",
+                             "--json FILE",
+                             "--demo",
+                             "--out-dir DIR",
+                             "-h, --help",
+                             "-V, --version",
+                             "Exit status",
+                             "128+N"}) {
         EXPECT_NE(help.find(word), std::string::npos) << "help lacks " << word;
     }
     EXPECT_EQ(Run({"-h"}), 0);
@@ -68,7 +86,9 @@ TEST_F(VppfrcTest, RefusalsNameTheProblemAndLeaveNothing) {
         {in({"--fps", "60", "--factor", "2"}), 2, "give one of them"},
         {in({"-y", "-n"}), 2, "-y and -n contradict"},
         {{"in.y4m", "-o", "-", "--json", "-"}, 2, "give --json a file name"},
-        {{"text.y4m", "-o", "o.y4m", "--preview", "p.png"}, 1, "'text.y4m' is not a YUV4MPEG2 file"},
+        {{"text.y4m", "-o", "o.y4m", "--preview", "p.png"},
+         1,
+         "'text.y4m' is not a YUV4MPEG2 file"},
         {{"c444.y4m", "-o", "o.y4m"}, 1, "chroma format 'C444'"},
         {{"interlaced.y4m", "-o", "o.y4m"}, 1, "'interlaced.y4m' is interlaced"},
         {{"odd.y4m", "-o", "o.y4m"}, 1, "odd frame size (31x24)"},
@@ -111,9 +131,9 @@ TEST_F(VppfrcTest, RefusalsNameTheProblemAndLeaveNothing) {
 
 TEST_F(VppfrcTest, ConvertsAClipAndPrintsItsSummaries) {
     WriteFile(File("in.y4m"), Clip(6));
-    ASSERT_EQ(Run({"in.y4m", "-o", "out.y4m", "--factor", "3", "--mode", "blend", "--preview",
-                   "p.png"}),
-              0)
+    ASSERT_EQ(
+        Run({"in.y4m", "-o", "out.y4m", "--factor", "3", "--mode", "blend", "--preview", "p.png"}),
+        0)
         << err_;
     EXPECT_EQ(dir_.Entries(), (Names{"in.y4m", "out.y4m", "p-crop.png", "p.png"}));
     const Parsed parsed = Parse(ReadFile(File("out.y4m")));
@@ -141,8 +161,8 @@ TEST_F(VppfrcTest, ConvertsAClipAndPrintsItsSummaries) {
         << err_;
     for (const char* field :
          {"\"frames_in\": 5,", "\"frames_out\": 11,", "\"output_fps\": {\"num\": 60, \"den\": 1}",
-          "\"ratio\": {\"num\": 5, \"den\": 2}", "\"mode\": \"blend\"", "\"p99\": ",
-          "\"stages_seconds\": {\"read\": "}) {
+          "\"ratio\": {\"num\": 5, \"den\": 2}", "\"mode\": \"blend\"",
+          "\"p99\": ", "\"stages_seconds\": {\"read\": "}) {
         EXPECT_NE(out_.find(field), std::string::npos) << "summary lacks " << field << ": " << out_;
     }
     EXPECT_EQ(out_.back(), '\n');

@@ -158,9 +158,9 @@ TEST_F(VppfrcFiles, DamagedInputKeepsTheCompleteFramesAndSaysWhere) {
         WriteFile(File("in.y4m"), c.input);
         EXPECT_EQ(Run({"in.y4m", "-o", "out.y4m", "-y", "-q"}), c.exitCode) << err_;
         EXPECT_NE(err_.find(c.message), std::string::npos) << err_;
-        EXPECT_EQ(err_.find("complete frames before it were converted and kept") !=
-                      std::string::npos,
-                  c.exitCode != 0)
+        EXPECT_EQ(
+            err_.find("complete frames before it were converted and kept") != std::string::npos,
+            c.exitCode != 0)
             << err_;
         EXPECT_EQ(Parse(ReadFile(File("out.y4m"))).frameLines.size(), c.framesOut);
     }
