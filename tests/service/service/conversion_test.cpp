@@ -28,7 +28,7 @@ class ConversionTest : public ServiceTest {
         in_ = Frames(inputs, kFrameSize);
         out_ = Frames(outputs, kFrameSize);
         for (auto& f : in_) {
-            for (size_t b = 0; b < kFrameSize; ++b) f->data()[b] = random() & 0xff;
+            for (size_t b = 0; b < kFrameSize; ++b) f->data[b] = random() & 0xff;
         }
     }
     void QueueOutputs() {
@@ -85,13 +85,13 @@ TEST_P(ConversionTest, EveryModeAndFactorYieldsItsScheduleAndPixels) {
                 const size_t i = k / step;
                 const int32_t phase = static_cast<int32_t>(k % step);
                 if (mode == 3 && phase != 0) continue;
-                const uint8_t* a = in_[i]->data();
-                const uint8_t* b = phase != 0 ? in_[i + 1]->data() : a;
+                const uint8_t* a = in_[i]->data;
+                const uint8_t* b = phase != 0 ? in_[i + 1]->data : a;
                 size_t mismatches = 0;
                 for (size_t s = 0; s < kFrameSize; ++s) {
                     const int want =
                         mode == 2 ? (a[s] * (step - phase) + b[s] * phase + step / 2) / step : a[s];
-                    mismatches += out_[k]->data()[s] != want;
+                    mismatches += out_[k]->data[s] != want;
                 }
                 EXPECT_EQ(mismatches, 0u) << "output " << k;
             }
@@ -139,13 +139,10 @@ TEST_P(ConversionTest, EndOfStreamWithNothingLeftGivesAnEmptyFlaggedOutput) {
 
 TEST_P(ConversionTest, TimestampAndPassThroughSettings) {
     MakeClip(3, 3);
-    ASSERT_EQ(Call(&S::init, 0, callbacks_), E::VPP_OK);
-    ASSERT_EQ(Call(&S::setParameter, 0, Param(kWidth, kHeight)), E::VPP_OK);
-    ASSERT_EQ(Call(&S::setParameter, 1, Param(kWidth, kHeight)), E::VPP_OK);
-    ASSERT_EQ(Call(&S::setCtrlFrc, Ctrl(2, 2)), E::VPP_OK);
-    ASSERT_EQ(Call(&S::setPassThrough, 0), E::VPP_OK);
-    ASSERT_EQ(Call(&S::setTimestampMode, 1), E::VPP_OK);
-    ASSERT_EQ(Call(&S::open), E::VPP_OK);
+    ASSERT_NO_FATAL_FAILURE(OpenSession(Param(kWidth, kHeight), Ctrl(2, 2), [&] {
+        ASSERT_EQ(Call(&S::setPassThrough, 0), E::VPP_OK);
+        ASSERT_EQ(Call(&S::setTimestampMode, 1), E::VPP_OK);
+    }));
     ASSERT_NO_FATAL_FAILURE(Run(Stamp));
     // Only the in-between frames, stamped with their earlier input. The last input is not
     // passed through, so an empty buffer carries the end of stream.
@@ -190,12 +187,9 @@ TEST_P(ConversionTest, UntimedInputsAreSpacedByTheFrameRate) {
         SCOPED_TRACE(c.den);
         Restart();
         MakeClip(c.inputs, (c.inputs - 1) * 2 + 1);
-        ASSERT_EQ(Call(&S::init, 0, callbacks_), E::VPP_OK);
-        ASSERT_EQ(Call(&S::setParameter, 0, Param(kWidth, kHeight)), E::VPP_OK);
-        ASSERT_EQ(Call(&S::setParameter, 1, Param(kWidth, kHeight)), E::VPP_OK);
-        ASSERT_EQ(Call(&S::setCtrlFrc, Ctrl(2, 2)), E::VPP_OK);
-        ASSERT_EQ(Call(&S::setFrameRate, c.num, c.den), E::VPP_OK);
-        ASSERT_EQ(Call(&S::open), E::VPP_OK);
+        ASSERT_NO_FATAL_FAILURE(OpenSession(Param(kWidth, kHeight), Ctrl(2, 2), [&] {
+            ASSERT_EQ(Call(&S::setFrameRate, c.num, c.den), E::VPP_OK);
+        }));
         ASSERT_NO_FATAL_FAILURE(Run([](size_t) { return int64_t{0}; }));
         const auto out = FilledOutputs();
         ASSERT_EQ(out.size(), out_.size());
@@ -231,8 +225,8 @@ TEST_P(ConversionTest, ClientTimestampsAtTheEndsOfTheRangeBlendBetweenThem) {
 TEST_P(ConversionTest, PlanesMayLiveInSeparateDescriptors) {
     const size_t lumaSize = kWidth * kHeight;
     SharedFrame luma(lumaSize), chroma(lumaSize / 2), output(kFrameSize);
-    for (size_t b = 0; b < lumaSize; ++b) luma.data()[b] = static_cast<uint8_t>(b * 3);
-    for (size_t b = 0; b < lumaSize / 2; ++b) chroma.data()[b] = static_cast<uint8_t>(b * 5 + 1);
+    for (size_t b = 0; b < lumaSize; ++b) luma.data[b] = static_cast<uint8_t>(b * 3);
+    for (size_t b = 0; b < lumaSize / 2; ++b) chroma.data[b] = static_cast<uint8_t>(b * 5 + 1);
     ASSERT_NO_FATAL_FAILURE(OpenSession(Param(kWidth, kHeight), Ctrl(0, 0)));
     ASSERT_EQ(Queue(1, output.Buffer(kOutputCookie)), E::VPP_OK);
     VppBuffer input = luma.Buffer(1, 0, kEos);
@@ -240,8 +234,8 @@ TEST_P(ConversionTest, PlanesMayLiveInSeparateDescriptors) {
     input.bufferLen = input.allocLen = input.filledLen = static_cast<int32_t>(kFrameSize);
     ASSERT_EQ(Queue(0, input), E::VPP_OK);
     ASSERT_TRUE(callbacks_->WaitFor(Event::kDrain));
-    EXPECT_EQ(std::memcmp(output.data(), luma.data(), lumaSize), 0);
-    EXPECT_EQ(std::memcmp(output.data() + lumaSize, chroma.data(), lumaSize / 2), 0);
+    EXPECT_EQ(std::memcmp(output.data, luma.data, lumaSize), 0);
+    EXPECT_EQ(std::memcmp(output.data + lumaSize, chroma.data, lumaSize / 2), 0);
 }
 
 INSTANTIATE_TEST_SUITE_P(Transports, ConversionTest,

@@ -45,37 +45,34 @@ inline int FrameMappingCount(pid_t pid = getpid()) {
 
 // One frame's memory in a memfd, mapped here; each buffer made from it carries a duplicate
 // descriptor that the VppBuffer closes, as a client's would.
-class SharedFrame {
-  public:
-    explicit SharedFrame(size_t size) : size_(size), fd_(memfd_create(kMemfdName, MFD_CLOEXEC)) {
-        EXPECT_EQ(ftruncate(fd_, static_cast<off_t>(size)), 0);
-        data_ =
-            static_cast<uint8_t*>(mmap(nullptr, size, PROT_READ | PROT_WRITE, MAP_SHARED, fd_, 0));
-        EXPECT_NE(data_, MAP_FAILED);
-    }
+struct SharedFrame {
+    explicit SharedFrame(size_t bytes)
+        : size(bytes),
+          fd(memfd_create(kMemfdName, MFD_CLOEXEC)),
+          data(ftruncate(fd, static_cast<off_t>(size)) == 0
+                   ? static_cast<uint8_t*>(
+                         mmap(nullptr, size, PROT_READ | PROT_WRITE, MAP_SHARED, fd, 0))
+                   : nullptr) {}
     ~SharedFrame() {
-        munmap(data_, size_);
-        close(fd_);
+        munmap(data, size);
+        close(fd);
     }
     SharedFrame(const SharedFrame&) = delete;
     SharedFrame& operator=(const SharedFrame&) = delete;
 
-    uint8_t* data() const { return data_; }
-    int fd() const { return fd_; }
     VppBuffer Buffer(int64_t cookie, int64_t timestamp = 0, int32_t flags = 0) const {
         VppBuffer buffer;
-        buffer.bufferHandle.fds.emplace_back(fcntl(fd_, F_DUPFD_CLOEXEC, 0));
-        buffer.bufferLen = buffer.allocLen = buffer.filledLen = static_cast<int32_t>(size_);
+        buffer.bufferHandle.fds.emplace_back(fcntl(fd, F_DUPFD_CLOEXEC, 0));
+        buffer.bufferLen = buffer.allocLen = buffer.filledLen = static_cast<int32_t>(size);
         buffer.timestamp = timestamp;
         buffer.flags = flags;
         buffer.cookie = cookie;
         return buffer;
     }
 
-  private:
-    size_t size_;
-    int fd_;
-    uint8_t* data_ = nullptr;
+    const size_t size;
+    const int fd;
+    uint8_t* const data;
 };
 
 inline std::vector<std::unique_ptr<SharedFrame>> Frames(size_t count, size_t size) {
@@ -283,12 +280,14 @@ class ServiceTest : public ::testing::TestWithParam<Transport> {
         return error;
     }
     E Queue(int32_t port, const VppBuffer& buffer) { return Call(&S::queueBuf, port, buffer); }
-    // init, both ports, control, open.
-    void OpenSession(const VppPortParam& param, const VppCtrlFrc& ctrl) {
+    // init, both ports, control, other settings, open.
+    void OpenSession(const VppPortParam& param, const VppCtrlFrc& ctrl,
+                     const std::function<void()>& settings = nullptr) {
         ASSERT_EQ(Call(&S::init, 0, callbacks_), E::VPP_OK);
         ASSERT_EQ(Call(&S::setParameter, 0, param), E::VPP_OK);
         ASSERT_EQ(Call(&S::setParameter, 1, param), E::VPP_OK);
         ASSERT_EQ(Call(&S::setCtrlFrc, ctrl), E::VPP_OK);
+        if (settings) settings();
         ASSERT_EQ(Call(&S::open), E::VPP_OK);
     }
     int32_t State() {
