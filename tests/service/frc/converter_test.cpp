@@ -43,11 +43,13 @@ std::vector<OwnedFrame> movingFrames(size_t count, PixelFormat format = PixelFor
 
 // Pushes frames (tag i at ts[i]), finishes, and renders every output into a padded frame:
 // input frames and repeats come out bit-exact, blends exactly at phase / factor, nothing is
-// written past the picture. Returns the outputs in order (and the rendered frames).
+// written past the picture. Returns the outputs in order (and the rendered frames, and the push
+// that returned each, frames.size() for finish()).
 Outputs runStream(Converter* conv, const std::vector<OwnedFrame>& frames,
-                  const std::vector<int64_t>& ts, std::vector<OwnedFrame>* rendered = nullptr) {
+                  const std::vector<int64_t>& ts, std::vector<OwnedFrame>* rendered = nullptr,
+                  std::vector<size_t>* pushes = nullptr) {
     Outputs all, out;
-    auto renderNew = [&] {
+    auto renderNew = [&](size_t push) {
         for (const OutputFrame& o : out) {
             const frc::FrameView& f = frames[o.tag].view();
             OwnedFrame dst(f.format, f.width, f.height, f.strides[0] + 16, f.height + 2);
@@ -64,16 +66,17 @@ Outputs runStream(Converter* conv, const std::vector<OwnedFrame>& frames,
                 EXPECT_TRUE(dst.samePixels(frames[o.tag])) << "frame " << o.tag;
             }
             if (rendered != nullptr) rendered->push_back(std::move(dst));
+            if (pushes != nullptr) pushes->push_back(push);
             all.push_back(o);
         }
         out.clear();
     };
     for (size_t i = 0; i < frames.size(); ++i) {
         EXPECT_EQ(conv->push(frames[i].cview(), ts[i], i, &out), ConvertStatus::kOk);
-        renderNew();
+        renderNew(i);
     }
     conv->finish(&out);
-    renderNew();
+    renderNew(frames.size());
     return all;
 }
 
@@ -117,8 +120,14 @@ TEST(Converter, EveryModeFactorAndRatioFollowsTheGrid) {
             SCOPED_TRACE(testing::Message() << "mode " << static_cast<int>(mode) << " n " << n);
             Converter conv(config(mode, n));
             const auto format = n % 2 ? PixelFormat::kI420 : PixelFormat::kNv12;
-            const Outputs out = runStream(&conv, movingFrames(3, format), uneven);
+            std::vector<size_t> pushes;
+            const Outputs out = runStream(&conv, movingFrames(3, format), uneven, nullptr, &pushes);
             const int p = mode == FrcMode::kOff ? 1 : n;
+            // Off passes each frame at once; the other modes return a group as soon as the
+            // frame after it arrives.
+            for (size_t j = 0; j < out.size(); ++j) {
+                EXPECT_EQ(pushes[j], out[j].tag + (mode == FrcMode::kOff ? 0 : 1)) << j;
+            }
             // Mode off passes each frame at once: finish() has nothing left to mark.
             expectGrid(out, p, 1, uneven, mode != FrcMode::kOff);
             EXPECT_EQ(conv.stats().outputs, out.size());

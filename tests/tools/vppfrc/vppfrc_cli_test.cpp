@@ -180,6 +180,9 @@ TEST_F(VppfrcTest, DemoWritesItsClipOutputAndPreview) {
     EXPECT_NE(out_.find("mode blend, factor 4: 24/1 to 96/1"), std::string::npos) << out_;
     EXPECT_NE(out_.find("output clip: demo/output.y4m (189 frames at 96/1"), std::string::npos)
         << out_;
+    // 48 frames at the demo's factor 4, each a FRAME line and 640x360 samples.
+    const std::string video = ReadFile(File("demo/output.y4m"));
+    EXPECT_EQ(video.size(), video.find('\n') + 1 + 189 * (6 + 640 * 360 * 3 / 2));
 }
 
 TEST_F(VppfrcTest, PreviewChoosesItsFramesAndAFailedPreviewKeepsTheVideo) {
