@@ -32,10 +32,11 @@ ConverterConfig config(FrcMode mode, int factor, int num = 0, int den = 0) {
     return c;
 }
 
-std::vector<OwnedFrame> movingFrames(size_t count, PixelFormat format = PixelFormat::kNv12) {
+std::vector<OwnedFrame> movingFrames(size_t count, PixelFormat format = PixelFormat::kNv12,
+                                     int width = 64, int height = 48) {
     std::vector<OwnedFrame> frames;
     for (size_t i = 0; i < count; ++i) {
-        frames.emplace_back(format, 64, 48);
+        frames.emplace_back(format, width, height);
         frc_test::fillTranslated(frames.back(), 2.0 * i, 1.0 * i);
     }
     return frames;
@@ -143,7 +144,7 @@ TEST(Converter, EveryModeFactorAndRatioFollowsTheGrid) {
     // overflow in the in-between arithmetic.
     Converter conv(config(FrcMode::kBlend, 0, 60000, 24 * 1001));
     const auto ts = evenly(50, std::numeric_limits<int64_t>::max() - 60 * 2500, 2500);
-    expectGrid(runStream(&conv, movingFrames(50), ts), 2500, 1001, ts);
+    expectGrid(runStream(&conv, movingFrames(50, PixelFormat::kNv12, 32, 16), ts), 2500, 1001, ts);
 }
 
 TEST(Converter, StreamEndsWithTheLastFrameOnTheGridOrAFullGroupOfRepeats) {
