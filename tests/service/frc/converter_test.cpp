@@ -56,9 +56,9 @@ Outputs runStream(Converter* conv, const std::vector<OwnedFrame>& frames,
             OwnedFrame dst(f.format, f.width, f.height, f.strides[0] + 16, f.height + 2);
             EXPECT_EQ(conv->render(o, dst.view()), ConvertStatus::kOk);
             EXPECT_TRUE(dst.guardIntact());
-            OwnedFrame want(f.format, f.width, f.height);
             if (o.kind == OutputFrame::Kind::kInterpolated &&
                 conv->config().mode == FrcMode::kBlend) {
+                OwnedFrame want(f.format, f.width, f.height);
                 EXPECT_TRUE(frc::blendFrames(frames[o.tag].cview(), frames[o.nextTag].cview(),
                                              o.phase, o.factor, want.view()));
                 EXPECT_TRUE(dst.samePixels(want)) << "blend " << o.tag << " phase " << o.phase;
