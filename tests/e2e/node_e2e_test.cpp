@@ -90,8 +90,8 @@ class NodeRuns : public ::testing::TestWithParam<Transport> {
                           serviceDescriptors_),
                       serviceDescriptors_)
                 << "service descriptors leaked";
-            EXPECT_EQ(testsupport::SettledCount([&] { return e2e::MemfdMappingCountOf(daemon); }, 0),
-                      0)
+            EXPECT_EQ(
+                testsupport::SettledCount([&] { return e2e::MemfdMappingCountOf(daemon); }, 0), 0)
                 << "service mappings leaked";
         }
         service_.reset();
@@ -133,8 +133,10 @@ class NodeRuns : public ::testing::TestWithParam<Transport> {
 // rounded weighted average.
 TEST_P(NodeRuns, OutputsComeInOrderEvenlySpacedWithExactInputsRepeatsAndBlends) {
     const std::vector<Frame> inputs = vppfrc_test::NoiseFrames(kWidth, kHeight, 5);
-    const std::pair<FrcMode, int> cases[] = {{FrcMode::kOff, 2},   {FrcMode::kRepeat, 2},
-                                             {FrcMode::kBlend, 3}, {FrcMode::kBlend, 4},
+    const std::pair<FrcMode, int> cases[] = {{FrcMode::kOff, 2},
+                                             {FrcMode::kRepeat, 2},
+                                             {FrcMode::kBlend, 3},
+                                             {FrcMode::kBlend, 4},
                                              {FrcMode::kMotion, 3}};
     for (const auto& [mode, factor] : cases) {
         SCOPED_TRACE(std::string(vppfrc::FrcModeName(mode)) + " x" + std::to_string(factor));

@@ -96,8 +96,8 @@ TEST_F(ServiceDeath, WhileQueueing) {
     std::atomic<bool> refused{false};
     std::thread feeder([&] {
         for (int k = 0; k < 100000 && !refused; ++k, ++queued) {
-            refused = node_->QueueFrame(frames_[k % frames_.size()].data(), k * 1000) !=
-                      LumResultSuccess;
+            refused =
+                node_->QueueFrame(frames_[k % frames_.size()].data(), k * 1000) != LumResultSuccess;
         }
     });
     ASSERT_TRUE(Eventually([&] { return queued >= 5; }, 5000));

@@ -32,8 +32,8 @@ TEST(BinderRefs, NewAdoptCopyAndDestroy) {
         ndk::SpAIBinder moved(std::move(copy));
         EXPECT_EQ(AIBinder_debugGetRefCount(raw), 3);
         // A different class object is refused even with the same descriptor.
-        const AIBinder_Class* twin = AIBinder_Class_define(
-            "test.Counted", Counted::onCreate, Counted::onDestroy, Counted::onTransact);
+        const AIBinder_Class* twin = AIBinder_Class_define("test.Counted", Counted::onCreate,
+                                                           Counted::onDestroy, Counted::onTransact);
         EXPECT_TRUE(AIBinder_associateClass(raw, Counted::clazz()));
         EXPECT_FALSE(AIBinder_associateClass(raw, twin));
     }

@@ -62,7 +62,8 @@ TEST(Status, PruningQueriesAndDescriptions) {
     AStatus_delete(AStatus_newOk());
     EXPECT_TRUE(AStatus_isOk(AStatus_newOk()));
     EXPECT_FALSE(ndk::ScopedAStatus().isOk());
-    EXPECT_STREQ(ndk::ScopedAStatus::fromServiceSpecificErrorWithMessage(-7, "x").getMessage(), "x");
+    EXPECT_STREQ(ndk::ScopedAStatus::fromServiceSpecificErrorWithMessage(-7, "x").getMessage(),
+                 "x");
     std::ostringstream out;
     out << ndk::ScopedAStatus::fromServiceSpecificError(3);
     EXPECT_EQ(out.str(), "Status(-8, EX_SERVICE_SPECIFIC): '3: '");
@@ -104,9 +105,8 @@ TEST(ScopedFileDescriptor, FailedCloseIsLoggedAndSlotBecomesEmpty) {
     const std::string logged = ::testing::internal::GetCapturedStderr();
     openlog(nullptr, 0, LOG_USER);
     EXPECT_EQ(fd.get(), -1);
-    EXPECT_EQ(logged,
-              "host_binder_test: Could not close FD " + std::to_string(stale) +
-                  ": Bad file descriptor\n");
+    EXPECT_EQ(logged, "host_binder_test: Could not close FD " + std::to_string(stale) +
+                          ": Bad file descriptor\n");
     EXPECT_EQ(openFdCount(), before);
 }
 

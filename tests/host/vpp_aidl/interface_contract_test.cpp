@@ -23,6 +23,7 @@
 #include <sstream>
 #include <string>
 #include <type_traits>
+#include <utility>
 #include <vector>
 
 namespace vpp_aidl_test {
@@ -48,7 +49,8 @@ std::vector<std::string> aidlItems(const std::string& file, const std::string& k
     std::istringstream parts(body[2].str());
     for (std::string part; std::getline(parts, part, separator);) {
         const size_t begin = part.find_first_not_of(" \t\r\n");
-        if (begin != std::string::npos) items.push_back(part.substr(begin, part.find_last_not_of(" \t\r\n") - begin + 1));
+        const size_t end = part.find_last_not_of(" \t\r\n");
+        if (begin != std::string::npos) items.push_back(part.substr(begin, end - begin + 1));
     }
     return items;
 }
@@ -106,30 +108,35 @@ constexpr bool kVtableKnown = false;
 constexpr std::ptrdiff_t kFirstMethodSlot = 6;
 
 struct CppMethod {
-    const char* name;
     uint32_t code;
     std::ptrdiff_t slot;
 };
 using Methods = std::map<std::string, CppMethod>;
 
-#define VPP_METHOD(Iface, method) \
-    { #method, {#method, Iface::TRANSACTION_##method, vtableSlot(&Iface::method)} }
+std::pair<const std::string, CppMethod> entry(const char* name, uint32_t code,
+                                              std::ptrdiff_t slot) {
+    return {name, {code, slot}};
+}
 
+#define VPP_METHOD(Iface, method) \
+    entry(#method, Iface::TRANSACTION_##method, vtableSlot(&Iface::method))
+
+// clang-format off
 const Methods kSessionMethods = {
-    VPP_METHOD(IVppSession, close),        VPP_METHOD(IVppSession, drain),
-    VPP_METHOD(IVppSession, flush),        VPP_METHOD(IVppSession, getBufferRequirements),
-    VPP_METHOD(IVppSession, init),         VPP_METHOD(IVppSession, open),
-    VPP_METHOD(IVppSession, queueBuf),     VPP_METHOD(IVppSession, getCtrlFrc),
-    VPP_METHOD(IVppSession, getMode),      VPP_METHOD(IVppSession, getParameter),
-    VPP_METHOD(IVppSession, getState),     VPP_METHOD(IVppSession, getStats),
-    VPP_METHOD(IVppSession, reconfigure),  VPP_METHOD(IVppSession, resetStats),
-    VPP_METHOD(IVppSession, setCtrlFrc),   VPP_METHOD(IVppSession, setDebugFlags),
-    VPP_METHOD(IVppSession, setFrameRate), VPP_METHOD(IVppSession, setMaxQueuedBuffers),
-    VPP_METHOD(IVppSession, setName),      VPP_METHOD(IVppSession, setMode),
-    VPP_METHOD(IVppSession, setParameter), VPP_METHOD(IVppSession, setPriority),
+    VPP_METHOD(IVppSession, close),            VPP_METHOD(IVppSession, drain),
+    VPP_METHOD(IVppSession, flush),            VPP_METHOD(IVppSession, getBufferRequirements),
+    VPP_METHOD(IVppSession, init),             VPP_METHOD(IVppSession, open),
+    VPP_METHOD(IVppSession, queueBuf),         VPP_METHOD(IVppSession, getCtrlFrc),
+    VPP_METHOD(IVppSession, getMode),          VPP_METHOD(IVppSession, getParameter),
+    VPP_METHOD(IVppSession, getState),         VPP_METHOD(IVppSession, getStats),
+    VPP_METHOD(IVppSession, reconfigure),      VPP_METHOD(IVppSession, resetStats),
+    VPP_METHOD(IVppSession, setCtrlFrc),       VPP_METHOD(IVppSession, setDebugFlags),
+    VPP_METHOD(IVppSession, setFrameRate),     VPP_METHOD(IVppSession, setMaxQueuedBuffers),
+    VPP_METHOD(IVppSession, setName),          VPP_METHOD(IVppSession, setMode),
+    VPP_METHOD(IVppSession, setParameter),     VPP_METHOD(IVppSession, setPriority),
     VPP_METHOD(IVppSession, setTimestampMode), VPP_METHOD(IVppSession, setPassThrough),
-    VPP_METHOD(IVppSession, ping),         VPP_METHOD(IVppSession, term),
-};
+    VPP_METHOD(IVppSession, ping),             VPP_METHOD(IVppSession, term)};
+// clang-format on
 
 // The C++ methods must be exactly the AIDL ones: same codes, and vtable slots in AIDL
 // declaration order with the version and hash queries right after them.

@@ -48,7 +48,8 @@ TEST_F(ProxyTest, ErrorsComeBackWithoutResults) {
     EXPECT_CALL(*session_, ping(_))
         .WillOnce(Return(ByMove(Status::fromExceptionCodeWithMessage(EX_ILLEGAL_STATE, "why"))));
     // A transport status travels as the stub's return value.
-    EXPECT_CALL(*session_, getMode(_, _)).WillOnce(Return(ByMove(Status::fromStatus(STATUS_NO_INIT))));
+    EXPECT_CALL(*session_, getMode(_, _))
+        .WillOnce(Return(ByMove(Status::fromStatus(STATUS_NO_INIT))));
     VppStats stats;
     stats.fallbackFrames = 99;
     VppError result = VppError::VPP_ERR_HW;
@@ -134,9 +135,9 @@ TEST_F(ParcelableEncodingTest, SizePrefixThenFieldsInOrder) {
 // What an older peer sends (fewer fields) leaves defaults; what a newer one sends (more fields)
 // is skipped, and reading continues after it. Sizes too small or too large are refused.
 TEST_F(ParcelableEncodingTest, OlderNewerAndMalformedPeers) {
-    for (int32_t value : {12, 720, 1280,                 // size: itself, height, width
-                          16, 1, 111, 222,               // FlushDone with two unknown fields
-                          0x7e57, 3, INT32_MAX}) {     // what follows; two bad sizes
+    for (int32_t value : {12, 720, 1280,            // size: itself, height, width
+                          16, 1, 111, 222,          // FlushDone with two unknown fields
+                          0x7e57, 3, INT32_MAX}) {  // what follows; two bad sizes
         AParcel_writeInt32(parcel_, value);
     }
     rewind();
