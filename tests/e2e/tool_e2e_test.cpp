@@ -1,6 +1,6 @@
 // The vppfrc tool's run in this process, with its embedded service: a service that dies in
-// mid-stream ends the run non-zero within a second, runs leak no descriptor, and fractional rates
-// place every frame exactly. Through vppd: the same output as embedded, for two tools at once.
+// mid-stream ends the run non-zero within a second, and runs leak no descriptor. Through vppd:
+// the same output as embedded, for two tools at once.
 #include <binder_host/binder_host.h>
 #include <camera_host/camera_host.h>
 #include <gtest/gtest.h>
@@ -129,55 +129,6 @@ TEST_F(ToolE2e, ThroughVppdTheOutputIsTheSameAsEmbedded) {
     }
     EXPECT_EQ(ReadFile(dir_.File("a.y4m")), expected);
     EXPECT_EQ(ReadFile(dir_.File("b.y4m")), expected);
-}
-
-TEST_F(ToolE2e, FractionalRatesPlaceEveryFrameAtItsExactPositionAndTime) {
-    media::VideoFormat format;
-    std::vector<vppfrc_test::Frame> inputs;
-    ASSERT_TRUE(vppfrc_test::ReadY4m(input_, &format, &inputs));
-    ASSERT_EQ(format.fpsNum, 30);
-    // 30 -> 75 frames/s is 5/2 (phases 0, .4, .8, .2, .6); 30 -> 60000/1001 is 2000/1001.
-    const struct {
-        int fpsNum, fpsDen;
-        int64_t p, q;
-    } rates[] = {{75, 1, 5, 2}, {60000, 1001, 2000, 1001}};
-    for (const auto& rate : rates) {
-        SCOPED_TRACE(rate.fpsNum);
-        std::vector<int64_t> timestamps;
-        vppfrc::RunHooks hooks;
-        hooks.onFrameWritten = [&](int64_t index, int64_t timestamp) {
-            EXPECT_EQ(index, static_cast<int64_t>(timestamps.size()));
-            timestamps.push_back(timestamp);
-        };
-        vppfrc::Options options = Convert("out.y4m");
-        options.factor = 0;
-        options.fpsNum = rate.fpsNum;
-        options.fpsDen = rate.fpsDen;
-        options.overwrite = true;
-        ASSERT_EQ(Run(options, hooks), 0) << Text(err_);
-
-        std::vector<vppfrc_test::Frame> frames;
-        ASSERT_TRUE(vppfrc_test::ReadY4m(options.output, &format, &frames));
-        EXPECT_EQ(format.fpsNum, rate.fpsNum);
-        EXPECT_EQ(format.fpsDen, rate.fpsDen);
-        const size_t expected = static_cast<size_t>(39 * rate.p / rate.q + 1);
-        ASSERT_EQ(frames.size(), expected);
-        ASSERT_EQ(timestamps.size(), expected);
-        for (size_t j = 0; j < frames.size(); ++j) {
-            // Input i at time i * p: output j is exactly at j * q, k / p past input i.
-            EXPECT_EQ(timestamps[j], static_cast<int64_t>(j) * rate.q) << j;
-            const int64_t i = static_cast<int64_t>(j) * rate.q / rate.p;
-            const int64_t k = static_cast<int64_t>(j) * rate.q % rate.p;
-            const vppfrc_test::Frame& a = inputs[static_cast<size_t>(i)];
-            const vppfrc_test::Frame& b = inputs[static_cast<size_t>(k == 0 ? i : i + 1)];
-            size_t wrong = 0;
-            for (size_t x = 0; x < a.size(); ++x) {
-                wrong += frames[j][x] != (a[x] * (rate.p - k) + b[x] * k + rate.p / 2) / rate.p;
-            }
-            EXPECT_EQ(wrong, 0u) << "output " << j << " is not input " << i << " + " << k << "/"
-                                 << rate.p;
-        }
-    }
 }
 
 }  // namespace

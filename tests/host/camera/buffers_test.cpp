@@ -1,5 +1,5 @@
 // Tests of the real-memory image records: geometry, memfd camera buffers and their handles,
-// image buffers, request records and heap image lists.
+// image buffers and request records.
 #include <fcntl.h>
 #include <sys/mman.h>
 #include <sys/stat.h>
@@ -205,35 +205,6 @@ TEST(ImageBuffer, WrapsACameraBufferAndAnInternalMemfd) {
     EXPECT_EQ(OpenDescriptorCount(), descriptorsBefore + 5);
     request.reset();
     EXPECT_EQ(OpenDescriptorCount(), descriptorsBefore);
-}
-
-TEST(PlainImageList, OwnsZeroedAlignedPlanesPerImage) {
-    std::unique_ptr<PlainImageList> list =
-        PlainImageList::Create(Geometry(IxoFormatNV12, 30, 11, 40, 12), 3);
-    ASSERT_NE(list, nullptr);
-    EXPECT_EQ(list->numberOfImages, 3u);
-    // Every plane starts zeroed and aligned; after all are written each keeps its own pattern,
-    // so none overlaps another.
-    for (bool written : {false, true}) {
-        for (uint32_t k = 0; k < 3; ++k) {
-            for (uint32_t p = 0; p < 2; ++p) {
-                uint8_t* pPlane = list->pAddr[k][p];
-                ASSERT_EQ(pPlane, list->PlaneAddress(k, p));
-                const size_t size = list->planeSize[p];
-                EXPECT_EQ(std::vector<uint8_t>(pPlane, pPlane + size),
-                          written ? Pattern(size, k * 2 + p) : std::vector<uint8_t>(size, 0));
-                EXPECT_EQ(reinterpret_cast<uintptr_t>(pPlane) % 64, 0u);
-                if (!written) memcpy(pPlane, Pattern(size, k * 2 + p).data(), size);
-            }
-        }
-    }
-    // Callers may repoint pAddr (e.g. to alias planes); the list still frees its own memory.
-    list->pAddr[0][1] = list->pAddr[0][0];
-    list.reset();
-    std::unique_ptr<PlainImageList> empty = PlainImageList::Create(Geometry(IxoFormatY8, 8, 8), 0);
-    ASSERT_NE(empty, nullptr);
-    EXPECT_EQ(empty->pAddr[0][0], nullptr);
-    EXPECT_EQ(PlainImageList::Create(Geometry(IxoFormatY8, 8, 8), IXO_MAX_IMAGES + 1), nullptr);
 }
 
 }  // namespace

@@ -58,34 +58,26 @@ class LogTest : public ::testing::Test {
     void TearDown() override { camera_host::SetStderrLogging(true); }
 };
 
-TEST_F(LogTest, CaptureRecordsBothSinksWithEveryArgumentDuringItsLifetime) {
+// A capture sees the lines of its own lifetime, each field, and messages of any length.
+TEST_F(LogTest, CaptureRecordsBothSinksDuringItsLifetime) {
     {
         LogCapture earlier;
         IxoLog::LogSystem("[ INFO]", "I", "VPP", "f", "g", 1, "before");
     }
     LogCapture capture;
-    IxoLog::LogSystem("[ INFO]", "I", "VPP", "pavovppservicebase", "Initialize", 42,
-                      "[%s] count %d", "node0", 7);
-    IxoLog::IxeEncryptLogSystem("[ERROR]", "E", "FRC", "file.cpp", "Queue", 9, "plain");
-    // Longer than any fixed formatting buffer: the whole message must survive.
+    IxoLog::IxeEncryptLogSystem("[ERROR]", "E", "FRC", "file.cpp", "Queue", 9, "[%s] %d", "n", 7);
     const std::string longText(3000, 'x');
     IxoLog::LogSystem("[ WARN]", "W", "Core", "f", "g", 1, "%s|end", longText.c_str());
-
     const auto lines = capture.Lines();
-    ASSERT_EQ(lines.size(), 3u);
-    auto fields = [](const camera_host::LogLine& l) {
-        return std::make_tuple(l.sink, l.levelTag, l.levelLetter, l.group, l.file, l.function,
-                               l.line, l.message);
-    };
-    EXPECT_EQ(fields(lines[0]),
-              std::make_tuple(LogSink::Normal, "[ INFO]", "I", "VPP", "pavovppservicebase",
-                              "Initialize", 42, "[node0] count 7"));
-    EXPECT_EQ(fields(lines[1]), std::make_tuple(LogSink::Encrypt, "[ERROR]", "E", "FRC", "file.cpp",
-                                                "Queue", 9, "plain"));
-    EXPECT_EQ(capture.Messages()[2], longText + "|end");
+    ASSERT_EQ(lines.size(), 2u);
+    EXPECT_EQ(
+        std::make_tuple(lines[0].sink, lines[0].levelTag, lines[0].levelLetter, lines[0].group,
+                        lines[0].file, lines[0].function, lines[0].line, lines[0].message),
+        std::make_tuple(LogSink::Encrypt, "[ERROR]", "E", "FRC", "file.cpp", "Queue", 9, "[n] 7"));
+    EXPECT_EQ(lines[1].sink, LogSink::Normal);
+    EXPECT_EQ(lines[1].message, longText + "|end");
     capture.Clear();
-    IxoLog::LogSystem("[ INFO]", "I", "VPP", "f", "g", 1, "after clear");
-    EXPECT_THAT(capture.Messages(), ElementsAre("after clear"));
+    EXPECT_TRUE(capture.Messages().empty());
 }
 
 TEST_F(LogTest, SinksWriteOneReadableLineEachAndLeaveErrnoAlone) {

@@ -1,8 +1,6 @@
 // Tests of the host OS utilities: conditions, mutexes, threads, failure injection and counters.
 #include <chrono>
-#include <cstring>
 #include <set>
-#include <string>
 #include <thread>
 #include <vector>
 
@@ -74,47 +72,6 @@ TEST_F(OsUtilsTest, TimedWaitTimesOutOrReturnsWhenSignalled) {
     const uint64_t before = OsUtils::GetNanoTime();
     OsUtils::SleepMicroseconds(20000);
     EXPECT_GE(OsUtils::GetNanoTime() - before, 20000000u);
-}
-
-TEST_F(OsUtilsTest, CreationFailsByNameUntilReset) {
-    std::vector<std::string> names;
-    camera_host::SetMutexCreateFailure([&names](const char* pName) {
-        names.push_back(pName);
-        return strcmp(pName, "VPPFlushSessionLock") == 0;
-    });
-    camera_host::SetConditionCreateFailure(
-        [](const char* pName) { return strcmp(pName, "VPPWaitFlushSessionDone") == 0; });
-    EXPECT_EQ(Mutex::Create("VPPFlushSessionLock"), nullptr);
-    EXPECT_EQ(Condition::Create("VPPWaitFlushSessionDone"), nullptr);
-    EXPECT_EQ(camera_host::LiveMutexCount(), m_mutexes);
-    EXPECT_EQ(camera_host::LiveConditionCount(), m_conditions);
-    Mutex* pOther = Mutex::Create("VppSessionCountLock");
-    ASSERT_NE(pOther, nullptr);
-    EXPECT_STREQ(pOther->Name(), "VppSessionCountLock");
-    pOther->Destroy();
-    Condition::Create("Other")->Destroy();
-    EXPECT_EQ(names, (std::vector<std::string>{"VPPFlushSessionLock", "VppSessionCountLock"}));
-
-    // A predicate may itself create objects: it is not called under the injection lock.
-    camera_host::SetMutexCreateFailure([](const char* pName) {
-        if (strcmp(pName, "inner") != 0) Mutex::Create("inner")->Destroy();
-        return false;
-    });
-    Mutex::Create("outer")->Destroy();
-
-    // An injected thread failure writes nothing and runs nothing.
-    int runs = 0;
-    Pavo::OSThreadHandle id = 12345;
-    camera_host::SetThreadCreateFailure([] { return LumResultENoMemory; });
-    EXPECT_EQ(OsUtils::ThreadCreate(Increment, &runs, &id), LumResultENoMemory);
-    EXPECT_EQ(id, 12345);
-
-    camera_host::ResetFailureInjection();
-    Mutex::Create("VPPFlushSessionLock")->Destroy();
-    Condition::Create("VPPWaitFlushSessionDone")->Destroy();
-    ASSERT_EQ(OsUtils::ThreadCreate(Increment, &runs, &id), LumResultSuccess);
-    EXPECT_EQ(OsUtils::ThreadWait(id), LumResultSuccess);
-    EXPECT_EQ(runs, 1);
 }
 
 // Threads made and joined from several threads at once get distinct ids and are all released;

@@ -1,9 +1,8 @@
 // The interface layer on the VPP stubs: fromBinder/asBinder identity and lifetime, versions,
-// defaults, delegators and SharedRefBase ownership.
+// the default implementation and SharedRefBase ownership.
 #include <aidl/vendor/zux/hardware/vpp/BnVppCallbacks.h>
 #include <aidl/vendor/zux/hardware/vpp/BnVppService.h>
 #include <aidl/vendor/zux/hardware/vpp/BnVppSession.h>
-#include <aidl/vendor/zux/hardware/vpp/BpVppSession.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <syslog.h>
@@ -111,47 +110,6 @@ TEST(BinderIdentity, VersionsHashesAndDefaultImplementation) {
     EXPECT_EQ(version, 0);
     EXPECT_EQ(hash, "");
     EXPECT_EQ(session->asBinder().get(), nullptr);
-}
-
-TEST(BinderIdentity, DelegatorForwardsEveryCall) {
-    auto inner = ::ndk::SharedRefBase::make<MockCallbacks>();
-    auto delegator = ::ndk::SharedRefBase::make<IVppCallbacksDelegator>(inner);
-    EXPECT_CALL(*inner, eventError(VppError::VPP_ERR_HW, _))
-        .WillOnce(DoAll(SetArgPointee<1>(VppError::VPP_PENDING), Return(Status::ok())));
-    EXPECT_CALL(*inner, outputBufferDone(Field(&VppBuffer::cookie, 77), _))
-        .WillOnce(Return(Status::fromServiceSpecificError(3)));
-    VppError result = VppError::VPP_OK;
-    EXPECT_TRUE(delegator->eventError(VppError::VPP_ERR_HW, &result).isOk());
-    EXPECT_EQ(result, VppError::VPP_PENDING);
-    VppBuffer buffer;
-    buffer.cookie = 77;
-    EXPECT_EQ(delegator->outputBufferDone(buffer, &result).getServiceSpecificError(), 3);
-    // The delegator is a stub of its own, distinct from the wrapped one.
-    EXPECT_NE(delegator->asBinder().get(), inner->asBinder().get());
-    EXPECT_EQ(IVppCallbacks::fromBinder(delegator->asBinder()).get(), delegator.get());
-}
-
-// A peer that lacks a method (here: a callbacks stub asked for a session's term) answers
-// STATUS_UNKNOWN_TRANSACTION; the proxy then uses the default implementation if one is set. Kept
-// to one test per process image: a default can be set only once.
-TEST(BinderIdentity, ProxyFallsBackToDefaultImplementation) {
-    class CountingDefault : public IVppSessionDefault {
-      public:
-        Status term() override {
-            calls++;
-            return Status::ok();
-        }
-        int calls = 0;
-    };
-    auto olderPeer = ::ndk::SharedRefBase::make<MockCallbacks>();
-    auto proxy = ::ndk::SharedRefBase::make<BpVppSession>(olderPeer->asBinder());
-    EXPECT_EQ(proxy->term().getStatus(), STATUS_UNKNOWN_TRANSACTION);
-    auto fallback = ::ndk::SharedRefBase::make<CountingDefault>();
-    EXPECT_FALSE(IVppSession::setDefaultImpl(nullptr));
-    ASSERT_TRUE(IVppSession::setDefaultImpl(fallback));
-    EXPECT_EQ(IVppSession::getDefaultImpl().get(), fallback.get());
-    EXPECT_TRUE(proxy->term().isOk());
-    EXPECT_EQ(fallback->calls, 1);
 }
 
 }  // namespace

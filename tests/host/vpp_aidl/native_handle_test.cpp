@@ -173,33 +173,28 @@ TEST_F(NativeHandleTest, FromAidlAliasesOrDuplicates) {
     handle.fds.emplace_back(-1);
     handle.ints = {1, 2, 3};
     const int fd = handle.fds[0].get();
-
-    native_handle_t* alias = android::makeFromAidl(handle);
-    ASSERT_NE(alias, nullptr);
-    EXPECT_EQ(alias->numFds, 2);
-    EXPECT_EQ(alias->numInts, 3);
-    EXPECT_EQ(std::vector<int>(alias->data, alias->data + 5), (std::vector<int>{fd, -1, 1, 2, 3}));
-    native_handle_delete(alias);
-    EXPECT_TRUE(isOpen(fd));
-
-    native_handle_t* copy = android::dupFromAidl(handle);
-    ASSERT_NE(copy, nullptr);
-    EXPECT_NE(copy->data[0], fd);
-    expectSameOpenFile(fd, copy->data[0]);
-    EXPECT_TRUE(closeOnExec(copy->data[0]));
-    EXPECT_EQ(std::vector<int>(copy->data + 1, copy->data + 5), (std::vector<int>{-1, 1, 2, 3}));
-    native_handle_close(copy);
-    native_handle_delete(copy);
-    EXPECT_TRUE(isOpen(fd));
-
+    for (bool duplicate : {false, true}) {
+        native_handle_t* to =
+            duplicate ? android::dupFromAidl(handle) : android::makeFromAidl(handle);
+        ASSERT_NE(to, nullptr);
+        EXPECT_EQ(to->numFds, 2);
+        EXPECT_EQ(to->numInts, 3);
+        EXPECT_EQ(std::vector<int>(to->data + 1, to->data + 5), (std::vector<int>{-1, 1, 2, 3}));
+        EXPECT_EQ(to->data[0] == fd, !duplicate);
+        if (duplicate) {
+            expectSameOpenFile(fd, to->data[0]);
+            EXPECT_TRUE(closeOnExec(to->data[0]));
+            native_handle_close(to);
+        }
+        native_handle_delete(to);
+        EXPECT_TRUE(isOpen(fd));
+    }
+    // Empty handles convert; more descriptors than a native_handle_t may carry give none.
     native_handle_t* empty = android::dupFromAidl(NativeHandle());
     ASSERT_NE(empty, nullptr);
     EXPECT_EQ(empty->numFds + empty->numInts, 0);
-    NativeHandle back = android::dupToAidl(empty);
-    EXPECT_TRUE(back.fds.empty() && back.ints.empty());
+    EXPECT_TRUE(android::dupToAidl(empty).fds.empty());
     native_handle_delete(empty);
-
-    // More descriptors than a native_handle_t may carry: no handle is made.
     NativeHandle tooMany;
     tooMany.fds.resize(NATIVE_HANDLE_MAX_FDS + 1);
     EXPECT_EQ(android::dupFromAidl(tooMany), nullptr);
