@@ -205,6 +205,99 @@ MUTATIONS = [
              "the reader keeps its descriptor after a failed open",
              "void Y4mReader::Close() {\n    fd_.reset();",
              "void Y4mReader::Close() {\n    fd_.release();"),
+    # The host platform: binder parcel, status, death and service manager; the VPP interface's
+    # parcelables and NativeHandle; the camera buffers, log and OS utilities.
+    Mutation("H1", "host", "host/binder/src/parcel.cpp", "missing dup",
+             "a descriptor read from a parcel is the parcel's own",
+             "    int dup = fcntl(object->fd.get(), F_DUPFD_CLOEXEC, 0);",
+             "    int dup = object->fd.get();"),
+    Mutation("H2", "host", "host/binder/src/parcel.cpp", "wrong status code",
+             "a negative descriptor other than -1 is a bad value",
+             "    if (fd < 0) return STATUS_UNKNOWN_ERROR;", "    if (fd < 0) return STATUS_BAD_VALUE;"),
+    Mutation("H3", "host", "host/binder/src/parcel.cpp", "swapped argument",
+             "the status header carries the exception as the service-specific code",
+             "        result = writeValue<int32_t>(parcel, status->errorCode);",
+             "        result = writeValue<int32_t>(parcel, status->exception);"),
+    Mutation("H4", "host", "host/binder/src/status.cpp", "wrong text",
+             "a service-specific description loses its colon",
+             'text += std::to_string(status->errorCode) + ": ";',
+             'text += std::to_string(status->errorCode) + " ";'),
+    Mutation("H5", "host", "host/binder/src/status.cpp", "wrong status code",
+             "an unknown exception carries an unknown error instead of a failed transaction",
+             "        status->errorCode = STATUS_FAILED_TRANSACTION;",
+             "        status->errorCode = STATUS_UNKNOWN_ERROR;"),
+    Mutation("H6", "host", "host/binder/src/ibinder.cpp", "missing call",
+             "a delivered death does not end its link",
+             "    core->onBinderDied(link->cookie);\n    fireUnlinked(*link);",
+             "    core->onBinderDied(link->cookie);"),
+    Mutation("H7", "host", "host/binder/src/ibinder.cpp", "missing call",
+             "a link to a dead binder never ends",
+             "    // A failed link ends at once.\n    fireUnlinked(*link);\n", ""),
+    Mutation("H8", "host", "host/binder/src/ibinder.cpp", "wrong condition",
+             "unlink matches any cookie of the binder",
+             "if ((*it)->binder == binder && (*it)->cookie == cookie) {",
+             "if ((*it)->binder == binder) {\n                (void)cookie;"),
+    Mutation("H9", "host", "host/binder/src/service_manager.cpp", "missing release",
+             "a replaced service keeps the registry's reference",
+             "    if (previous != nullptr) {\n        AIBinder_decStrong(previous);\n    }",
+             "    (void)previous;"),
+    Mutation("H10", "host", "host/binder/src/ibinder.cpp", "missing reference",
+             "an extension is stored without a reference of its own",
+             "    AIBinder_incStrong(ext);\n    AIBinder* old = nullptr;",
+             "    AIBinder* old = nullptr;"),
+    Mutation("H11", "host", "host/vpp_aidl/src/vendor/zux/hardware/vpp/VppPortParam.cpp",
+             "swapped argument", "port parameters written with height and width swapped",
+             "    _aidl_ret_status = ::ndk::AParcel_writeData(_aidl_parcel, height);\n"
+             "    if (_aidl_ret_status != STATUS_OK) return _aidl_ret_status;\n\n"
+             "    _aidl_ret_status = ::ndk::AParcel_writeData(_aidl_parcel, width);",
+             "    _aidl_ret_status = ::ndk::AParcel_writeData(_aidl_parcel, width);\n"
+             "    if (_aidl_ret_status != STATUS_OK) return _aidl_ret_status;\n\n"
+             "    _aidl_ret_status = ::ndk::AParcel_writeData(_aidl_parcel, height);"),
+    Mutation("H12", "host", "host/vpp_aidl/src/vendor/zux/hardware/vpp/FlushDone.cpp",
+             "missing skip", "fields of a newer peer are not skipped",
+             "    // Skips fields added by a newer peer.\n"
+             "    (void)AParcel_setDataPosition(_aidl_parcel, _aidl_start_pos + _aidl_parcelable_size);",
+             ""),
+    Mutation("H13", "host", "host/vpp_aidl/include/aidl/android/hardware/common/NativeHandle.h",
+             "wrong order", "a handle closes its descriptors first to last",
+             "for (auto it = fds.rbegin(); it != fds.rend(); ++it) {",
+             "for (auto it = fds.begin(); it != fds.end(); ++it) {"),
+    Mutation("H14", "host", "host/vpp_aidl/src/aidlcommonsupport/NativeHandle.cpp",
+             "lost flag", "dupToAidl's duplicates lose close-on-exec",
+             "to.fds.at(i).set(doDup ? fcntl(fd, F_DUPFD_CLOEXEC, 0) : fd);",
+             "to.fds.at(i).set(doDup ? fcntl(fd, F_DUPFD, 0) : fd);"),
+    Mutation("H15", "host", "host/camera/src/camera_buffers.cpp", "wrong size",
+             "4:2:0 planar chroma planes keep the full luma stride",
+             "layouts[1] = {Half(luma.height), Half(luma.stride), Half(luma.scanline)};",
+             "layouts[1] = {Half(luma.height), luma.stride, Half(luma.scanline)};"),
+    Mutation("H16", "host", "host/camera/src/camera_buffers.cpp", "lost flag",
+             "camera buffer memfds are inherited across exec",
+             "memfd_create(pName, MFD_CLOEXEC)", "memfd_create(pName, 0)"),
+    Mutation("H17", "host", "host/camera/src/ixolog.cpp", "wrong text",
+             "a stderr log line loses the function's opening parenthesis",
+             '            text += "() ";', '            text += ") ";'),
+    Mutation("H18", "host", "host/camera/src/pavoosutils.cpp", "missing carry",
+             "a timed wait's deadline keeps a nanosecond part of a second or more",
+             "    if (deadline.tv_nsec >= 1000000000L) {", "    if (deadline.tv_nsec < 0) {"),
+    # End to end: the death and shutdown paths between a node, the library and vppd.
+    Mutation("E1", "e2e", LIBRARY, "missing call", "the node is not told that the service died",
+             "        pNode->OnVppServiceDied();", "        (void)pNode;"),
+    Mutation("E2", "e2e", "tools/vppfrc/frc_node.cpp", "lost flag",
+             "the demo node fails on a death without recording it",
+             "    died_ = true;\n    FailLocked(\"the VPP service died\");",
+             "    FailLocked(\"the VPP service died\");"),
+    Mutation("E3", "e2e", "service/vppd/main.cpp", "wrong exit code",
+             "vppd stopped by a signal exits non-zero",
+             "                sessions);\n    }\n    return kExitOk;",
+             "                sessions);\n    }\n    return kExitFailed;"),
+    Mutation("E4", "e2e", "tools/vppfrc/convert.cpp", "wrong text",
+             "a run ended by the service's death says the conversion stopped",
+             '"the VPP service died after "', '"the VPP service stopped after "'),
+    Mutation("E5", "e2e", "tools/vppfrc/frc_node.cpp", "missing wake-up",
+             "a flush waits out its time after the service died",
+             "        return !failure_.empty() ||\n"
+             "               (freeInputs_.size() == inputs_.size() && idleOutputs_.size() == outputs_.size());",
+             "        return (freeInputs_.size() == inputs_.size() && idleOutputs_.size() == outputs_.size());"),
 ]
 
 
@@ -225,7 +318,18 @@ def tools_programs(build):
             ("vppfrc_cli_tests", os.path.join(build, "tests/tools/vppfrc/vppfrc_cli_tests"))]
 
 
-PROGRAMS = {"library": library_programs, "service": service_programs, "tools": tools_programs}
+def host_programs(build):
+    return [("host_binder_test", os.path.join(build, "tests/host/binder/host_binder_test")),
+            ("vpp_aidl_tests", os.path.join(build, "tests/host/vpp_aidl/vpp_aidl_tests")),
+            ("host_camera_test", os.path.join(build, "tests/host/camera/host_camera_test"))]
+
+
+def e2e_programs(build):
+    return [("e2e_tests", os.path.join(build, "tests/e2e/e2e_tests"))]
+
+
+PROGRAMS = {"library": library_programs, "service": service_programs, "tools": tools_programs,
+            "host": host_programs, "e2e": e2e_programs}
 
 
 def build(build_dir, targets, log):

@@ -7,7 +7,6 @@
 #include <gtest/gtest.h>
 
 #include <chrono>
-#include <fstream>
 #include <functional>
 #include <memory>
 #include <string>
@@ -20,18 +19,22 @@
 
 namespace e2e {
 
-using testsupport::SettledCount;
-
 // Shared-memory mappings (memfds) of a process: the frames it has mapped.
 inline int MemfdMappingCountOf(pid_t pid) {
     return testsupport::MappingCountOf(pid, "/memfd:");
 }
 
-enum class Transport { kEmbedded, kProcess };
-
-inline const char* TransportName(Transport transport) {
-    return transport == Transport::kEmbedded ? "Embedded" : "Process";
+// Polls until the condition holds; false after timeoutMs.
+inline bool Eventually(const std::function<bool()>& condition, int timeoutMs) {
+    const auto deadline = std::chrono::steady_clock::now() + std::chrono::milliseconds(timeoutMs);
+    while (!condition()) {
+        if (std::chrono::steady_clock::now() >= deadline) return false;
+        std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    }
+    return true;
 }
+
+enum class Transport { kEmbedded, kProcess };
 
 // The service registered as instance "default" (the one the library looks up) for the life of
 // the object.
@@ -42,11 +45,8 @@ class TestService {
         std::unique_ptr<TestService> service(new TestService());
         if (transport == Transport::kEmbedded) {
             service->handle_ = vppservice::RegisterService();
-            if (service->handle_ == nullptr) {
-                *why = "the name is taken";
-                return nullptr;
-            }
-            return service;
+            if (service->handle_ == nullptr) *why = "the name is taken";
+            return service->handle_ ? std::move(service) : nullptr;
         }
         vppservice::DaemonOptions options;
         options.socketDir = testsupport::TestSocketFolder();
@@ -63,13 +63,12 @@ class TestService {
         return service;
     }
 
-    bool embedded() const { return handle_ != nullptr; }
-    // The daemon (process leg only).
-    vppservice::DaemonProcess* daemon() const { return daemon_.get(); }
     // Sessions alive in an embedded service; -1 for a daemon.
     int liveSessions() const {
         return handle_ ? static_cast<int>(handle_->liveSessionCount()) : -1;
     }
+    // The daemon (process leg only).
+    vppservice::DaemonProcess* daemon() const { return daemon_.get(); }
 
   private:
     TestService() = default;

@@ -1,6 +1,7 @@
 // The service in a vppd child dies (SIGKILL) while the node is idle, while it queues, while a
-// flush waits, and inside a callback: the node notices within a second and nothing hangs. A
-// client killed in mid-stream leaves the daemon with the descriptors and mappings it had.
+// flush waits, inside a callback, or stops on SIGTERM: the node notices within a second and
+// nothing hangs. A client killed in mid-stream leaves the daemon with the descriptors and
+// mappings it had.
 #include <binder_host/binder_host.h>
 #include <camera_host/camera_host.h>
 #include <gtest/gtest.h>
@@ -11,7 +12,6 @@
 #include <atomic>
 #include <chrono>
 #include <condition_variable>
-#include <functional>
 #include <future>
 #include <mutex>
 #include <string>
@@ -20,59 +20,44 @@
 
 #include "e2e_service.h"
 #include "frc_node.h"
-#include "media/progress.h"
 #include "vppfrc_test_util.h"
 
 namespace {
 
 using Clock = std::chrono::steady_clock;
-using vppfrc::FrcMode;
+using e2e::Eventually;
 using vppfrc::FrcNode;
-using vppfrc::FrcNodeConfig;
-using vppfrc_test::Frame;
 
-constexpr int kWidth = 64;
-constexpr int kHeight = 48;
 constexpr double kNoticeLimit = 1.0;  // seconds from the death to the node's notice
 
 double SecondsSince(Clock::time_point start) {
     return std::chrono::duration<double>(Clock::now() - start).count();
 }
 
-// Polls until the condition holds; false after timeoutMs.
-bool Eventually(const std::function<bool()>& condition, int timeoutMs) {
-    const auto deadline = Clock::now() + std::chrono::milliseconds(timeoutMs);
-    while (!condition()) {
-        if (Clock::now() >= deadline) return false;
-        std::this_thread::sleep_for(std::chrono::milliseconds(1));
-    }
-    return true;
-}
-
-FrcNodeConfig Config() {
-    FrcNodeConfig config;
-    config.width = kWidth;
-    config.height = kHeight;
-    config.mode = FrcMode::kBlend;
-    config.factor = 2;
-    return config;
-}
-
 class ServiceDeath : public ::testing::Test {
   protected:
     void SetUp() override {
         camera_host::SetStderrLogging(false);
-        descriptors_ = testsupport::OpenDescriptorCount();
         std::string why;
         service_ = e2e::TestService::Start(e2e::Transport::kProcess, &why);
         if (service_ == nullptr) GTEST_SKIP() << "no service in a separate process: " << why;
-        frames_ = vppfrc_test::NoiseFrames(kWidth, kHeight, 8);
     }
     void TearDown() override {
+        node_.reset();
         service_.reset();
         ABinderHost_flushPool();
         EXPECT_EQ(testsupport::OpenDescriptorCount(), descriptors_) << "descriptors leaked";
         camera_host::SetStderrLogging(true);
+    }
+    // A started blend x2 node of 64x48 frames.
+    void StartNode(FrcNode::FrameConsumer consumer = nullptr) {
+        vppfrc::FrcNodeConfig config;
+        config.width = 64;
+        config.height = 48;
+        config.mode = vppfrc::FrcMode::kBlend;
+        config.factor = 2;
+        node_ = std::make_unique<FrcNode>(config, std::move(consumer));
+        ASSERT_EQ(node_->Start(), LumResultSuccess) << node_->failure();
     }
     // SIGKILL, and the time it was sent.
     Clock::time_point Kill() {
@@ -82,41 +67,37 @@ class ServiceDeath : public ::testing::Test {
     }
     // The node noticed the death within the limit; its close (the destructor waits for it)
     // then ends promptly too.
-    static void ExpectNoticedAndClosed(std::unique_ptr<FrcNode>* node, Clock::time_point killedAt) {
-        EXPECT_TRUE(Eventually([&] { return (*node)->serviceDied(); }, 5000));
+    void ExpectNoticedAndClosed(Clock::time_point killedAt) {
+        EXPECT_TRUE(Eventually([&] { return node_->serviceDied(); }, 5000));
         EXPECT_LT(SecondsSince(killedAt), kNoticeLimit);
         const auto stopAt = Clock::now();
-        (*node)->Stop();
-        node->reset();
+        node_->Stop();
+        node_.reset();
         EXPECT_LT(SecondsSince(stopAt), kNoticeLimit) << "close against a dead service";
     }
 
+    const int descriptors_ = testsupport::OpenDescriptorCount();
+    const std::vector<vppfrc_test::Frame> frames_ = vppfrc_test::NoiseFrames(64, 48, 8);
     std::unique_ptr<e2e::TestService> service_;
-    std::vector<Frame> frames_;
-    int descriptors_ = 0;
+    std::unique_ptr<FrcNode> node_;
 };
 
 TEST_F(ServiceDeath, WhileIdle) {
-    auto node = std::make_unique<FrcNode>(Config(), nullptr);
-    ASSERT_EQ(node->Start(), LumResultSuccess) << node->failure();
+    StartNode();
     const auto killedAt = Kill();
-    EXPECT_TRUE(Eventually([&] { return node->serviceDied(); }, 5000));
-    EXPECT_EQ(node->QueueFrame(frames_[0].data(), 0), LumResultEFailed);
-    ExpectNoticedAndClosed(&node, killedAt);
+    EXPECT_TRUE(Eventually([&] { return node_->serviceDied(); }, 5000));
+    EXPECT_EQ(node_->QueueFrame(frames_[0].data(), 0), LumResultEFailed);
+    ExpectNoticedAndClosed(killedAt);
 }
 
 TEST_F(ServiceDeath, WhileQueueing) {
-    auto node = std::make_unique<FrcNode>(Config(), nullptr);
-    ASSERT_EQ(node->Start(), LumResultSuccess) << node->failure();
+    StartNode();
     std::atomic<int> queued{0};
     std::atomic<bool> refused{false};
     std::thread feeder([&] {
-        for (int k = 0; k < 100000 && !refused; ++k) {
-            if (node->QueueFrame(frames_[k % frames_.size()].data(), k * 1000) !=
-                LumResultSuccess) {
-                refused = true;
-            }
-            queued++;
+        for (int k = 0; k < 100000 && !refused; ++k, ++queued) {
+            refused =
+                node_->QueueFrame(frames_[k % frames_.size()].data(), k * 1000) != LumResultSuccess;
         }
     });
     ASSERT_TRUE(Eventually([&] { return queued >= 5; }, 5000));
@@ -124,7 +105,7 @@ TEST_F(ServiceDeath, WhileQueueing) {
     EXPECT_TRUE(Eventually([&] { return refused.load(); }, 5000)) << "queueing did not stop";
     EXPECT_LT(SecondsSince(killedAt), kNoticeLimit);
     feeder.join();
-    ExpectNoticedAndClosed(&node, killedAt);
+    ExpectNoticedAndClosed(killedAt);
 }
 
 TEST_F(ServiceDeath, WhileAFlushWaitsAndInsideACallback) {
@@ -135,56 +116,51 @@ TEST_F(ServiceDeath, WhileAFlushWaitsAndInsideACallback) {
     std::condition_variable released;
     bool release = false;
     std::atomic<bool> inCallback{false};
-    auto node = std::make_unique<FrcNode>(Config(), [&](const vppfrc::OutputFrame&) {
+    StartNode([&](const vppfrc::OutputFrame&) {
         inCallback = true;
         std::unique_lock<std::mutex> lock(mutex);
         released.wait(lock, [&] { return release; });
         return true;
     });
-    ASSERT_EQ(node->Start(), LumResultSuccess) << node->failure();
     for (int k = 0; k < 3; ++k) {
-        ASSERT_EQ(node->QueueFrame(frames_[k].data(), k * 1000), LumResultSuccess);
+        ASSERT_EQ(node_->QueueFrame(frames_[k].data(), k * 1000), LumResultSuccess);
     }
     ASSERT_TRUE(Eventually([&] { return inCallback.load(); }, 5000));
-    auto flush = std::async(std::launch::async, [&] { return node->Flush(20000); });
+    auto flush = std::async(std::launch::async, [&] { return node_->Flush(20000); });
     std::this_thread::sleep_for(std::chrono::milliseconds(50));
     const auto killedAt = Kill();
-    ASSERT_EQ(flush.wait_for(std::chrono::seconds(2)), std::future_status::ready)
+    EXPECT_EQ(flush.wait_for(std::chrono::seconds(2)), std::future_status::ready)
         << "the flush still waits for a dead service";
     EXPECT_LT(SecondsSince(killedAt), kNoticeLimit);
-    EXPECT_NE(flush.get(), LumResultSuccess);
     {
         std::lock_guard<std::mutex> lock(mutex);
         release = true;
     }
     released.notify_all();
-    ExpectNoticedAndClosed(&node, killedAt);
+    EXPECT_NE(flush.get(), LumResultSuccess);
+    ExpectNoticedAndClosed(killedAt);
 }
 
 TEST_F(ServiceDeath, KilledFromInsideACallback) {
     std::atomic<bool> killed{false};
     Clock::time_point killedAt;
-    auto node = std::make_unique<FrcNode>(Config(), [&](const vppfrc::OutputFrame&) {
+    StartNode([&](const vppfrc::OutputFrame&) {
         if (!killed.exchange(true)) killedAt = Kill();
         return true;
     });
-    ASSERT_EQ(node->Start(), LumResultSuccess) << node->failure();
-    for (int k = 0; k < 3 && !killed; ++k) {
-        node->QueueFrame(frames_[k].data(), k * 1000);
-    }
+    for (int k = 0; k < 3 && !killed; ++k) node_->QueueFrame(frames_[k].data(), k * 1000);
     ASSERT_TRUE(Eventually([&] { return killed.load(); }, 5000));
-    EXPECT_FALSE(node->WaitForEnd(5000));
-    ExpectNoticedAndClosed(&node, killedAt);
+    EXPECT_FALSE(node_->WaitForEnd(5000));
+    ExpectNoticedAndClosed(killedAt);
 }
 
 TEST_F(ServiceDeath, SigtermEndsTheSessionsAndVppdExitsZero) {
-    auto node = std::make_unique<FrcNode>(Config(), nullptr);
-    ASSERT_EQ(node->Start(), LumResultSuccess) << node->failure();
-    ASSERT_EQ(node->QueueFrame(frames_[0].data(), 0), LumResultSuccess);
+    StartNode();
+    ASSERT_EQ(node_->QueueFrame(frames_[0].data(), 0), LumResultSuccess);
     const int status = service_->daemon()->Stop();
     EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0) << "vppd status " << status;
     // Counted from the exit: the clean shutdown before it takes its own time.
-    ExpectNoticedAndClosed(&node, Clock::now());
+    ExpectNoticedAndClosed(Clock::now());
 }
 
 TEST(ClientDeath, AClientKilledInMidStreamLeavesTheDaemonAsItWas) {

@@ -26,7 +26,7 @@ struct Event {
     bool onPoolThread;
 };
 
-// Records every callback of the recipients created by the tests below.
+// Records every callback of the recipients made by newRecipient.
 struct Recorder {
     std::mutex mutex;
     std::vector<Event> events;
@@ -43,6 +43,12 @@ struct Recorder {
         std::lock_guard<std::mutex> lock(mutex);
         std::vector<Event> out;
         out.swap(events);
+        return out;
+    }
+    // The kinds of the events since the last take, in order.
+    std::string kinds() {
+        std::string out;
+        for (const Event& event : take()) out += (out.empty() ? "" : " ") + event.kind;
         return out;
     }
     static void onDied(void* cookie) { get().add("died", cookie); }
@@ -67,6 +73,11 @@ class DeathTest : public ::testing::Test {
         ASSERT_EQ(ABinderHost_flushPool(), STATUS_OK);
         ABinderHost_resetForTesting();
     }
+    std::string declareDeadAndFlush() {
+        EXPECT_EQ(ABinderHost_declareDead(kInstance), STATUS_OK);
+        EXPECT_EQ(ABinderHost_flushPool(), STATUS_OK);
+        return Recorder::get().kinds();
+    }
 
     static constexpr const char* kInstance = "test.death/default";
     ndk::SpAIBinder service_;
@@ -78,28 +89,19 @@ TEST_F(DeathTest, DeclareDeadDeliversEachLinkOnceOnPoolThread) {
     auto recipient = newRecipient();
     ASSERT_EQ(AIBinder_linkToDeath(service_.get(), recipient.get(), &cookieA_), STATUS_OK);
     ASSERT_EQ(AIBinder_linkToDeath(service_.get(), recipient.get(), &cookieB_), STATUS_OK);
-
     ASSERT_EQ(ABinderHost_declareDead(kInstance), STATUS_OK);
     ASSERT_EQ(ABinderHost_flushPool(), STATUS_OK);
+    // Per link: onBinderDied, then onUnlinked with the same cookie, both on the pool.
     std::vector<Event> events = Recorder::get().take();
     ASSERT_EQ(events.size(), 4u);
-    int died[2] = {0, 0};
-    for (size_t i = 0; i < events.size(); ++i) {
-        EXPECT_TRUE(events[i].onPoolThread);
-        int which = events[i].cookie == &cookieA_ ? 0 : 1;
-        if (events[i].kind == "died") {
-            ++died[which];
-            // onUnlinked follows onBinderDied for the same link.
-            ASSERT_LT(i + 1, events.size());
-            EXPECT_EQ(events[i + 1].kind, "unlinked");
-            EXPECT_EQ(events[i + 1].cookie, events[i].cookie);
-            ++i;
-        } else {
-            ADD_FAILURE() << "onUnlinked before onBinderDied";
-        }
+    std::vector<void*> died;
+    for (size_t i = 0; i < events.size(); i += 2) {
+        EXPECT_EQ(events[i].kind + " " + events[i + 1].kind, "died unlinked");
+        EXPECT_EQ(events[i + 1].cookie, events[i].cookie);
+        EXPECT_TRUE(events[i].onPoolThread && events[i + 1].onPoolThread);
+        died.push_back(events[i].cookie);
     }
-    EXPECT_EQ(died[0], 1);
-    EXPECT_EQ(died[1], 1);
+    EXPECT_NE(died[0], died[1]);
 
     // The binder stays dead and its links are gone.
     EXPECT_FALSE(AIBinder_isAlive(service_.get()));
@@ -117,20 +119,17 @@ TEST_F(DeathTest, DeclareDeadDeliversEachLinkOnceOnPoolThread) {
     EXPECT_EQ(ABinderHost_declareDead(kInstance), STATUS_NAME_NOT_FOUND);
     EXPECT_EQ(ABinderHost_declareBinderDead(service_.get()), STATUS_DEAD_OBJECT);
     ASSERT_EQ(ABinderHost_flushPool(), STATUS_OK);
-    EXPECT_TRUE(Recorder::get().take().empty());  // nothing delivered twice
-}
+    EXPECT_EQ(Recorder::get().kinds(), "");  // nothing delivered twice
 
-TEST_F(DeathTest, LinkToDeadBinderFailsAndEndsAtOnce) {
-    ASSERT_EQ(ABinderHost_declareBinderDead(service_.get()), STATUS_OK);
-    auto recipient = newRecipient();
+    // A link to a dead binder fails and ends at once, inside linkToDeath itself.
     EXPECT_EQ(AIBinder_linkToDeath(service_.get(), recipient.get(), &cookieA_), STATUS_DEAD_OBJECT);
-    std::vector<Event> events = Recorder::get().take();
+    events = Recorder::get().take();
     ASSERT_EQ(events.size(), 1u);
     EXPECT_EQ(events[0].kind, "unlinked");
-    EXPECT_FALSE(events[0].onPoolThread);  // inside linkToDeath itself
+    EXPECT_FALSE(events[0].onPoolThread);
 }
 
-TEST_F(DeathTest, UnlinkResults) {
+TEST_F(DeathTest, UnlinkMatchesTheExactLinkAndEndsIt) {
     auto recipient = newRecipient();
     auto other = newRecipient();
     EXPECT_EQ(AIBinder_linkToDeath(nullptr, recipient.get(), nullptr), STATUS_UNEXPECTED_NULL);
@@ -138,186 +137,97 @@ TEST_F(DeathTest, UnlinkResults) {
     EXPECT_EQ(AIBinder_unlinkToDeath(nullptr, recipient.get(), nullptr), STATUS_UNEXPECTED_NULL);
     EXPECT_EQ(AIBinder_unlinkToDeath(service_.get(), nullptr, nullptr), STATUS_UNEXPECTED_NULL);
 
+    // The same cookie twice makes two links; only the exact (binder, cookie) pair of the same
+    // recipient matches, one link per unlink.
     ASSERT_EQ(AIBinder_linkToDeath(service_.get(), recipient.get(), &cookieA_), STATUS_OK);
-    // Only the exact (binder, cookie) pair of the same recipient matches.
-    EXPECT_EQ(AIBinder_unlinkToDeath(service_.get(), recipient.get(), &cookieB_),
-              STATUS_NAME_NOT_FOUND);
+    ASSERT_EQ(AIBinder_linkToDeath(service_.get(), recipient.get(), &cookieA_), STATUS_OK);
+    ASSERT_EQ(AIBinder_linkToDeath(service_.get(), recipient.get(), &cookieB_), STATUS_OK);
     EXPECT_EQ(AIBinder_unlinkToDeath(service_.get(), other.get(), &cookieA_),
               STATUS_NAME_NOT_FOUND);
-    EXPECT_TRUE(Recorder::get().take().empty());
-    EXPECT_EQ(AIBinder_unlinkToDeath(service_.get(), recipient.get(), &cookieA_), STATUS_OK);
-    std::vector<Event> events = Recorder::get().take();
-    ASSERT_EQ(events.size(), 1u);
-    EXPECT_EQ(events[0].kind, "unlinked");
-    EXPECT_EQ(AIBinder_unlinkToDeath(service_.get(), recipient.get(), &cookieA_),
+    EXPECT_EQ(Recorder::get().kinds(), "");
+    EXPECT_EQ(AIBinder_unlinkToDeath(service_.get(), recipient.get(), &cookieB_), STATUS_OK);
+    EXPECT_EQ(AIBinder_unlinkToDeath(service_.get(), recipient.get(), &cookieB_),
               STATUS_NAME_NOT_FOUND);
-
-    // Unlinked pairs get no death.
-    ASSERT_EQ(ABinderHost_declareDead(kInstance), STATUS_OK);
-    ASSERT_EQ(ABinderHost_flushPool(), STATUS_OK);
-    EXPECT_TRUE(Recorder::get().take().empty());
-}
-
-TEST_F(DeathTest, SameCookieTwiceMakesTwoLinks) {
-    auto recipient = newRecipient();
-    ASSERT_EQ(AIBinder_linkToDeath(service_.get(), recipient.get(), &cookieA_), STATUS_OK);
-    ASSERT_EQ(AIBinder_linkToDeath(service_.get(), recipient.get(), &cookieA_), STATUS_OK);
     EXPECT_EQ(AIBinder_unlinkToDeath(service_.get(), recipient.get(), &cookieA_), STATUS_OK);
-    Recorder::get().take();
-    ASSERT_EQ(ABinderHost_declareDead(kInstance), STATUS_OK);
-    ASSERT_EQ(ABinderHost_flushPool(), STATUS_OK);
-    std::vector<Event> events = Recorder::get().take();
-    ASSERT_EQ(events.size(), 2u);
-    EXPECT_EQ(events[0].kind, "died");
+    EXPECT_EQ(Recorder::get().kinds(), "unlinked unlinked");
+    // Unlinked pairs get no death; the one left does.
+    EXPECT_EQ(declareDeadAndFlush(), "died unlinked");
 }
 
-TEST_F(DeathTest, DeletingRecipientDropsItsLinks) {
+TEST_F(DeathTest, DeletedRecipientOrDestroyedBinderEndsLinksWithoutDeath) {
     ndk::SpAIBinder second(AIBinder_new(Counted::clazz(), nullptr));
     auto recipient = newRecipient();
     ASSERT_EQ(AIBinder_linkToDeath(service_.get(), recipient.get(), &cookieA_), STATUS_OK);
     ASSERT_EQ(AIBinder_linkToDeath(second.get(), recipient.get(), &cookieB_), STATUS_OK);
     recipient.set(nullptr);
-    std::vector<Event> events = Recorder::get().take();
-    ASSERT_EQ(events.size(), 2u);
-    EXPECT_EQ(events[0].kind, "unlinked");
-    EXPECT_EQ(events[1].kind, "unlinked");
-
-    ASSERT_EQ(ABinderHost_declareDead(kInstance), STATUS_OK);
+    EXPECT_EQ(Recorder::get().kinds(), "unlinked unlinked");
     ASSERT_EQ(ABinderHost_declareBinderDead(second.get()), STATUS_OK);
-    ASSERT_EQ(ABinderHost_flushPool(), STATUS_OK);
-    EXPECT_TRUE(Recorder::get().take().empty());
+    EXPECT_EQ(declareDeadAndFlush(), "");
     AIBinder_DeathRecipient_delete(nullptr);
     EXPECT_EQ(AIBinder_DeathRecipient_new(nullptr), nullptr);
-}
 
-TEST_F(DeathTest, DestroyedBinderEndsLinksWithoutDeath) {
     ndk::SpAIBinder transient(AIBinder_new(Counted::clazz(), nullptr));
-    auto recipient = newRecipient();
-    ASSERT_EQ(AIBinder_linkToDeath(transient.get(), recipient.get(), &cookieA_), STATUS_OK);
+    auto another = newRecipient();
+    ASSERT_EQ(AIBinder_linkToDeath(transient.get(), another.get(), &cookieA_), STATUS_OK);
     transient.set(nullptr);
-    std::vector<Event> events = Recorder::get().take();
-    ASSERT_EQ(events.size(), 1u);
-    EXPECT_EQ(events[0].kind, "unlinked");
+    EXPECT_EQ(Recorder::get().kinds(), "unlinked");
 }
 
-// Recipients whose callbacks call back into the binder layer.
-struct Reentrant {
-    static Reentrant* current;
-    AIBinder* binder = nullptr;
-    AIBinder* other = nullptr;
-    AIBinder_DeathRecipient* self = nullptr;
-    binder_status_t unlinkResult = STATUS_OK;
-    binder_status_t relinkResult = STATUS_OK;
-    std::atomic<int> unlinkedCalls{0};
-
-    static void onDied(void* cookie) {
-        Reentrant* r = current;
-        r->unlinkResult = AIBinder_unlinkToDeath(r->binder, r->self, cookie);
-        r->relinkResult = AIBinder_linkToDeath(r->other, r->self, cookie);
-        AIBinder_DeathRecipient_delete(r->self);
-    }
-    static void onUnlinked(void*) { current->unlinkedCalls++; }
-};
-Reentrant* Reentrant::current = nullptr;
-
+// A death callback may unlink, link again elsewhere and delete its own recipient.
 TEST_F(DeathTest, CallbacksMayUnlinkRelinkAndDeleteThemselves) {
-    ndk::SpAIBinder other(AIBinder_new(Counted::clazz(), nullptr));
-    Reentrant state;
-    Reentrant::current = &state;
-    state.binder = service_.get();
-    state.other = other.get();
-    state.self = AIBinder_DeathRecipient_new(Reentrant::onDied);
-    AIBinder_DeathRecipient_setOnUnlinked(state.self, Reentrant::onUnlinked);
-    ASSERT_EQ(AIBinder_linkToDeath(service_.get(), state.self, &cookieA_), STATUS_OK);
-
-    ASSERT_EQ(ABinderHost_declareDead(kInstance), STATUS_OK);
-    ASSERT_EQ(ABinderHost_flushPool(), STATUS_OK);
+    static ndk::SpAIBinder other;
+    static AIBinder* binder = nullptr;
+    static AIBinder_DeathRecipient* self = nullptr;
+    static binder_status_t unlinkResult = STATUS_OK;
+    static binder_status_t relinkResult = STATUS_UNKNOWN_ERROR;
+    static std::atomic<int> unlinkedCalls{0};
+    other = ndk::SpAIBinder(AIBinder_new(Counted::clazz(), nullptr));
+    binder = service_.get();
+    self = AIBinder_DeathRecipient_new([](void* cookie) {
+        unlinkResult = AIBinder_unlinkToDeath(binder, self, cookie);
+        relinkResult = AIBinder_linkToDeath(other.get(), self, cookie);
+        AIBinder_DeathRecipient_delete(self);
+    });
+    AIBinder_DeathRecipient_setOnUnlinked(self, [](void*) { unlinkedCalls++; });
+    ASSERT_EQ(AIBinder_linkToDeath(service_.get(), self, &cookieA_), STATUS_OK);
+    EXPECT_EQ(declareDeadAndFlush(), "");
     // The dying link was already removed; the new link was dropped by the delete.
-    EXPECT_EQ(state.unlinkResult, STATUS_NAME_NOT_FOUND);
-    EXPECT_EQ(state.relinkResult, STATUS_OK);
-    EXPECT_EQ(state.unlinkedCalls.load(), 2);
+    EXPECT_EQ(unlinkResult, STATUS_NAME_NOT_FOUND);
+    EXPECT_EQ(relinkResult, STATUS_OK);
+    EXPECT_EQ(unlinkedCalls.load(), 2);
+    other.set(nullptr);
 }
-
-// A recipient that blocks in onBinderDied until released.
-struct Blocking {
-    static Blocking* current;
-    std::mutex mutex;
-    std::condition_variable cv;
-    bool entered = false;
-    bool release = false;
-    std::atomic<bool> finished{false};
-
-    static void onDied(void*) {
-        Blocking* b = current;
-        std::unique_lock<std::mutex> lock(b->mutex);
-        b->entered = true;
-        b->cv.notify_all();
-        b->cv.wait(lock, [b]() { return b->release; });
-        b->finished = true;
-    }
-};
-Blocking* Blocking::current = nullptr;
 
 TEST_F(DeathTest, DeleteWaitsForCallbackRunningElsewhere) {
-    Blocking state;
-    Blocking::current = &state;
-    AIBinder_DeathRecipient* recipient = AIBinder_DeathRecipient_new(Blocking::onDied);
+    // A recipient that blocks in onBinderDied until released.
+    static std::mutex mutex;
+    static std::condition_variable cv;
+    static bool entered = false;
+    static bool release = false;
+    static std::atomic<bool> finished{false};
+    AIBinder_DeathRecipient* recipient = AIBinder_DeathRecipient_new([](void*) {
+        std::unique_lock<std::mutex> lock(mutex);
+        entered = true;
+        cv.notify_all();
+        cv.wait(lock, [] { return release; });
+        finished = true;
+    });
     ASSERT_EQ(AIBinder_linkToDeath(service_.get(), recipient, nullptr), STATUS_OK);
     ASSERT_EQ(ABinderHost_declareDead(kInstance), STATUS_OK);
     {
-        std::unique_lock<std::mutex> lock(state.mutex);
-        state.cv.wait(lock, [&]() { return state.entered; });
+        std::unique_lock<std::mutex> lock(mutex);
+        cv.wait(lock, [] { return entered; });
     }
-    std::atomic<bool> deleted{false};
     std::thread deleter([&]() {
         AIBinder_DeathRecipient_delete(recipient);
-        // Once delete returns the callback must have finished.
-        EXPECT_TRUE(state.finished.load());
-        deleted = true;
+        EXPECT_TRUE(finished.load()) << "delete returned while the callback ran";
     });
     {
-        std::lock_guard<std::mutex> lock(state.mutex);
-        state.release = true;
+        std::lock_guard<std::mutex> lock(mutex);
+        release = true;
     }
-    state.cv.notify_all();
+    cv.notify_all();
     deleter.join();
-    EXPECT_TRUE(deleted.load());
-}
-
-TEST_F(DeathTest, ConcurrentLinkUnlinkAndDeathEndEveryLinkOnce) {
-    constexpr int kThreads = 4;
-    constexpr int kLinksPerThread = 200;
-    auto recipient = newRecipient();
-    std::vector<int> cookies(kThreads * kLinksPerThread);
-    std::atomic<int> linked{0};
-    std::vector<std::thread> threads;
-    for (int t = 0; t < kThreads; ++t) {
-        threads.emplace_back([&, t]() {
-            for (int i = 0; i < kLinksPerThread; ++i) {
-                void* cookie = &cookies[t * kLinksPerThread + i];
-                if (AIBinder_linkToDeath(service_.get(), recipient.get(), cookie) == STATUS_OK) {
-                    linked++;
-                }
-                if (i % 2 == 0) {
-                    AIBinder_unlinkToDeath(service_.get(), recipient.get(), cookie);
-                }
-            }
-        });
-    }
-    ASSERT_EQ(ABinderHost_declareDead(kInstance), STATUS_OK);
-    for (std::thread& thread : threads) {
-        thread.join();
-    }
-    ASSERT_EQ(ABinderHost_flushPool(), STATUS_OK);
-    std::vector<Event> events = Recorder::get().take();
-    int unlinked = 0;
-    int died = 0;
-    for (const Event& event : events) {
-        (event.kind == "died" ? died : unlinked)++;
-    }
-    // Every attempted link ended exactly once (failed links end inside linkToDeath).
-    EXPECT_EQ(unlinked, kThreads * kLinksPerThread);
-    EXPECT_LE(died, linked.load());
 }
 
 TEST(DeathBeforePoolStart, DeliveredOnceThePoolStarts) {
@@ -325,9 +235,7 @@ TEST(DeathBeforePoolStart, DeliveredOnceThePoolStarts) {
     GTEST_FLAG_SET(death_test_style, "threadsafe");
     EXPECT_EXIT(
         {
-            if (ABinderProcess_isThreadPoolStarted()) {
-                _exit(2);
-            }
+            if (ABinderProcess_isThreadPoolStarted()) _exit(2);
             ndk::SpAIBinder binder(AIBinder_new(Counted::clazz(), nullptr));
             auto recipient = newRecipient();
             int cookie = 0;
@@ -339,9 +247,7 @@ TEST(DeathBeforePoolStart, DeliveredOnceThePoolStarts) {
                 _exit(4);
             }
             ABinderProcess_startThreadPool();
-            if (ABinderHost_flushPool() != STATUS_OK) {
-                _exit(5);
-            }
+            if (ABinderHost_flushPool() != STATUS_OK) _exit(5);
             std::vector<Event> events = Recorder::get().take();
             bool ok = events.size() == 2 && events[0].kind == "died" && events[0].onPoolThread;
             _exit(ok ? 0 : 6);

@@ -1,103 +1,113 @@
-// Tests of AStatus construction, pruning, queries and description text, and of ScopedAStatus.
+// Tests of AStatus construction, pruning, queries and description text, and of the scoped owners
+// ScopedAStatus and ScopedFileDescriptor.
 #include <android/binder_auto_utils.h>
 #include <android/binder_status.h>
+#include <fcntl.h>
 #include <gtest/gtest.h>
+#include <syslog.h>
+#include <unistd.h>
 
 #include <sstream>
 #include <string>
 
+#include "test_support.h"
+
 namespace {
 
-std::string describe(AStatus* status) {
-    ndk::ScopedAStatus owned(status);
-    return owned.getDescription();
-}
+using binder_test::openFdCount;
 
-TEST(Status, FromStatusOkIsOkAndSeparateFromSingleton) {
-    AStatus* ok = AStatus_fromStatus(STATUS_OK);
-    AStatus* singleton = AStatus_newOk();
-    EXPECT_NE(ok, singleton);
-    EXPECT_TRUE(AStatus_isOk(ok));
-    EXPECT_EQ(AStatus_getStatus(ok), STATUS_OK);
-    EXPECT_EQ(AStatus_getExceptionCode(ok), EX_NONE);
-    EXPECT_STREQ(AStatus_getMessage(ok), "");
-    AStatus_delete(ok);
-    // Deleting the singleton any number of times is harmless.
-    AStatus_delete(singleton);
+TEST(Status, PruningQueriesAndDescriptions) {
+    struct Case {
+        AStatus* status;
+        binder_exception_t exception;
+        binder_status_t transport;
+        int32_t serviceSpecific;
+        const char* description;
+    } cases[] = {
+        {AStatus_fromStatus(STATUS_OK), EX_NONE, STATUS_OK, 0, "No error"},
+        {AStatus_fromStatus(STATUS_DEAD_OBJECT), EX_TRANSACTION_FAILED, STATUS_DEAD_OBJECT, 0,
+         "Status(-129, EX_TRANSACTION_FAILED): 'DEAD_OBJECT: '"},
+        {AStatus_fromStatus(STATUS_UNEXPECTED_NULL), EX_TRANSACTION_FAILED, STATUS_UNEXPECTED_NULL,
+         0, "Status(-129, EX_TRANSACTION_FAILED): 'UNEXPECTED_NULL: '"},
+        // Values outside the status table become STATUS_UNKNOWN_ERROR.
+        {AStatus_fromStatus(-12345), EX_TRANSACTION_FAILED, STATUS_UNKNOWN_ERROR, 0, nullptr},
+        {AStatus_fromStatus(-EBUSY), EX_TRANSACTION_FAILED, STATUS_UNKNOWN_ERROR, 0, nullptr},
+        // Unknown exception codes become EX_TRANSACTION_FAILED carrying FAILED_TRANSACTION.
+        {AStatus_fromExceptionCode(42), EX_TRANSACTION_FAILED, STATUS_FAILED_TRANSACTION, 0,
+         nullptr},
+        {AStatus_fromExceptionCode(EX_TRANSACTION_FAILED), EX_TRANSACTION_FAILED,
+         STATUS_FAILED_TRANSACTION, 0,
+         "Status(-129, EX_TRANSACTION_FAILED): 'FAILED_TRANSACTION: '"},
+        // Only transaction failures carry a status.
+        {AStatus_fromExceptionCodeWithMessage(EX_ILLEGAL_ARGUMENT, "width"), EX_ILLEGAL_ARGUMENT,
+         STATUS_OK, 0, "Status(-3, EX_ILLEGAL_ARGUMENT): 'width'"},
+        {AStatus_fromExceptionCode(EX_SECURITY), EX_SECURITY, STATUS_OK, 0,
+         "Status(-1, EX_SECURITY): ''"},
+        {AStatus_fromServiceSpecificError(0), EX_SERVICE_SPECIFIC, STATUS_OK, 0, nullptr},
+        {AStatus_fromServiceSpecificErrorWithMessage(42, "boom"), EX_SERVICE_SPECIFIC, STATUS_OK,
+         42, "Status(-8, EX_SERVICE_SPECIFIC): '42: boom'"},
+    };
+    for (const Case& c : cases) {
+        ndk::ScopedAStatus status(c.status);
+        SCOPED_TRACE(status.getDescription());
+        EXPECT_EQ(status.isOk(), c.exception == EX_NONE);
+        EXPECT_EQ(status.getExceptionCode(), c.exception);
+        EXPECT_EQ(status.getStatus(), c.transport);
+        EXPECT_EQ(status.getServiceSpecificError(), c.serviceSpecific);
+        if (c.description != nullptr) {
+            EXPECT_EQ(status.getDescription(), c.description);
+        }
+    }
+    // The OK singleton is never freed; NULL is not OK.
     AStatus_delete(AStatus_newOk());
     EXPECT_TRUE(AStatus_isOk(AStatus_newOk()));
-}
-
-TEST(Status, TransportStatusesAndPruning) {
-    ndk::ScopedAStatus dead = ndk::ScopedAStatus::fromStatus(STATUS_DEAD_OBJECT);
-    EXPECT_FALSE(dead.isOk());
-    EXPECT_EQ(dead.getExceptionCode(), EX_TRANSACTION_FAILED);
-    EXPECT_EQ(dead.getStatus(), STATUS_DEAD_OBJECT);
-    EXPECT_EQ(dead.getServiceSpecificError(), 0);
-
-    // Values outside the status table become STATUS_UNKNOWN_ERROR.
-    ndk::ScopedAStatus odd = ndk::ScopedAStatus::fromStatus(-12345);
-    EXPECT_EQ(odd.getStatus(), STATUS_UNKNOWN_ERROR);
-    ndk::ScopedAStatus errnoLike = ndk::ScopedAStatus::fromStatus(-EBUSY);
-    EXPECT_EQ(errnoLike.getStatus(), STATUS_UNKNOWN_ERROR);
-
-    // Unknown exception codes become EX_TRANSACTION_FAILED carrying FAILED_TRANSACTION.
-    ndk::ScopedAStatus weird = ndk::ScopedAStatus::fromExceptionCode(42);
-    EXPECT_EQ(weird.getExceptionCode(), EX_TRANSACTION_FAILED);
-    EXPECT_EQ(weird.getStatus(), STATUS_FAILED_TRANSACTION);
-    ndk::ScopedAStatus failed = ndk::ScopedAStatus::fromExceptionCode(EX_TRANSACTION_FAILED);
-    EXPECT_EQ(failed.getStatus(), STATUS_FAILED_TRANSACTION);
-    EXPECT_TRUE(ndk::ScopedAStatus::fromExceptionCode(EX_NONE).isOk());
-}
-
-TEST(Status, ExceptionsAndServiceSpecificErrors) {
-    ndk::ScopedAStatus illegal =
-        ndk::ScopedAStatus::fromExceptionCodeWithMessage(EX_ILLEGAL_STATE, "not now");
-    EXPECT_EQ(illegal.getExceptionCode(), EX_ILLEGAL_STATE);
-    EXPECT_EQ(illegal.getStatus(), STATUS_OK);  // only transaction failures carry a status
-    EXPECT_STREQ(illegal.getMessage(), "not now");
-
-    ndk::ScopedAStatus zero = ndk::ScopedAStatus::fromServiceSpecificError(0);
-    EXPECT_FALSE(zero.isOk());
-    EXPECT_EQ(zero.getExceptionCode(), EX_SERVICE_SPECIFIC);
-    ndk::ScopedAStatus code = ndk::ScopedAStatus::fromServiceSpecificErrorWithMessage(-7, "bad");
-    EXPECT_EQ(code.getServiceSpecificError(), -7);
-    EXPECT_EQ(code.getStatus(), STATUS_OK);
-    EXPECT_STREQ(code.getMessage(), "bad");
-}
-
-TEST(Status, Descriptions) {
-    EXPECT_EQ(describe(AStatus_newOk()), "No error");
-    EXPECT_EQ(describe(AStatus_fromStatus(STATUS_OK)), "No error");
-    EXPECT_EQ(describe(AStatus_fromStatus(STATUS_DEAD_OBJECT)),
-              "Status(-129, EX_TRANSACTION_FAILED): 'DEAD_OBJECT: '");
-    EXPECT_EQ(describe(AStatus_fromStatus(STATUS_UNEXPECTED_NULL)),
-              "Status(-129, EX_TRANSACTION_FAILED): 'UNEXPECTED_NULL: '");
-    EXPECT_EQ(describe(AStatus_fromExceptionCode(EX_TRANSACTION_FAILED)),
-              "Status(-129, EX_TRANSACTION_FAILED): 'FAILED_TRANSACTION: '");
-    EXPECT_EQ(describe(AStatus_fromServiceSpecificErrorWithMessage(42, "boom")),
-              "Status(-8, EX_SERVICE_SPECIFIC): '42: boom'");
-    EXPECT_EQ(describe(AStatus_fromExceptionCodeWithMessage(EX_ILLEGAL_ARGUMENT, "width")),
-              "Status(-3, EX_ILLEGAL_ARGUMENT): 'width'");
-    EXPECT_EQ(describe(AStatus_fromExceptionCode(EX_SECURITY)), "Status(-1, EX_SECURITY): ''");
-
+    EXPECT_FALSE(ndk::ScopedAStatus().isOk());
+    EXPECT_STREQ(ndk::ScopedAStatus::fromServiceSpecificErrorWithMessage(-7, "x").getMessage(),
+                 "x");
     std::ostringstream out;
     out << ndk::ScopedAStatus::fromServiceSpecificError(3);
     EXPECT_EQ(out.str(), "Status(-8, EX_SERVICE_SPECIFIC): '3: '");
 }
 
-TEST(Status, ScopedStatusOwnership) {
-    ndk::ScopedAStatus empty;
-    EXPECT_FALSE(empty.isOk());  // NULL is not OK
-    ndk::ScopedAStatus moved(AStatus_fromStatus(STATUS_TIMED_OUT));
-    ndk::ScopedAStatus target = std::move(moved);
-    EXPECT_EQ(moved.get(), nullptr);
-    EXPECT_EQ(target.getStatus(), STATUS_TIMED_OUT);
-    target = ndk::ScopedAStatus::ok();
-    EXPECT_TRUE(target.isOk());
-    AStatus* raw = target.release();
-    EXPECT_EQ(target.get(), nullptr);
-    AStatus_delete(raw);
+TEST(ScopedFileDescriptor, ClosesOnSetMoveAndDestructionButNotOnRelease) {
+    const int before = openFdCount();
+    int released = -1;
+    {
+        ndk::ScopedFileDescriptor fd(open("/dev/null", O_RDONLY | O_CLOEXEC));
+        ndk::ScopedFileDescriptor copy = fd.dup();
+        EXPECT_NE(copy.get(), fd.get());
+        EXPECT_EQ(openFdCount(), before + 2);
+        fd.set(open("/dev/null", O_RDONLY | O_CLOEXEC));  // the old one is closed
+        EXPECT_EQ(openFdCount(), before + 2);
+        ndk::ScopedFileDescriptor moved = std::move(fd);
+        EXPECT_EQ(fd.get(), -1);
+        copy = std::move(moved);  // closes copy's old descriptor first
+        EXPECT_EQ(openFdCount(), before + 1);
+        released = copy.release();
+    }
+    EXPECT_EQ(openFdCount(), before + 1);
+    EXPECT_EQ(close(released), 0);
+    EXPECT_EQ(ndk::ScopedFileDescriptor().dup().get(), -1);
+}
+
+TEST(ScopedFileDescriptor, FailedCloseIsLoggedAndSlotBecomesEmpty) {
+    // syslog records mirrored to stderr; any descriptor syslog keeps is opened before counting.
+    openlog("host_binder_test", LOG_PERROR, LOG_USER);
+    syslog(LOG_DEBUG, "warm-up");
+    const int before = openFdCount();
+    // A number that is not open, high enough that nothing opened meanwhile gets it.
+    const int stale = fcntl(STDERR_FILENO, F_DUPFD_CLOEXEC, 500);
+    close(stale);
+    ndk::ScopedFileDescriptor fd(stale);
+    ::testing::internal::CaptureStderr();
+    fd.set(-1);
+    { ndk::ScopedFileDescriptor empty; }  // -1 is never closed, so nothing is logged for it
+    const std::string logged = ::testing::internal::GetCapturedStderr();
+    openlog(nullptr, 0, LOG_USER);
+    EXPECT_EQ(fd.get(), -1);
+    EXPECT_EQ(logged, "host_binder_test: Could not close FD " + std::to_string(stale) +
+                          ": Bad file descriptor\n");
+    EXPECT_EQ(openFdCount(), before);
 }
 
 }  // namespace

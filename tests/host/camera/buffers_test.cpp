@@ -1,12 +1,11 @@
 // Tests of the real-memory image records: geometry, memfd camera buffers and their handles,
-// image buffers, request records and heap image lists.
+// image buffers and request records.
 #include <fcntl.h>
 #include <sys/mman.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <cstring>
-#include <set>
 #include <vector>
 
 #include "camera_host/camera_buffers.h"
@@ -41,35 +40,29 @@ size_t DescriptorSize(int fd) {
     return fstat(fd, &info) == 0 ? static_cast<size_t>(info.st_size) : 0;
 }
 
-// Reads length bytes at offset of fd through a fresh shared mapping of the whole descriptor.
-std::vector<uint8_t> ReadThroughMapping(int fd, size_t offset, size_t length) {
-    const size_t mapLength = DescriptorSize(fd);
-    void* pMapped = mmap(nullptr, mapLength, PROT_READ, MAP_SHARED, fd, 0);
-    if (pMapped == MAP_FAILED || offset + length > mapLength) {
-        ADD_FAILURE() << "cannot map " << length << " bytes at " << offset << " of fd " << fd;
-        return {};
-    }
-    const uint8_t* pBytes = static_cast<const uint8_t*>(pMapped) + offset;
-    std::vector<uint8_t> bytes(pBytes, pBytes + length);
-    munmap(pMapped, mapLength);
-    return bytes;
-}
-
 // A byte pattern particular to each plane, so that misplaced or overlapping planes show.
 std::vector<uint8_t> Pattern(size_t size, uint32_t plane) {
     std::vector<uint8_t> bytes(size);
-    for (size_t i = 0; i < size; ++i) {
-        bytes[i] = static_cast<uint8_t>(i * 7 + plane * 31 + 1);
-    }
+    for (size_t i = 0; i < size; ++i) bytes[i] = static_cast<uint8_t>(i * 7 + plane * 31 + 1);
     return bytes;
 }
 
-void Fill(uint8_t* pPlane, size_t size, uint32_t plane) {
+// Writes the plane's pattern through pPlane, then reads it back through a fresh shared mapping
+// of fd at offset.
+void ExpectWrittenThroughMapping(uint8_t* pPlane, size_t size, uint32_t plane, int fd,
+                                 size_t offset) {
     const std::vector<uint8_t> bytes = Pattern(size, plane);
     memcpy(pPlane, bytes.data(), size);
+    const size_t mapLength = DescriptorSize(fd);
+    ASSERT_LE(offset + size, mapLength) << "plane " << plane;
+    void* pMapped = mmap(nullptr, mapLength, PROT_READ, MAP_SHARED, fd, 0);
+    ASSERT_NE(pMapped, MAP_FAILED);
+    const uint8_t* pBytes = static_cast<const uint8_t*>(pMapped) + offset;
+    EXPECT_EQ(std::vector<uint8_t>(pBytes, pBytes + size), bytes) << "plane " << plane;
+    munmap(pMapped, mapLength);
 }
 
-TEST(DescribeImage, PlaneLayoutsOfEachFormat) {
+TEST(DescribeImage, PlaneLayoutsDefaultsAndRejections) {
     // 640x481 with stride 704 and scanline 496; the odd height rounds chroma rows up.
     const std::vector<std::pair<uint32_t, std::vector<IxoPlaneLayout>>> cases = {
         {IxoFormatY8, {{481, 704, 496}}},
@@ -77,8 +70,8 @@ TEST(DescribeImage, PlaneLayoutsOfEachFormat) {
         {IxoFormatNV21, {{481, 704, 496}, {241, 704, 248}}},
         {IxoFormatYUV420P, {{481, 704, 496}, {241, 352, 248}, {241, 352, 248}}},
     };
+    IxoImageList list;
     for (const auto& [format, layouts] : cases) {
-        IxoImageList list;
         ASSERT_TRUE(DescribeImage(Geometry(format, 640, 481, 704, 496), &list));
         EXPECT_EQ(list.formatBlock.width, 640u);
         EXPECT_EQ(list.formatBlock.height, 481u);
@@ -93,21 +86,16 @@ TEST(DescribeImage, PlaneLayoutsOfEachFormat) {
             EXPECT_EQ(list.planeSize[p], uint64_t{want.stride} * want.scanline);
         }
     }
-}
 
-TEST(DescribeImage, DefaultsAndRejections) {
-    IxoImageList list;
     ASSERT_TRUE(DescribeImage(Geometry(IxoFormatNV12, 100, 30), &list));
     EXPECT_EQ(list.formatBlock.planeLayout[0].stride, 128u) << "width aligned up to 64";
     EXPECT_EQ(list.formatBlock.planeLayout[0].scanline, 30u);
-
     for (const ImageGeometry& bad :
          {Geometry(IxoFormatNV12, 100, 30, 99), Geometry(IxoFormatNV12, 100, 30, 100, 29),
           Geometry(5, 100, 30), Geometry(IxoFormatY8, 0, 30)}) {
         EXPECT_FALSE(DescribeImage(bad, &list));
     }
     EXPECT_EQ(list.formatBlock.planeLayout[0].stride, 128u) << "a refused geometry changes nothing";
-
     const int descriptors = OpenDescriptorCount();
     CameraBufferConfig config;
     config.geometry = Geometry(IxoFormatNV12, 100, 30, 99);
@@ -116,8 +104,8 @@ TEST(DescribeImage, DefaultsAndRejections) {
     EXPECT_EQ(OpenDescriptorCount(), descriptors);
 }
 
-// Both descriptor layouts: memory written through pAddr is what a fresh mapping of the handle's
-// descriptors shows, and destruction closes every descriptor.
+// Both descriptor layouts and every handle mode: memory written through pAddr is what a fresh
+// mapping of the handle's descriptors shows, and destruction closes every descriptor.
 TEST(CameraBuffer, PlanesLiveInTheHandlesDescriptors) {
     for (uint32_t format : {IxoFormatY8, IxoFormatNV12, IxoFormatNV21, IxoFormatYUV420P}) {
         for (bool perPlane : {false, true}) {
@@ -129,7 +117,6 @@ TEST(CameraBuffer, PlanesLiveInTheHandlesDescriptors) {
             ASSERT_NE(buffer, nullptr);
             const uint32_t planes = buffer->numberOfPlanes;
             const int fds = perPlane ? static_cast<int>(planes) : 1;
-
             IxoImageList* pList = buffer.get();  // reached through the base, as a node does
             ASSERT_NE(pList->GetHandleAddress(), nullptr);
             const native_handle_t* pHandle =
@@ -146,36 +133,27 @@ TEST(CameraBuffer, PlanesLiveInTheHandlesDescriptors) {
                 total += DescriptorSize(pHandle->data[i]);
             }
             EXPECT_EQ(total, buffer->TotalSize());
-
-            for (uint32_t p = 0; p < planes; ++p) {
-                Fill(buffer->pAddr[0][p], buffer->planeSize[p], p);
-            }
             for (uint32_t p = 0; p < planes; ++p) {
                 const int fd = buffer->PlaneDescriptor(p);
                 EXPECT_EQ(fd, pHandle->data[perPlane ? p : 0]);
-                EXPECT_EQ(ReadThroughMapping(fd, buffer->PlaneOffset(p), buffer->planeSize[p]),
-                          Pattern(buffer->planeSize[p], p))
-                    << "plane " << p;
+                ExpectWrittenThroughMapping(buffer->pAddr[0][p], buffer->planeSize[p], p, fd,
+                                            buffer->PlaneOffset(p));
             }
             const std::vector<int> handleFds(pHandle->data, pHandle->data + fds);
             buffer.reset();
             EXPECT_EQ(OpenDescriptorCount(), descriptorsBefore);
-            for (int fd : handleFds) {
-                EXPECT_EQ(fcntl(fd, F_GETFD), -1) << "fd " << fd << " still open";
-            }
+            for (int fd : handleFds) EXPECT_EQ(fcntl(fd, F_GETFD), -1) << "fd " << fd;
         }
     }
-}
 
-TEST(CameraBuffer, HandleModesStillOwnTheirDescriptors) {
+    // The handle modes leave no address or no handle, and still own their descriptors.
     const int descriptorsBefore = OpenDescriptorCount();
     CameraBufferConfig config = Config(IxoFormatNV12);
     config.handleMode = HandleMode::NullAddress;
     std::unique_ptr<CameraBuffer> nullAddress = CameraBuffer::Create(config);
     config.handleMode = HandleMode::NullHandle;
     std::unique_ptr<CameraBuffer> nullHandle = CameraBuffer::Create(config);
-    ASSERT_NE(nullAddress, nullptr);
-    ASSERT_NE(nullHandle, nullptr);
+    ASSERT_TRUE(nullAddress && nullHandle);
     EXPECT_EQ(nullAddress->GetHandleAddress(), nullptr);
     ASSERT_NE(nullHandle->GetHandleAddress(), nullptr);
     EXPECT_EQ(*static_cast<native_handle_t**>(nullHandle->GetHandleAddress()), nullptr);
@@ -202,19 +180,15 @@ TEST(ImageBuffer, WrapsACameraBufferAndAnInternalMemfd) {
         size_t offset = 0;
         for (uint32_t p = 0; p < 3; ++p) {
             EXPECT_EQ(image->planeSize[p], pCamera->planeSize[p]);
-            Fill(image->pAddr[0][p], image->planeSize[p], p);
             const bool inCamera = pixels == PixelSource::Camera;
-            EXPECT_EQ(ReadThroughMapping(inCamera ? pCamera->PlaneDescriptor(p) : image->bufferFd,
-                                         inCamera ? 0 : offset, image->planeSize[p]),
-                      Pattern(image->planeSize[p], p));
+            ExpectWrittenThroughMapping(image->pAddr[0][p], image->planeSize[p], p,
+                                        inCamera ? pCamera->PlaneDescriptor(p) : image->bufferFd,
+                                        inCamera ? 0 : offset);
             offset += image->planeSize[p];
         }
     }
     EXPECT_EQ(OpenDescriptorCount(), descriptorsBefore);
-}
 
-TEST(RequestBuffers, RecordPointsAtItsOwnImagesAndFrcInfo) {
-    const int descriptorsBefore = OpenDescriptorCount();
     std::unique_ptr<RequestBuffers> request = RequestBuffers::Create(
         17, 123456789, Config(IxoFormatNV12), Config(IxoFormatNV21, true), 4);
     ASSERT_NE(request, nullptr);
@@ -231,38 +205,6 @@ TEST(RequestBuffers, RecordPointsAtItsOwnImagesAndFrcInfo) {
     EXPECT_EQ(OpenDescriptorCount(), descriptorsBefore + 5);
     request.reset();
     EXPECT_EQ(OpenDescriptorCount(), descriptorsBefore);
-}
-
-TEST(PlainImageList, OwnsZeroedAlignedPlanesPerImage) {
-    std::unique_ptr<PlainImageList> list =
-        PlainImageList::Create(Geometry(IxoFormatNV12, 30, 11, 40, 12), 3);
-    ASSERT_NE(list, nullptr);
-    EXPECT_EQ(list->numberOfImages, 3u);
-    // Every plane starts zeroed and aligned; after all are written each keeps its own pattern,
-    // so none overlaps another.
-    for (bool written : {false, true}) {
-        for (uint32_t k = 0; k < 3; ++k) {
-            for (uint32_t p = 0; p < 2; ++p) {
-                uint8_t* pPlane = list->pAddr[k][p];
-                ASSERT_EQ(pPlane, list->PlaneAddress(k, p));
-                const size_t size = list->planeSize[p];
-                EXPECT_EQ(std::vector<uint8_t>(pPlane, pPlane + size),
-                          written ? Pattern(size, k * 2 + p) : std::vector<uint8_t>(size, 0));
-                EXPECT_EQ(reinterpret_cast<uintptr_t>(pPlane) % 64, 0u);
-                if (!written) {
-                    Fill(pPlane, size, k * 2 + p);
-                }
-            }
-        }
-    }
-    // Callers may repoint pAddr (e.g. to alias planes); the list still frees its own memory.
-    list->pAddr[0][1] = list->pAddr[0][0];
-    list.reset();
-
-    std::unique_ptr<PlainImageList> empty = PlainImageList::Create(Geometry(IxoFormatY8, 8, 8), 0);
-    ASSERT_NE(empty, nullptr);
-    EXPECT_EQ(empty->pAddr[0][0], nullptr);
-    EXPECT_EQ(PlainImageList::Create(Geometry(IxoFormatY8, 8, 8), IXO_MAX_IMAGES + 1), nullptr);
 }
 
 }  // namespace

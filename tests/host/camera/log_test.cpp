@@ -25,143 +25,106 @@ using ::testing::ElementsAre;
 
 constexpr uint64_t kAll = ~uint64_t{0};
 
-// Sends stderr to an appending memfd while alive; Finish restores it and returns the text.
-class StderrRedirect {
-  public:
-    StderrRedirect() : m_saved(dup(STDERR_FILENO)), m_file(memfd_create("err", MFD_CLOEXEC)) {
-        fcntl(m_file, F_SETFL, O_APPEND);  // as a log file: each write lands whole at the end
-        dup2(m_file, STDERR_FILENO);
+// Runs fn with stderr sent to an appending memfd (as a log file: each write lands whole at the
+// end) and returns the lines written, each checked to end with a newline.
+template <typename Fn>
+std::vector<std::string> StderrLinesOf(Fn fn) {
+    const int descriptors = testsupport::OpenDescriptorCount();
+    const int saved = dup(STDERR_FILENO);
+    const int file = memfd_create("err", MFD_CLOEXEC);
+    fcntl(file, F_SETFL, O_APPEND);
+    dup2(file, STDERR_FILENO);
+    camera_host::SetStderrLogging(true);
+    fn();
+    camera_host::SetStderrLogging(false);
+    dup2(saved, STDERR_FILENO);
+    close(saved);
+    std::string text(static_cast<size_t>(lseek(file, 0, SEEK_END)), '\0');
+    EXPECT_EQ(pread(file, &text[0], text.size(), 0), static_cast<ssize_t>(text.size()));
+    close(file);
+    EXPECT_EQ(testsupport::OpenDescriptorCount(), descriptors);
+    EXPECT_TRUE(text.empty() || text.back() == '\n');
+    std::vector<std::string> lines;
+    for (size_t start = 0, end; (end = text.find('\n', start)) != std::string::npos;
+         start = end + 1) {
+        lines.push_back(text.substr(start, end - start));
     }
-    ~StderrRedirect() { Finish(); }
-
-    // The lines written, each checked to end with a newline.
-    std::vector<std::string> Finish() {
-        if (m_saved >= 0) {
-            dup2(m_saved, STDERR_FILENO);
-            close(m_saved);
-            m_saved = -1;
-            std::string text(static_cast<size_t>(lseek(m_file, 0, SEEK_END)), '\0');
-            EXPECT_EQ(pread(m_file, &text[0], text.size(), 0), static_cast<ssize_t>(text.size()));
-            close(m_file);
-            EXPECT_TRUE(text.empty() || text.back() == '\n');
-            for (size_t start = 0, end; (end = text.find('\n', start)) != std::string::npos;
-                 start = end + 1) {
-                m_lines.push_back(text.substr(start, end - start));
-            }
-        }
-        return m_lines;
-    }
-
-  private:
-    int m_saved;
-    int m_file;
-    std::vector<std::string> m_lines;
-};
+    return lines;
+}
 
 class LogTest : public ::testing::Test {
   protected:
-    void SetUp() override {
-        m_descriptors = testsupport::OpenDescriptorCount();
-        camera_host::SetStderrLogging(false);
-    }
-    void TearDown() override {
-        camera_host::SetStderrLogging(true);
-        EXPECT_EQ(testsupport::OpenDescriptorCount(), m_descriptors);
-    }
-
-    int m_descriptors = 0;
+    void SetUp() override { camera_host::SetStderrLogging(false); }
+    void TearDown() override { camera_host::SetStderrLogging(true); }
 };
 
-TEST_F(LogTest, CaptureRecordsBothSinksWithEveryArgument) {
+// A capture sees the lines of its own lifetime, each field, and messages of any length.
+TEST_F(LogTest, CaptureRecordsBothSinksDuringItsLifetime) {
+    {
+        LogCapture earlier;
+        IxoLog::LogSystem("[ INFO]", "I", "VPP", "f", "g", 1, "before");
+    }
     LogCapture capture;
-    IxoLog::LogSystem("[ INFO]", "I", "VPP", "pavovppservicebase", "Initialize", 42,
-                      "[%s] count %d", "node0", 7);
-    IxoLog::IxeEncryptLogSystem("[ERROR]", "E", "FRC", "file.cpp", "Queue", 9, "plain");
-    // Longer than any fixed formatting buffer: the whole message must survive.
+    IxoLog::IxeEncryptLogSystem("[ERROR]", "E", "FRC", "file.cpp", "Queue", 9, "[%s] %d", "n", 7);
     const std::string longText(3000, 'x');
     IxoLog::LogSystem("[ WARN]", "W", "Core", "f", "g", 1, "%s|end", longText.c_str());
-
     const auto lines = capture.Lines();
-    ASSERT_EQ(lines.size(), 3u);
-    auto fields = [](const camera_host::LogLine& l) {
-        return std::make_tuple(l.sink, l.levelTag, l.levelLetter, l.group, l.file, l.function,
-                               l.line, l.message);
-    };
-    EXPECT_EQ(fields(lines[0]),
-              std::make_tuple(LogSink::Normal, "[ INFO]", "I", "VPP", "pavovppservicebase",
-                              "Initialize", 42, "[node0] count 7"));
-    EXPECT_EQ(fields(lines[1]), std::make_tuple(LogSink::Encrypt, "[ERROR]", "E", "FRC", "file.cpp",
-                                                "Queue", 9, "plain"));
-    EXPECT_EQ(capture.Messages()[2], longText + "|end");
-
+    ASSERT_EQ(lines.size(), 2u);
+    EXPECT_EQ(
+        std::make_tuple(lines[0].sink, lines[0].levelTag, lines[0].levelLetter, lines[0].group,
+                        lines[0].file, lines[0].function, lines[0].line, lines[0].message),
+        std::make_tuple(LogSink::Encrypt, "[ERROR]", "E", "FRC", "file.cpp", "Queue", 9, "[n] 7"));
+    EXPECT_EQ(lines[1].sink, LogSink::Normal);
+    EXPECT_EQ(lines[1].message, longText + "|end");
     capture.Clear();
-    IxoLog::LogSystem("[ INFO]", "I", "VPP", "f", "g", 1, "after clear");
-    EXPECT_THAT(capture.Messages(), ElementsAre("after clear"));
+    EXPECT_TRUE(capture.Messages().empty());
 }
 
-TEST_F(LogTest, CaptureSeesOnlyItsLifetime) {
-    {
-        LogCapture first;
-        IxoLog::LogSystem("[ INFO]", "I", "VPP", "f", "g", 1, "first");
-    }
-    IxoLog::LogSystem("[ INFO]", "I", "VPP", "f", "g", 1, "between");
-    LogCapture second;
-    IxoLog::LogSystem("[ INFO]", "I", "VPP", "f", "g", 1, "second");
-    EXPECT_THAT(second.Messages(), ElementsAre("second"));
-}
-
-TEST_F(LogTest, SinksWriteOneReadableLineEach) {
-    camera_host::SetStderrLogging(true);
-    StderrRedirect redirect;
-    errno = EBADF;
-    IxoLog::LogSystem("[ WARN]", "W", "VPP", "pavovppservicebase", "Open", 12, "[%s] code %d", "n",
-                      3);
-    EXPECT_EQ(errno, EBADF) << "a sink must leave errno alone";
-    IxoLog::IxeEncryptLogSystem("[VERBOSE]", "V", "FRC", "a.cpp", "Temp", 5, "enc %u", 4u);
-    IxoLog::LogSystem("[ INFO]", "I", "VPP", "f", "g", 2, "ends with newline\n");
-    camera_host::SetStderrLogging(false);
+TEST_F(LogTest, SinksWriteOneReadableLineEachAndLeaveErrnoAlone) {
     LogCapture capture;
+    const auto lines = StderrLinesOf([] {
+        errno = EBADF;
+        IxoLog::LogSystem("[ WARN]", "W", "VPP", "pavovppservicebase", "Open", 12, "[%s] code %d",
+                          "n", 3);
+        EXPECT_EQ(errno, EBADF);
+        IxoLog::IxeEncryptLogSystem("[VERBOSE]", "V", "FRC", "a.cpp", "Temp", 5, "enc %u", 4u);
+        IxoLog::LogSystem("[ INFO]", "I", "VPP", "f", "g", 2, "ends with newline\n");
+    });
     IxoLog::LogSystem("[ INFO]", "I", "VPP", "f", "g", 3, "silenced");
-    EXPECT_THAT(capture.Messages(), ElementsAre("silenced"));
-    EXPECT_THAT(redirect.Finish(),
-                ElementsAre("[ WARN] VPP pavovppservicebase:12 Open() [n] code 3",
-                            "[ENC][VERBOSE] FRC a.cpp:5 Temp() enc 4",
-                            "[ INFO] VPP f:2 g() ends with newline"));
+    EXPECT_THAT(lines, ElementsAre("[ WARN] VPP pavovppservicebase:12 Open() [n] code 3",
+                                   "[ENC][VERBOSE] FRC a.cpp:5 Temp() enc 4",
+                                   "[ INFO] VPP f:2 g() ends with newline"));
+    EXPECT_EQ(capture.Messages().size(), 4u) << "the capture does not depend on stderr";
 }
 
 // Lines of concurrent threads must neither interleave on stderr nor be lost by the capture.
 TEST_F(LogTest, ConcurrentLinesStayWhole) {
     const std::string padding(300, 'p');
     std::set<std::string> expected;
-    camera_host::SetStderrLogging(true);
     LogCapture capture;
-    StderrRedirect redirect;
-    std::vector<std::thread> threads;
-    for (int t = 0; t < 4; ++t) {
-        threads.emplace_back([t, &padding] {
+    const auto written = StderrLinesOf([&] {
+        std::vector<std::thread> threads;
+        for (int t = 0; t < 4; ++t) {
+            threads.emplace_back([t, &padding] {
+                for (int i = 0; i < 200; ++i) {
+                    auto sink = i % 2 == 0 ? IxoLog::LogSystem : IxoLog::IxeEncryptLogSystem;
+                    sink("[ INFO]", "I", "VPP", "f", "g", t, "%d %s", i, padding.c_str());
+                }
+            });
             for (int i = 0; i < 200; ++i) {
-                auto sink = i % 2 == 0 ? IxoLog::LogSystem : IxoLog::IxeEncryptLogSystem;
-                sink("[ INFO]", "I", "VPP", "f", "g", t, "%d %s", i, padding.c_str());
+                expected.insert((i % 2 == 0 ? "" : "[ENC]") + std::string("[ INFO] VPP f:") +
+                                std::to_string(t) + " g() " + std::to_string(i) + " " + padding);
             }
-        });
-        for (int i = 0; i < 200; ++i) {
-            expected.insert((i % 2 == 0 ? "" : "[ENC]") + std::string("[ INFO] VPP f:") +
-                            std::to_string(t) + " g() " + std::to_string(i) + " " + padding);
         }
-    }
-    for (std::thread& thread : threads) {
-        thread.join();
-    }
-    const std::vector<std::string> written = redirect.Finish();
+        for (std::thread& thread : threads) thread.join();
+    });
     EXPECT_EQ(written.size(), expected.size());
     EXPECT_EQ(std::set<std::string>(written.begin(), written.end()), expected);
     EXPECT_EQ(capture.Lines().size(), expected.size());
 }
 
-TEST(LogSwitches, HostDefaultsAndGuard) {
-    if (getenv("IXO_LOG_LEVEL") != nullptr) {
-        GTEST_SKIP() << "IXO_LOG_LEVEL changes the defaults";
-    }
+TEST(LogSwitches, HostDefaultsGuardAndLevelNames) {
+    if (getenv("IXO_LOG_LEVEL") != nullptr) GTEST_SKIP() << "IXO_LOG_LEVEL changes the defaults";
     auto snapshot = [] {
         return std::make_tuple(
             g_logIxeEncryption, g_enableSystemLog,
@@ -175,32 +138,24 @@ TEST(LogSwitches, HostDefaultsAndGuard) {
         camera_host::LogSwitchesGuard guard;
         g_logIxeEncryption = 1;
         g_enableSystemLog = 1;
-        for (int level = 0; level < IXO_LOG_LEVEL_COUNT; ++level) {
-            g_enableIxoNodeLogs[level] = 0x1234;
-            g_enableIxeLogs[level] = 0x5678;
+        const std::tuple<const char*, std::vector<uint64_t>> cases[] = {
+            {"verbose", {kAll, kAll, kAll, kAll}},
+            {"INFO", {kAll, kAll, kAll, 0}},
+            {"error", {kAll, 0, 0, 0}},
+            {"off", {0, 0, 0, 0}}};
+        for (const auto& [name, want] : cases) {
+            ASSERT_TRUE(camera_host::ApplyLogLevel(name)) << name;
+            for (const uint64_t* masks : {g_enableIxoNodeLogs, g_enableIxeLogs}) {
+                EXPECT_EQ(std::vector<uint64_t>({masks[0], masks[1], masks[4], masks[6]}), want)
+                    << name;
+            }
         }
+        g_enableIxoNodeLogs[0] = 0x77;
+        EXPECT_FALSE(camera_host::ApplyLogLevel("loud"));
+        EXPECT_FALSE(camera_host::ApplyLogLevel(nullptr));
+        EXPECT_EQ(g_enableIxoNodeLogs[0], 0x77u) << "an unknown name must change nothing";
     }
     EXPECT_EQ(snapshot(), std::make_tuple(0, 0, defaults, defaults));
-}
-
-TEST(LogSwitches, LevelNamesSetTheFourLevelMasks) {
-    camera_host::LogSwitchesGuard guard;
-    const std::tuple<const char*, std::vector<uint64_t>> cases[] = {
-        {"verbose", {kAll, kAll, kAll, kAll}},
-        {"INFO", {kAll, kAll, kAll, 0}},
-        {"error", {kAll, 0, 0, 0}},
-        {"off", {0, 0, 0, 0}}};
-    for (const auto& [name, want] : cases) {
-        ASSERT_TRUE(camera_host::ApplyLogLevel(name)) << name;
-        for (const uint64_t* masks : {g_enableIxoNodeLogs, g_enableIxeLogs}) {
-            EXPECT_EQ(std::vector<uint64_t>({masks[0], masks[1], masks[4], masks[6]}), want)
-                << name;
-        }
-    }
-    g_enableIxoNodeLogs[0] = 0x77;
-    EXPECT_FALSE(camera_host::ApplyLogLevel("loud"));
-    EXPECT_FALSE(camera_host::ApplyLogLevel(nullptr));
-    EXPECT_EQ(g_enableIxoNodeLogs[0], 0x77u) << "an unknown name must change nothing";
 }
 
 // Run by its own test entry with IXO_LOG_LEVEL=verbose in the environment.

@@ -1,15 +1,15 @@
-// Local stubs: fromBinder/asBinder identity, lifetime, versions, defaults, delegators.
+// The interface layer on the VPP stubs: fromBinder/asBinder identity and lifetime, versions,
+// the default implementation and SharedRefBase ownership.
 #include <aidl/vendor/zux/hardware/vpp/BnVppCallbacks.h>
 #include <aidl/vendor/zux/hardware/vpp/BnVppService.h>
 #include <aidl/vendor/zux/hardware/vpp/BnVppSession.h>
-#include <aidl/vendor/zux/hardware/vpp/BpVppSession.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <syslog.h>
 
 #include <memory>
 #include <string>
 
-#include "descriptors.h"
 #include "mock_vpp.h"
 
 namespace vpp_aidl_test {
@@ -25,36 +25,23 @@ using ::testing::SetArgPointee;
 // A service whose sessions are default implementations; enough to hand out an interface.
 class FakeService : public BnVppService {
   public:
-    ::ndk::ScopedAStatus getNewVppSession(int32_t,
-                                          std::shared_ptr<IVppSession>* _aidl_return) override {
+    Status getNewVppSession(int32_t, std::shared_ptr<IVppSession>* _aidl_return) override {
         *_aidl_return = ::ndk::SharedRefBase::make<IVppSessionDefault>();
-        return ::ndk::ScopedAStatus::ok();
+        return Status::ok();
     }
 };
 
-class BinderIdentityTest : public ::testing::Test {
-  protected:
-    void SetUp() override { descriptorsBefore_ = testsupport::OpenDescriptorCount(); }
-    void TearDown() override { EXPECT_EQ(testsupport::OpenDescriptorCount(), descriptorsBefore_); }
-
-  private:
-    int descriptorsBefore_ = 0;
-};
-
-TEST_F(BinderIdentityTest, FromBinderOnLocalStubIsTheImplementation) {
+TEST(BinderIdentity, FromBinderOnALocalStubIsTheImplementation) {
     auto callbacks = ::ndk::SharedRefBase::make<MockCallbacks>();
     ::ndk::SpAIBinder binder = callbacks->asBinder();
-    ASSERT_NE(binder.get(), nullptr);
     EXPECT_EQ(callbacks->asBinder().get(), binder.get()) << "one binder per live object";
     EXPECT_FALSE(callbacks->isRemote());
-
     std::shared_ptr<IVppCallbacks> found = IVppCallbacks::fromBinder(binder);
     EXPECT_EQ(found.get(), callbacks.get());
-    EXPECT_EQ(found->asBinder().get(), binder.get());
 
     // Calls through the interface reach the implementation directly.
     EXPECT_CALL(*callbacks, eventFlushDone(Field(&FlushDone::port, 1), _))
-        .WillOnce(DoAll(SetArgPointee<1>(VppError::VPP_OK), Return(::ndk::ScopedAStatus::ok())));
+        .WillOnce(DoAll(SetArgPointee<1>(VppError::VPP_OK), Return(Status::ok())));
     FlushDone done;
     done.port = 1;
     VppError result = VppError::VPP_ERR;
@@ -63,35 +50,48 @@ TEST_F(BinderIdentityTest, FromBinderOnLocalStubIsTheImplementation) {
 
     auto service = ::ndk::SharedRefBase::make<FakeService>();
     EXPECT_EQ(IVppService::fromBinder(service->asBinder()).get(), service.get());
-}
-
-TEST_F(BinderIdentityTest, FromBinderRefusesOtherInterfacesAndNull) {
-    auto service = ::ndk::SharedRefBase::make<FakeService>();
     EXPECT_EQ(IVppCallbacks::fromBinder(service->asBinder()), nullptr);
     EXPECT_EQ(IVppSession::fromBinder(service->asBinder()), nullptr);
     EXPECT_EQ(IVppService::fromBinder(::ndk::SpAIBinder()), nullptr);
+    EXPECT_EQ(BnVppService::makeServiceName("default"),
+              "vendor.zux.hardware.vpp.IVppService/default");
 }
 
-// The binder keeps its implementation alive, and lets go of it once the last reference goes.
-TEST_F(BinderIdentityTest, BinderOwnsItsImplementation) {
+// The binder keeps its implementation alive and lets go of it with the last reference; a later
+// asBinder makes a binder of a new identity.
+TEST(BinderIdentity, BinderOwnsItsImplementationAndIsRemadeAfterItsLastHolder) {
     auto service = ::ndk::SharedRefBase::make<FakeService>();
     std::weak_ptr<FakeService> watch = service;
     ::ndk::SpAIBinder binder = service->asBinder();
+    ::ndk::ScopedAIBinder_Weak weak(AIBinder_Weak_new(binder.get()));
+    EXPECT_EQ(AIBinder_debugGetRefCount(binder.get()), 1);
+    binder = ::ndk::SpAIBinder();
+    EXPECT_EQ(weak.promote().get(), nullptr);
+    binder = service->asBinder();
+    ::ndk::ScopedAIBinder_Weak fresh(AIBinder_Weak_new(binder.get()));
+    EXPECT_TRUE(AIBinder_Weak_lt(weak.get(), fresh.get()));
+
     service.reset();
     ASSERT_FALSE(watch.expired());
-
-    std::shared_ptr<IVppService> again = IVppService::fromBinder(binder);
     std::shared_ptr<IVppSession> session;
-    EXPECT_TRUE(again->getNewVppSession(0, &session).isOk());
+    EXPECT_TRUE(IVppService::fromBinder(binder)->getNewVppSession(0, &session).isOk());
     ASSERT_NE(session, nullptr);
-    again.reset();
-    session.reset();
-
     binder = ::ndk::SpAIBinder();
     EXPECT_TRUE(watch.expired());
 }
 
-TEST_F(BinderIdentityTest, StubsReportVersionAndHash) {
+TEST(BinderIdentity, DestroyingADoubleOwnedObjectAborts) {
+    GTEST_FLAG_SET(death_test_style, "threadsafe");
+    EXPECT_DEATH(
+        {
+            openlog("vpp_aidl_tests", LOG_PERROR, LOG_USER);
+            auto service = ::ndk::SharedRefBase::make<FakeService>();
+            delete service.get();
+        },
+        "double-owned");
+}
+
+TEST(BinderIdentity, VersionsHashesAndDefaultImplementation) {
     auto callbacks = ::ndk::SharedRefBase::make<MockCallbacks>();
     int32_t version = 0;
     std::string hash;
@@ -99,67 +99,17 @@ TEST_F(BinderIdentityTest, StubsReportVersionAndHash) {
     EXPECT_TRUE(callbacks->getInterfaceHash(&hash).isOk());
     EXPECT_EQ(version, IVppCallbacks::version);
     EXPECT_EQ(hash, IVppCallbacks::hash);
-}
 
-TEST_F(BinderIdentityTest, DefaultImplementationAnswersUnknownTransaction) {
+    // The default implementation answers every method STATUS_UNKNOWN_TRANSACTION.
     auto session = ::ndk::SharedRefBase::make<IVppSessionDefault>();
     VppError result = VppError::VPP_OK;
-    ::ndk::ScopedAStatus status = session->queueBuf(0, VppBuffer(), &result);
-    EXPECT_FALSE(status.isOk());
-    EXPECT_EQ(status.getStatus(), STATUS_UNKNOWN_TRANSACTION);
+    EXPECT_EQ(session->queueBuf(0, VppBuffer(), &result).getStatus(), STATUS_UNKNOWN_TRANSACTION);
     EXPECT_EQ(session->term().getStatus(), STATUS_UNKNOWN_TRANSACTION);
-    int32_t version = -1;
-    std::string hash = "x";
     EXPECT_TRUE(session->getInterfaceVersion(&version).isOk());
     EXPECT_TRUE(session->getInterfaceHash(&hash).isOk());
     EXPECT_EQ(version, 0);
     EXPECT_EQ(hash, "");
     EXPECT_EQ(session->asBinder().get(), nullptr);
-    EXPECT_FALSE(session->isRemote());
-}
-
-TEST_F(BinderIdentityTest, DelegatorForwardsEveryCall) {
-    auto inner = ::ndk::SharedRefBase::make<MockCallbacks>();
-    auto delegator = ::ndk::SharedRefBase::make<IVppCallbacksDelegator>(inner);
-    EXPECT_CALL(*inner, eventError(VppError::VPP_ERR_HW, _))
-        .WillOnce(
-            DoAll(SetArgPointee<1>(VppError::VPP_PENDING), Return(::ndk::ScopedAStatus::ok())));
-    EXPECT_CALL(*inner, outputBufferDone(Field(&VppBuffer::cookie, 77), _))
-        .WillOnce(Return(::ndk::ScopedAStatus::fromServiceSpecificError(3)));
-    VppError result = VppError::VPP_OK;
-    EXPECT_TRUE(delegator->eventError(VppError::VPP_ERR_HW, &result).isOk());
-    EXPECT_EQ(result, VppError::VPP_PENDING);
-    VppBuffer buffer;
-    buffer.cookie = 77;
-    EXPECT_EQ(delegator->outputBufferDone(buffer, &result).getServiceSpecificError(), 3);
-
-    // The delegator is a stub of its own, distinct from the wrapped one.
-    EXPECT_NE(delegator->asBinder().get(), inner->asBinder().get());
-    EXPECT_EQ(IVppCallbacks::fromBinder(delegator->asBinder()).get(), delegator.get());
-}
-
-// A peer that lacks a method (here: a callbacks stub asked for a session's term) answers
-// STATUS_UNKNOWN_TRANSACTION; the proxy then uses the default implementation if one is set. Kept
-// to one test per process image: a default can be set only once.
-TEST_F(BinderIdentityTest, ProxyFallsBackToDefaultImplementation) {
-    class CountingDefault : public IVppSessionDefault {
-      public:
-        ::ndk::ScopedAStatus term() override {
-            calls++;
-            return ::ndk::ScopedAStatus::ok();
-        }
-        int calls = 0;
-    };
-    auto olderPeer = ::ndk::SharedRefBase::make<MockCallbacks>();
-    auto proxy = ::ndk::SharedRefBase::make<BpVppSession>(olderPeer->asBinder());
-    EXPECT_EQ(proxy->term().getStatus(), STATUS_UNKNOWN_TRANSACTION);
-
-    auto fallback = ::ndk::SharedRefBase::make<CountingDefault>();
-    EXPECT_FALSE(IVppSession::setDefaultImpl(nullptr));
-    ASSERT_TRUE(IVppSession::setDefaultImpl(fallback));
-    EXPECT_EQ(IVppSession::getDefaultImpl().get(), fallback.get());
-    EXPECT_TRUE(proxy->term().isOk());
-    EXPECT_EQ(fallback->calls, 1);
 }
 
 }  // namespace
