@@ -144,7 +144,6 @@ class BufferPathTest : public BaseTest {
     }
 
     std::vector<camera_host::LogLine> SinkLines() const { return m_logs->Lines(); }
-    std::vector<AndroidLogLine> AndroidLines() const { return m_logs->AndroidLines(); }
     std::vector<SyslogLine> SyslogLines() const { return m_syslog->Lines(); }
 
     // The buffers the session received through queueBuf, with their ports.

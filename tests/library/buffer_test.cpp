@@ -2,7 +2,6 @@
 // VppBuffer the session receives, the request counters, the results and every log line; and the
 // descriptors a queued buffer carries (fresh duplicates, released after the call).
 #include <sys/mman.h>
-#include <syslog.h>
 
 #include "buffer_path_fixture.h"
 
@@ -63,12 +62,15 @@ void ExpectImageBuffer(const BufferSeen& seen, int32_t length, int32_t filled, i
 
 using QueueInputTest = BufferPathTest;
 
-// A new timestamp replaces the frame's; numbers above INT64_MAX print unsigned.
+// Each descriptor of the camera handle goes out as a fresh close-on-exec duplicate beside the
+// handle's numbers, closed once after the call (a second close would reach syslog); a new
+// timestamp replaces the frame's; numbers above INT64_MAX print unsigned.
 TEST_F(QueueInputTest, CameraFrameIsSentFieldByFieldAndCounted) {
-    auto request = MakeRequest(UINT64_MAX, 33333);
+    auto request = MakeRequest(UINT64_MAX, 33333, SmallNv12(true, {7, -3}));
     const native_handle_t* pHandle = request->input->Camera()->Handle();
     const int cameraFd = pHandle->data[0];
     const uint64_t newTimestamp = 0xFFFFFFFFFFFFFFF0ULL;
+    const int fdsBefore = testsupport::OpenDescriptorCount();
 
     StartCapture();
     EXPECT_EQ(node->QueueInput(&request->info, UINT64_MAX, 255, 0, 0, newTimestamp),
@@ -77,11 +79,17 @@ TEST_F(QueueInputTest, CameraFrameIsSentFieldByFieldAndCounted) {
     ASSERT_EQ(queued.size(), 1u);
     EXPECT_EQ(queued[0].port, 0);
     const BufferSeen& seen = *queued[0].buffer;
-    ASSERT_EQ(seen.fds.size(), 1u);
+    ASSERT_EQ(seen.fds.size(), 2u);
     ExpectDuplicateOf(seen.fds[0], cameraFd);
-    EXPECT_TRUE(seen.ints.empty());
+    ExpectDuplicateOf(seen.fds[1], pHandle->data[1]);
+    EXPECT_EQ(seen.ints, (std::vector<int32_t>{7, -3}));
     ExpectImageBuffer(seen, kSmallNv12Size, kSmallNv12Size, static_cast<int64_t>(newTimestamp), 0,
                       CookieOf(&request->info.inputCookie));
+    ExpectReleased(seen.fds[0]);
+    ExpectReleased(seen.fds[1]);
+    EXPECT_TRUE(SyslogLines().empty());
+    EXPECT_EQ(testsupport::OpenDescriptorCount(), fdsBefore);
+    EXPECT_TRUE(IsOpen(cameraFd) && IsOpen(pHandle->data[1]));
     EXPECT_EQ(request->frcRatioInfo.inputQueuedNum, 1);
     EXPECT_EQ(request->frcRatioInfo.outputQueuedNum, 0);
     const std::string id = "18446744073709551615";
@@ -127,6 +135,7 @@ TEST_F(QueueInputTest, AnyNonZeroGenerateFlagWrapsTheInternalBuffer) {
     auto request = MakeRequest(11, 700);
     request->input->pImageList = nullptr;
     const int internal = request->input->InternalDescriptor();
+    const int fdsBefore = testsupport::OpenDescriptorCount();
     for (int32_t needGenerateFd : {2, -1, 1}) {
         SCOPED_TRACE(needGenerateFd);
         StartCapture();
@@ -134,9 +143,16 @@ TEST_F(QueueInputTest, AnyNonZeroGenerateFlagWrapsTheInternalBuffer) {
         const BufferSeen seen = *Queued().back().buffer;
         ASSERT_EQ(seen.fds.size(), 1u);
         ExpectDuplicateOf(seen.fds[0], internal);
+        EXPECT_TRUE(seen.ints.empty());
         ExpectImageBuffer(seen, kSmallNv12Size, kSmallNv12Size, 700, 0,
                           CookieOf(&request->info.inputCookie));
+        ExpectReleased(seen.fds[0]);
     }
+    // The internal buffer keeps its own descriptor.
+    EXPECT_EQ(request->input->bufferFd, internal);
+    EXPECT_TRUE(IsOpen(internal));
+    EXPECT_TRUE(SyslogLines().empty());
+    EXPECT_EQ(testsupport::OpenDescriptorCount(), fdsBefore);
     ExpectLog({
         Node('I', "QueueInput", InputEntry("11", 4, "0")),
         Node('I', "QueueInput", "[BufNode] need generate FD from internal buffer, requestId: 11"),
@@ -147,7 +163,6 @@ TEST_F(QueueInputTest, AnyNonZeroGenerateFlagWrapsTheInternalBuffer) {
         Node('I', "QueueInput",
              InputOutcome("success!", "11", 4, 3072, "700", nullptr, &request->info.inputCookie)),
     });
-    EXPECT_TRUE(IsOpen(internal));
 }
 
 // Every refusal is a timeout that leaves the counter and releases the duplicate; the service's
@@ -475,81 +490,7 @@ TEST_F(QueueTempTest, NullOrEmptyCameraObject) {
     EXPECT_EQ(request->frcRatioInfo.outputQueuedNum, 1);
 }
 
-// The extension layer's masks alone govern its lines; encrypted, they go to the encrypting sink
-// alone.
-TEST_F(QueueTempTest, LinesFollowTheExtensionLayerSwitches) {
-    for (int index = 0; index < IXO_LOG_LEVEL_COUNT; index++) {
-        g_enableIxoNodeLogs[index] = 0;
-        g_enableIxeLogs[index] = 0;
-    }
-    g_enableIxeLogs[0] = 0x800;
-    g_enableIxeLogs[4] = 0x800;
-    const std::vector<ExpectedLine> lines = {
-        Ixe('I', kTemp, kTempEntry),
-        Ixe('E', kTemp, "[BufNode] Failed to get camera buffer!"),
-        Ixe('I', kTemp, Outcome("success!", 1, 0, nullptr)),
-    };
-    StartCapture();
-    EXPECT_EQ(Queue(0, nullptr), LumResultSuccess);
-    ExpectLog(lines);
-
-    g_logIxeEncryption = 1;
-    request->frcRatioInfo.outputQueuedNum = 0;
-    StartCapture();
-    EXPECT_EQ(Queue(0, nullptr), LumResultSuccess);
-    ExpectLines(SinkLines(), lines, camera_host::LogSink::Encrypt);
-    EXPECT_TRUE(AndroidLines().empty());
-
-    g_logIxeEncryption = 0;
-    for (int index = 0; index < IXO_LOG_LEVEL_COUNT; index++) {
-        g_enableIxoNodeLogs[index] = ~0ULL;
-        g_enableIxeLogs[index] = ~0x800ULL;
-    }
-    request->frcRatioInfo.outputQueuedNum = 0;
-    StartCapture();
-    EXPECT_EQ(Queue(0, nullptr), LumResultSuccess);
-    ExpectLog({});
-}
-
 using NativeHandleTest = BufferPathTest;
-
-// Every descriptor of the camera handle goes out as a fresh close-on-exec duplicate with the
-// handle's numbers; after the call the duplicates are closed once each and the camera keeps its
-// own. The internal buffer's descriptor stays with its owner the same way.
-TEST_F(NativeHandleTest, QueuedDescriptorsAreFreshDuplicatesClosedAfterTheCall) {
-    auto request = MakeRequest(7, 100, SmallNv12(true, {7, -3}));
-    const native_handle_t* pCamera = request->input->Camera()->Handle();
-    const int plane0 = pCamera->data[0];
-    const int plane1 = pCamera->data[1];
-    const FileIdentity identity0 = IdentityOf(plane0);
-    const int internal = request->input->InternalDescriptor();
-    const int fdsBefore = testsupport::OpenDescriptorCount();
-
-    StartCapture();
-    ASSERT_EQ(node->QueueInput(&request->info, 7, 0, 0, 0, 0), LumResultSuccess);
-    ASSERT_EQ(node->QueueInput(&request->info, 7, 0, 0, 1, 0), LumResultSuccess);
-    const std::vector<Call> queued = Queued();
-    ASSERT_EQ(queued.size(), 2u);
-    const BufferSeen& seen = *queued[0].buffer;
-    ASSERT_EQ(seen.fds.size(), 2u);
-    ExpectDuplicateOf(seen.fds[0], plane0);
-    ExpectDuplicateOf(seen.fds[1], plane1);
-    EXPECT_EQ(seen.ints, (std::vector<int32_t>{7, -3}));
-    ASSERT_EQ(queued[1].buffer->fds.size(), 1u);
-    EXPECT_TRUE(queued[1].buffer->ints.empty());
-    ExpectDuplicateOf(queued[1].buffer->fds[0], internal);
-    for (const FdSeen& fd : {seen.fds[0], seen.fds[1], queued[1].buffer->fds[0]}) {
-        ExpectReleased(fd);
-    }
-    // A second close would have reached syslog.
-    EXPECT_TRUE(SyslogLines().empty());
-    EXPECT_EQ(testsupport::OpenDescriptorCount(), fdsBefore);
-    EXPECT_EQ(pCamera->data[0], plane0);
-    EXPECT_EQ(IdentityOf(plane0), identity0);
-    EXPECT_TRUE(IsOpen(plane1));
-    EXPECT_EQ(request->input->bufferFd, internal);
-    EXPECT_TRUE(IsOpen(internal));
-}
 
 // A slot that cannot be duplicated arrives as -1, is skipped on release, and the call goes on.
 TEST_F(NativeHandleTest, UndupableSlotArrivesAsMinusOne) {
@@ -586,29 +527,6 @@ TEST_F(NativeHandleTest, UndupableSlotArrivesAsMinusOne) {
     EXPECT_TRUE(SyslogLines().empty());
     close(first);
     close(last);
-}
-
-// Descriptors closed behind the buffer's back: each failed close reaches syslog, from the last
-// slot to the first, and the release goes on.
-TEST_F(NativeHandleTest, FailedClosesReachSyslogFromTheLastSlot) {
-    auto request = MakeRequest(7, 100, SmallNv12(true));
-    session->OnCall("queueBuf", [](const Call& call) {
-        close(call.buffer->fds.at(0).fd);
-        close(call.buffer->fds.at(1).fd);
-    });
-    const int fdsBefore = testsupport::OpenDescriptorCount();
-    StartCapture();
-    EXPECT_EQ(node->QueueOutput(&request->info, 7, 0, 0), LumResultSuccess);
-    const BufferSeen seen = *Queued().at(0).buffer;
-    ASSERT_EQ(seen.fds.size(), 2u);
-    const std::vector<SyslogLine> lines = SyslogLines();
-    ASSERT_EQ(lines.size(), 2u);
-    for (size_t i = 0; i < 2; i++) {
-        EXPECT_EQ(lines[i].priority, LOG_ERR);
-        EXPECT_EQ(lines[i].message, "Could not close FD " + std::to_string(seen.fds[1 - i].fd) +
-                                        ": Bad file descriptor");
-    }
-    EXPECT_EQ(testsupport::OpenDescriptorCount(), fdsBefore);
 }
 
 // The length is the sum of the low halves of the first numberOfPlanes plane sizes, in 32 bits;

@@ -1,14 +1,12 @@
 // Logging: the log statements' filtering and sinks under every switch, the Android line format,
-// lazy argument evaluation, the LumResult name table and VppError's text form.
+// and lazy argument evaluation.
 #include <gtest/gtest.h>
 
-#include <climits>
 #include <string>
 #include <vector>
 
 #include "base_fixture.h"
 #include "pavovppservicelog.h"
-#include "test_node.h"
 
 namespace vpptest {
 namespace {
@@ -171,57 +169,6 @@ TEST_F(LoggingTest, ExtensionFormUsesItsOwnMasksGroupAndAndroidTag) {
     EmitIxe(true, 4);
     EmitIxe(false, 5);
     EXPECT_TRUE(log.Lines().empty() && log.AndroidLines().empty());
-}
-
-TEST_F(LoggingTest, LibraryLinesUnderEncryptionGoOnlyToTheEncryptingSink) {
-    IxoNodeInterface nodeInterface{};
-    TestNode first("node");
-    first.m_skipWaitForClose = 1;
-    ASSERT_EQ(first.Initialize(&nodeInterface), LumResultSuccess);
-    g_logIxeEncryption = 1;
-    g_enableSystemLog = 1;
-    TestNode second("node");
-    second.m_skipWaitForClose = 1;
-    LogRecorder log;
-    ASSERT_EQ(second.Initialize(&nodeInterface), LumResultSuccess);
-    const auto lines = log.Lines();
-    ASSERT_EQ(lines.size(), 3u);
-    for (const auto& line : lines) {
-        EXPECT_EQ(line.sink, LogSink::Encrypt) << line.message;
-        EXPECT_EQ(line.group, IxeLog::GroupToString(kNodeGroup));
-    }
-    EXPECT_EQ(lines[1].message, "[node] vpp SessionCount lock already exists");
-    EXPECT_TRUE(log.AndroidLines().empty());
-}
-
-TEST(ResultNames, LumResultAndVppErrorPrintByName) {
-    const std::string names =
-        "LumResultSuccess LumResultEFailed LumResultEUnsupported LumResultEInvalidState "
-        "LumResultEInvalidArg LumResultEInvalidPointer LumResultENoSuch LumResultEOutOfBounds "
-        "LumResultENoMemory LumResultETimeout LumResultENoMore LumResultENeedMore LumResultEExists "
-        "LumResultEPrivLevel LumResultEResource LumResultEUnableToLoad LumResultEInProgress "
-        "LumResultETryAgain LumResultEBusy LumResultEReentered LumResultEReadOnly "
-        "LumResultEOverflow LumResultEOutOfDomain LumResultEInterrupted LumResultEWouldBlock "
-        "LumResultETooManyUsers LumResultENotImplemented LumResultEDisabled "
-        "LumResultECancelledRequest LumResultECoreNullMetadata LumResultEInducedError "
-        "LumResultEFenceGroupError LumResultECSLStreamOn LumResultEAlreadyCompleted "
-        "LumResultEOEMStatus1 LumResultEOEMStatus2 LumResultEOEMStatus3 "
-        "LumResultEProviderNotExist";
-    std::string printed;
-    for (LumResult value = 0; value < 38; ++value) {
-        printed += std::string(value == 0 ? "" : " ") + LumResultToString(value);
-    }
-    EXPECT_EQ(printed, names);
-    EXPECT_STREQ(LumResultToString(LumResultETimeout), "LumResultETimeout");
-
-    printed.clear();
-    for (int32_t value : {0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, -1, INT32_MIN, INT32_MAX}) {
-        printed += toString(static_cast<VppError>(value)) + " ";
-    }
-    EXPECT_EQ(printed,
-              "VPP_OK VPP_ERR VPP_PENDING VPP_ERR_STATE VPP_ERR_INVALID_CFG VPP_ERR_PARAM "
-              "VPP_ERR_NO_MEM VPP_ERR_RESOURCES VPP_ERR_HW VPP_ERR_FATAL 10 -1 -2147483648 "
-              "2147483647 ");
 }
 
 }  // namespace

@@ -361,25 +361,6 @@ TEST_F(OpenVppSessionTest, DeferredOpenFailuresReachTheWait) {
     }
 }
 
-// A failed thread creation returns its code, sends nothing, and the wait returns what the last
-// worker left.
-TEST_F(OpenVppSessionTest, ThreadCreationFailureKeepsThePreviousOutcome) {
-    auto node = MakeSessionNode("NoThread");
-    ASSERT_EQ(node->NotifyOpenVppSession(), LumResultSuccess);
-    ASSERT_EQ(node->WaitForOnOpenVppSession(), 1u);
-    const size_t opened = SessionOf(*node)->Calls().size();
-
-    camera_host::SetThreadCreateFailure([] { return LumResultETooManyUsers; });
-    LogRecorder log;
-    EXPECT_EQ(node->NotifyOpenVppSession(), LumResultETooManyUsers);
-    EXPECT_EQ(node->m_openThreadId, 0);
-    EXPECT_EQ(node->WaitForOnOpenVppSession(), 1u);
-    EXPECT_TRUE(LogIs(log, {Line(Level::kError, "NotifyOpenVppSession", *node,
-                                 "Failed to Create DeferOpenVppSession Thread with error: "
-                                 "LumResultETooManyUsers")}));
-    EXPECT_EQ(SessionOf(*node)->Calls().size(), opened);
-}
-
 // Two nodes inside the service's open at once: the count rises by two under its lock, and each
 // line reports the value its own increment produced.
 TEST_F(OpenVppSessionTest, TwoDeferredOpensAtOnceCountTwoDistinctValues) {
@@ -571,20 +552,32 @@ TEST_F(CloseVppSessionTest, DeferredCloseFlushesClosesTerminatesAndIsJoined) {
     EXPECT_TRUE(LogIs(log, {Closed(*node), Terminated(*node)}));
 }
 
-// A failed thread creation returns its code, sends nothing, and leaves the close to the wait.
-TEST_F(CloseVppSessionTest, ThreadCreationFailureLeavesTheCloseToTheWait) {
-    auto node = MakeSessionNode("NoCloser");
+// A failed thread creation returns its code and sends nothing: the open wait returns what the
+// last worker left, the close is left to the wait.
+TEST_F(CloseVppSessionTest, ThreadCreationFailureLeavesTheWorkToTheWaits) {
+    auto node = MakeSessionNode("NoThread");
     auto session = SessionOf(*node);
-    camera_host::SetThreadCreateFailure([] { return LumResultEBusy; });
+    ASSERT_EQ(node->NotifyOpenVppSession(), LumResultSuccess);
+    ASSERT_EQ(node->WaitForOnOpenVppSession(), 1u);
+    const size_t opened = session->Calls().size();
+    camera_host::SetThreadCreateFailure([] { return LumResultETooManyUsers; });
     LogRecorder log;
+    EXPECT_EQ(node->NotifyOpenVppSession(), LumResultETooManyUsers);
+    EXPECT_EQ(node->m_openThreadId, 0);
+    EXPECT_EQ(node->WaitForOnOpenVppSession(), 1u);
+    camera_host::SetThreadCreateFailure([] { return LumResultEBusy; });
     EXPECT_EQ(node->NotifyCloseVppSession(), LumResultEBusy);
     EXPECT_EQ(node->m_closeThreadId, 0);
-    EXPECT_EQ(session->Methods(), std::vector<std::string>{"init"});
+    EXPECT_EQ(session->Calls().size(), opened);
     EXPECT_EQ(node->WaitForCloseVppSession(), LumResultSuccess);
-    EXPECT_TRUE(LogIs(log, {Line(Level::kError, "NotifyCloseVppSession", *node,
+    EXPECT_TRUE(LogIs(log, {Line(Level::kError, "NotifyOpenVppSession", *node,
+                                 "Failed to Create DeferOpenVppSession Thread with error: "
+                                 "LumResultETooManyUsers"),
+                            Line(Level::kError, "NotifyCloseVppSession", *node,
                                  "Failed to Create DeferCloseVppSession Thread with error: "
                                  "LumResultEBusy"),
                             Closed(*node), Terminated(*node)}));
+    EXPECT_EQ(MethodsAfter(*session, opened), (std::vector<std::string>{"close", "term"}));
 }
 
 // The destructor's own lines and those of the service release, for the last node.

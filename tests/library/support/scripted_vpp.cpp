@@ -150,27 +150,7 @@ ndk::ScopedAStatus ScriptedSession::setCtrlFrc(const VppCtrlFrc& ctrl, VppError*
     return Handle(call, r);
 }
 
-void ScriptedService::SetMode(Mode mode) {
-    std::lock_guard<std::mutex> lock(m_mutex);
-    m_mode = mode;
-}
-
-void ScriptedService::SetSession(std::shared_ptr<ScriptedSession> session) {
-    std::lock_guard<std::mutex> lock(m_mutex);
-    m_session = std::move(session);
-}
-
-std::shared_ptr<ScriptedSession> ScriptedService::LastSession() const {
-    std::lock_guard<std::mutex> lock(m_mutex);
-    return m_sessions.empty() ? nullptr : m_sessions.back();
-}
-
-int ScriptedService::GetNewVppSessionCalls() const {
-    std::lock_guard<std::mutex> lock(m_mutex);
-    return m_calls;
-}
-
-ndk::ScopedAStatus ScriptedService::getNewVppSession(int32_t /*in_flags*/,
+ndk::ScopedAStatus ScriptedService::getNewVppSession(int32_t /*flags*/,
                                                      std::shared_ptr<IVppSession>* _aidl_return) {
     std::lock_guard<std::mutex> lock(m_mutex);
     m_calls++;
@@ -179,7 +159,7 @@ ndk::ScopedAStatus ScriptedService::getNewVppSession(int32_t /*in_flags*/,
     }
     std::shared_ptr<ScriptedSession> session =
         m_session ? m_session : ndk::SharedRefBase::make<ScriptedSession>();
-    m_sessions.push_back(session);
+    m_last = session;
     *_aidl_return = session;
     if (m_mode == Mode::kFillButFail) {
         return ndk::ScopedAStatus::fromStatus(STATUS_FAILED_TRANSACTION);

@@ -109,50 +109,29 @@ class ScriptedSession : public BnVppSession {
     ndk::ScopedAStatus setMode(int32_t mode, VppError* r) override {
         return Handle(Of("setMode", -1, mode), r);
     }
-    ndk::ScopedAStatus drain(VppError* r) override { return Handle(Of("drain"), r); }
-    ndk::ScopedAStatus getBufferRequirements(int32_t, VppBufferRequirements*,
-                                             VppError* r) override {
-        return Handle(Of("getBufferRequirements"), r);
+    // The methods the library never calls are recorded by name only.
+#define VPPTEST_BY_NAME(name, ...)                              \
+    ndk::ScopedAStatus name(__VA_ARGS__ VppError* r) override { \
+        return Handle(Of(#name), r);                            \
     }
-    ndk::ScopedAStatus getCtrlFrc(VppCtrlFrc*, VppError* r) override {
-        return Handle(Of("getCtrlFrc"), r);
-    }
-    ndk::ScopedAStatus getMode(int32_t*, VppError* r) override { return Handle(Of("getMode"), r); }
-    ndk::ScopedAStatus getParameter(int32_t, VppPortParam*, VppError* r) override {
-        return Handle(Of("getParameter"), r);
-    }
-    ndk::ScopedAStatus getState(int32_t*, VppError* r) override {
-        return Handle(Of("getState"), r);
-    }
-    ndk::ScopedAStatus getStats(VppStats*, VppError* r) override {
-        return Handle(Of("getStats"), r);
-    }
-    ndk::ScopedAStatus reconfigure(const VppPortParam&, const VppPortParam&, VppError* r) override {
-        return Handle(Of("reconfigure"), r);
-    }
-    ndk::ScopedAStatus resetStats(VppError* r) override { return Handle(Of("resetStats"), r); }
-    ndk::ScopedAStatus setDebugFlags(int32_t, VppError* r) override {
-        return Handle(Of("setDebugFlags"), r);
-    }
-    ndk::ScopedAStatus setFrameRate(int32_t, int32_t, VppError* r) override {
-        return Handle(Of("setFrameRate"), r);
-    }
-    ndk::ScopedAStatus setMaxQueuedBuffers(int32_t, int32_t, VppError* r) override {
-        return Handle(Of("setMaxQueuedBuffers"), r);
-    }
-    ndk::ScopedAStatus setName(const std::string&, VppError* r) override {
-        return Handle(Of("setName"), r);
-    }
-    ndk::ScopedAStatus setPriority(int32_t, VppError* r) override {
-        return Handle(Of("setPriority"), r);
-    }
-    ndk::ScopedAStatus setTimestampMode(int32_t, VppError* r) override {
-        return Handle(Of("setTimestampMode"), r);
-    }
-    ndk::ScopedAStatus setPassThrough(int32_t, VppError* r) override {
-        return Handle(Of("setPassThrough"), r);
-    }
-    ndk::ScopedAStatus ping(VppError* r) override { return Handle(Of("ping"), r); }
+    VPPTEST_BY_NAME(drain)
+    VPPTEST_BY_NAME(getBufferRequirements, int32_t, VppBufferRequirements*, )
+    VPPTEST_BY_NAME(getCtrlFrc, VppCtrlFrc*, )
+    VPPTEST_BY_NAME(getMode, int32_t*, )
+    VPPTEST_BY_NAME(getParameter, int32_t, VppPortParam*, )
+    VPPTEST_BY_NAME(getState, int32_t*, )
+    VPPTEST_BY_NAME(getStats, VppStats*, )
+    VPPTEST_BY_NAME(reconfigure, const VppPortParam&, const VppPortParam&, )
+    VPPTEST_BY_NAME(resetStats)
+    VPPTEST_BY_NAME(setDebugFlags, int32_t, )
+    VPPTEST_BY_NAME(setFrameRate, int32_t, int32_t, )
+    VPPTEST_BY_NAME(setMaxQueuedBuffers, int32_t, int32_t, )
+    VPPTEST_BY_NAME(setName, const std::string&, )
+    VPPTEST_BY_NAME(setPriority, int32_t, )
+    VPPTEST_BY_NAME(setTimestampMode, int32_t, )
+    VPPTEST_BY_NAME(setPassThrough, int32_t, )
+    VPPTEST_BY_NAME(ping)
+#undef VPPTEST_BY_NAME
 
   private:
     static Call Of(const char* method, int32_t port = -1, int32_t value = -1) {
@@ -180,20 +159,31 @@ class ScriptedService : public BnVppService {
         kFillButFail,  // fills the handle, answers an error status
         kOkButEmpty,   // leaves the handle empty, answers OK
     };
-    void SetMode(Mode mode);
+    void SetMode(Mode mode) {
+        std::lock_guard<std::mutex> lock(m_mutex);
+        m_mode = mode;
+    }
     // The session handed out by the next getNewVppSession calls; a new one each call otherwise.
-    void SetSession(std::shared_ptr<ScriptedSession> session);
-    std::shared_ptr<ScriptedSession> LastSession() const;
-    int GetNewVppSessionCalls() const;
-
-    ndk::ScopedAStatus getNewVppSession(int32_t in_flags,
+    void SetSession(std::shared_ptr<ScriptedSession> session) {
+        std::lock_guard<std::mutex> lock(m_mutex);
+        m_session = std::move(session);
+    }
+    std::shared_ptr<ScriptedSession> LastSession() const {
+        std::lock_guard<std::mutex> lock(m_mutex);
+        return m_last;
+    }
+    int GetNewVppSessionCalls() const {
+        std::lock_guard<std::mutex> lock(m_mutex);
+        return m_calls;
+    }
+    ndk::ScopedAStatus getNewVppSession(int32_t flags,
                                         std::shared_ptr<IVppSession>* _aidl_return) override;
 
   private:
     mutable std::mutex m_mutex;
     Mode m_mode = Mode::kNewSession;
     std::shared_ptr<ScriptedSession> m_session;
-    std::vector<std::shared_ptr<ScriptedSession>> m_sessions;
+    std::shared_ptr<ScriptedSession> m_last;
     int m_calls = 0;
 };
 
