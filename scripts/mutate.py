@@ -90,6 +90,29 @@ MUTATIONS = [
     Mutation("L12", "library", LIBRARY, "wrong condition", "end-of-stream input is counted",
              "if ((1 != isEOS) && (nullptr != pFrcRatioInfo)) {",
              "if (nullptr != pFrcRatioInfo) {"),
+    # The library, added with the test trim.
+    Mutation("L13", "library", LIBRARY, "wrong status code", "refused input answers a failure "
+             "instead of a timeout",
+             "            static_cast<void*>(phNativeHandle), CookiePointer(buffer));\n"
+             "        result = LumResultETimeout;\n    }\n    return result;\n}\n\n"
+             "LumResult IxoNodeVppBase::QueueTempBuffertoVPPOutput",
+             "            static_cast<void*>(phNativeHandle), CookiePointer(buffer));\n"
+             "        result = LumResultEFailed;\n    }\n    return result;\n}\n\n"
+             "LumResult IxoNodeVppBase::QueueTempBuffertoVPPOutput"),
+    Mutation("L14", "library", LIBRARY, "wrong condition", "temporary output takes the internal "
+             "buffer for any non-zero flag",
+             "    if (1 == needGenerateFd) {", "    if (0 != needGenerateFd) {"),
+    Mutation("L15", "library", LIBRARY, "missing count", "destructor leaves the session count",
+             "            s_sessionCount--;\n", ""),
+    Mutation("L16", "library", LIBRARY, "wrong argument", "control sends the wrong session mode",
+             "m_pVppSession->setMode(kFrcSessionMode, &vppError)",
+             "m_pVppSession->setMode(kFrcSessionMode - 1, &vppError)"),
+    Mutation("L17", "library", LIBRARY, "off-by-one", "row copy records plane 1 at full stride",
+             "hOutput->formatBlock.planeLayout[1].stride = outputLayout.stride / 2;",
+             "hOutput->formatBlock.planeLayout[1].stride = outputLayout.stride;"),
+    Mutation("L18", "library", LIBRARY, "log form", "temporary output's end-of-stream line in "
+             "the node form",
+             'VPP_IXE_LOG_INFO("[%s] >> queue EOS buffer', 'VPP_LOG_INFO("[%s] >> queue EOS buffer'),
     # The reference service.
     Mutation("S1", "service", "service/src/mapped_frame.cpp", "missing close",
              "mappings are never unmapped",

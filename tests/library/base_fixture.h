@@ -32,17 +32,6 @@ class BothSinks : public LogRecorder {
     BothSinks() { g_enableSystemLog = 1; }
 };
 
-// Enables or clears the node group bit at the given level indices, leaving other bits alone.
-inline void SetNodeGroup(std::initializer_list<int> indices, bool enabled) {
-    for (int index : indices) {
-        if (enabled) {
-            g_enableIxoNodeLogs[index] |= kNodeGroup;
-        } else {
-            g_enableIxoNodeLogs[index] &= ~kNodeGroup;
-        }
-    }
-}
-
 // Clean process-wide state around every test: statics, binder registry and counters, failure
 // injection, log switches (all four levels of the node group on, Android log and encryption
 // off, stderr silenced), and checks that descriptors, mutexes, conditions and threads made
@@ -61,7 +50,9 @@ class BaseTest : public ::testing::Test {
         TestNode::ResetStatics();
         g_logIxeEncryption = 0;
         g_enableSystemLog = 0;
-        SetNodeGroup({kErrorIndex, kWarnIndex, kInfoIndex, kVerboseIndex}, true);
+        for (int index : {kErrorIndex, kWarnIndex, kInfoIndex, kVerboseIndex}) {
+            g_enableIxoNodeLogs[index] |= kNodeGroup;
+        }
         m_fds = testsupport::OpenDescriptorCount();
         m_mutexes = camera_host::LiveMutexCount();
         m_conditions = camera_host::LiveConditionCount();

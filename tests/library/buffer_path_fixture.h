@@ -10,10 +10,10 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <cstdio>
 #include <memory>
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "base_fixture.h"
@@ -41,23 +41,13 @@ inline std::string OutputOutcome(const char* verb, unsigned count, const std::st
            ", timestamp: 0, nativeHandle: " + Ptr(pHandle) + ", cookie: " + Ptr(pCookie);
 }
 
-// Identity of an open descriptor's file.
-struct FileIdentity {
-    dev_t device = 0;
-    ino_t inode = 0;
-    bool operator==(const FileIdentity& other) const {
-        return device == other.device && inode == other.inode;
-    }
-};
+// Identity of an open descriptor's file: device and inode.
+using FileIdentity = std::pair<dev_t, ino_t>;
 
 inline FileIdentity IdentityOf(int fd) {
     struct stat status {};
     EXPECT_EQ(fstat(fd, &status), 0) << "descriptor " << fd << " is not open";
-    return FileIdentity{status.st_dev, status.st_ino};
-}
-
-inline FileIdentity IdentityOf(const FdSeen& seen) {
-    return FileIdentity{seen.device, seen.inode};
+    return {status.st_dev, status.st_ino};
 }
 
 inline bool IsOpen(int fd) {
@@ -87,12 +77,13 @@ class FakeCameraBuffer : public IxoImageList {
     native_handle_t* m_pHandle;
 };
 
-// NV12 64x32 with a 64-byte stride: planes of 2048 and 1024 bytes.
+// NV12 with a stride of its width (64x32 by default: planes of 2048 and 1024 bytes).
 inline camera_host::CameraBufferConfig SmallNv12(bool descriptorPerPlane = false,
-                                                 std::vector<int32_t> ints = {}) {
+                                                 std::vector<int32_t> ints = {},
+                                                 uint32_t width = 64, uint32_t height = 32) {
     camera_host::CameraBufferConfig config;
-    config.geometry.width = 64;
-    config.geometry.height = 32;
+    config.geometry.width = width;
+    config.geometry.height = height;
     config.geometry.format = IxoFormatNV12;
     config.descriptorPerPlane = descriptorPerPlane;
     config.ints = std::move(ints);
@@ -100,23 +91,6 @@ inline camera_host::CameraBufferConfig SmallNv12(bool descriptorPerPlane = false
 }
 
 constexpr int32_t kSmallNv12Size = 3072;
-
-// Enables every level the buffer path writes at, for both statement forms, with the Android log.
-inline void EnableBufferPathLogs() {
-    g_logIxeEncryption = 0;
-    g_enableSystemLog = 1;
-    for (int index : {0, 1, 4, 6}) {
-        g_enableIxoNodeLogs[index] = ~0ULL;
-        g_enableIxeLogs[index] = ~0ULL;
-    }
-}
-
-inline void DisableAllLogs() {
-    for (int index = 0; index < IXO_LOG_LEVEL_COUNT; index++) {
-        g_enableIxoNodeLogs[index] = 0;
-        g_enableIxeLogs[index] = 0;
-    }
-}
 
 // Fixture: the base's clean state and leak checks, a node wired straight to a scripted session,
 // both statement forms logged at every level.
@@ -126,9 +100,10 @@ class BufferPathTest : public BaseTest {
 
     void SetUp() override {
         BaseTest::SetUp();
-        EnableBufferPathLogs();
-        g_enableSystemLog = 0;
-
+        for (int index : {0, 1, 4, 6}) {
+            g_enableIxoNodeLogs[index] = ~0ULL;
+            g_enableIxeLogs[index] = ~0ULL;
+        }
         service = ndk::SharedRefBase::make<ScriptedService>();
         registration = std::make_unique<ServiceRegistration>(service);
         session = ndk::SharedRefBase::make<ScriptedSession>();
@@ -168,17 +143,8 @@ class BufferPathTest : public BaseTest {
         EXPECT_TRUE(LogIs(*m_logs, expected));
     }
 
-    // What the framework sinks and the Android log received since StartCapture.
-    std::vector<camera_host::LogLine> SinkLines() const {
-        return m_logs.has_value() ? m_logs->Lines() : std::vector<camera_host::LogLine>();
-    }
-    std::vector<AndroidLogLine> AndroidLines() const {
-        return m_logs.has_value() ? m_logs->AndroidLines() : std::vector<AndroidLogLine>();
-    }
-
-    std::vector<SyslogLine> SyslogLines() const {
-        return m_syslog.has_value() ? m_syslog->Lines() : std::vector<SyslogLine>();
-    }
+    std::vector<camera_host::LogLine> SinkLines() const { return m_logs->Lines(); }
+    std::vector<SyslogLine> SyslogLines() const { return m_syslog->Lines(); }
 
     // The buffers the session received through queueBuf, with their ports.
     std::vector<Call> Queued() const { return session->CallsOf("queueBuf"); }
@@ -186,24 +152,24 @@ class BufferPathTest : public BaseTest {
     std::unique_ptr<camera_host::RequestBuffers> MakeRequest(
         uint64_t requestId = 7, uint64_t frameTimestamp = 33333,
         const camera_host::CameraBufferConfig& config = SmallNv12()) {
-        std::unique_ptr<camera_host::RequestBuffers> request =
+        auto request =
             camera_host::RequestBuffers::Create(requestId, frameTimestamp, config, config);
         EXPECT_NE(request, nullptr);
         return request;
     }
 
-    // Expects a descriptor seen by the session to be a close-on-exec duplicate of original.
+    // A descriptor seen by the session was a close-on-exec duplicate of original.
     static void ExpectDuplicateOf(const FdSeen& seen, int original) {
         EXPECT_TRUE(seen.open) << "slot " << seen.fd << " was not open during the call";
         EXPECT_NE(seen.fd, original) << "the caller's own descriptor was sent";
         EXPECT_TRUE(seen.closeOnExec);
-        EXPECT_EQ(IdentityOf(seen), IdentityOf(original));
+        EXPECT_EQ(FileIdentity(seen.device, seen.inode), IdentityOf(original));
     }
 
-    // Expects a descriptor number the session saw to be closed now (or reused for another file).
+    // A descriptor number the session saw is closed now (or reused for another file).
     static void ExpectReleased(const FdSeen& seen) {
         if (IsOpen(seen.fd)) {
-            EXPECT_FALSE(IdentityOf(seen.fd) == IdentityOf(seen))
+            EXPECT_NE(IdentityOf(seen.fd), FileIdentity(seen.device, seen.inode))
                 << "duplicate " << seen.fd << " is still open";
         }
     }

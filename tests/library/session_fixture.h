@@ -87,8 +87,6 @@ class SessionTest : public BaseTest {
         return std::dynamic_pointer_cast<ScriptedSession>(node.m_pVppSession);
     }
 
-    static std::string SessionPtr(const TestNode& node) { return Ptr(node.m_pVppSession.get()); }
-
     IxoNodeInterface m_interface{};
     std::shared_ptr<ScriptedService> m_service;
     std::optional<ServiceRegistration> m_registration;

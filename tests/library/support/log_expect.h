@@ -1,11 +1,12 @@
-// Expected log lines of the library and their comparison, line by line, with what the framework's
-// sinks and the Android log received: the records, printf and pointer formatting, the captures.
+// Expected log lines of the library and their comparison with what the framework's sinks and the
+// Android log received: the records, printf and pointer formatting, the captures.
 #pragma once
 
 #include <android/log.h>
 #include <camera_host/camera_host.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstdarg>
 #include <cstdio>
 #include <optional>
@@ -20,11 +21,9 @@ constexpr const char* kSourceBaseName = "pavovppservicebase";
 
 enum class Level { kError, kWarn, kInfo, kVerbose };
 
-// Which log statement form a line was written in.
-enum class Form {
-    kNode,  // group "VPP" of the node masks, Android tag "IxoNode"
-    kIxe,   // group "FRC" of the extension-layer masks, Android tag "Ixo"
-};
+// Which statement form wrote a line: the node form (group "VPP" of the node masks, Android tag
+// "IxoNode") or the extension-layer form (group "FRC" of its own masks, Android tag "Ixo").
+enum class Form { kNode, kIxe };
 
 // One expected line: level, emitting function, fully expanded message, statement form.
 struct ExpectedLine {
@@ -49,16 +48,10 @@ inline ExpectedLine Verbose(std::string function, std::string message) {
 
 // A line by its level letter ('E', 'W', 'I', 'V') in either form.
 inline Level LevelOf(char letter) {
-    switch (letter) {
-        case 'E':
-            return Level::kError;
-        case 'W':
-            return Level::kWarn;
-        case 'I':
-            return Level::kInfo;
-        default:
-            return Level::kVerbose;
-    }
+    return letter == 'E'   ? Level::kError
+           : letter == 'W' ? Level::kWarn
+           : letter == 'I' ? Level::kInfo
+                           : Level::kVerbose;
 }
 inline ExpectedLine Node(char level, std::string function, std::string message) {
     return {LevelOf(level), std::move(function), std::move(message), Form::kNode};
@@ -72,8 +65,7 @@ inline const char* LevelTag(Level level) {
     return kTags[static_cast<int>(level)];
 }
 inline const char* LevelLetter(Level level) {
-    static const char* const kLetters[] = {"E", "W", "I", "V"};
-    return kLetters[static_cast<int>(level)];
+    return &"E\0W\0I\0V"[2 * static_cast<int>(level)];
 }
 // Android priority of a level; verbose lines go out at info priority.
 inline int LevelPriority(Level level) {
@@ -88,8 +80,7 @@ inline const char* AndroidTag(Form form) {
     return form == Form::kNode ? "IxoNode" : "Ixo";
 }
 
-// printf into a string: expectations go through the same formatting as the library's lines, so
-// that "%p" and "%lu" print exactly as they do in the log.
+// printf into a string, so that "%p" and "%lu" print exactly as they do in the log.
 inline std::string Printf(const char* pFormat, ...) __attribute__((format(printf, 1, 2)));
 inline std::string Printf(const char* pFormat, ...) {
     va_list args;
@@ -120,13 +111,11 @@ class AndroidLogCapture {
     AndroidLogCapture(const AndroidLogCapture&) = delete;
     AndroidLogCapture& operator=(const AndroidLogCapture&) = delete;
     std::vector<AndroidLogLine> Lines() const;
-    // Forgets the lines captured so far.
     void Clear();
 };
 
 // Android logger for the time no recorder captures: the lines are dropped, not printed.
-inline void DiscardAndroidLog(const struct __android_logger_data* /*pData*/,
-                              const char* /*pMessage*/) {}
+inline void DiscardAndroidLog(const struct __android_logger_data*, const char*) {}
 
 // Captures the framework's sinks and the Android log at once; Restart drops what was captured.
 class LogRecorder {
@@ -150,7 +139,6 @@ class LogRecorder {
     }
     std::vector<camera_host::LogLine> Lines() const { return m_capture->Lines(); }
     std::vector<AndroidLogLine> AndroidLines() const { return m_android->Lines(); }
-    // Messages of the framework's sink, in order.
     std::vector<std::string> Messages() const { return m_capture->Messages(); }
 
   private:
@@ -180,8 +168,7 @@ inline std::string AndroidText(const camera_host::LogLine& line) {
            line.function + "() " + line.message + "\n";
 }
 
-// Compares framework lines alone with the expected ones, field by field and in order; each line
-// must carry a positive line number.
+// Framework lines alone against the expected ones, in order; each carries a positive line number.
 inline void ExpectLines(const std::vector<camera_host::LogLine>& lines,
                         const std::vector<ExpectedLine>& expected,
                         camera_host::LogSink sink = camera_host::LogSink::Normal,
@@ -198,125 +185,78 @@ inline void ExpectLines(const std::vector<camera_host::LogLine>& lines,
     EXPECT_EQ(actual, wanted);
 }
 
-// Every node-form framework line has its Android twin, in the same order, with tag "IxoNode",
-// the level's priority and the same line number.
-inline void ExpectAndroidTwins(const std::vector<camera_host::LogLine>& lines,
-                               const std::vector<AndroidLogLine>& androidLines) {
-    std::vector<std::string> wanted;
-    for (const auto& line : lines) {
-        const int priority = line.levelLetter == "E"   ? ANDROID_LOG_ERROR
-                             : line.levelLetter == "W" ? ANDROID_LOG_WARN
-                                                       : ANDROID_LOG_INFO;
-        wanted.push_back(std::to_string(priority) + " IxoNode " + AndroidText(line));
+// Both sinks as one list of strings: each framework line with the Android twin found at the same
+// place (the level's priority and the form's tag, the full text with the same line number).
+inline std::vector<std::string> Joined(const LogRecorder& recorder) {
+    const auto lines = recorder.Lines();
+    const auto android = recorder.AndroidLines();
+    std::vector<std::string> joined;
+    for (size_t i = 0; i < std::max(lines.size(), android.size()); i++) {
+        std::string text = i < lines.size() ? Describe(lines[i]) : "(none)";
+        if (i < lines.size() && lines[i].line <= 0) {
+            text += " | no line number";
+        }
+        if (i >= android.size()) {
+            text += " || (no Android line)";
+        } else if (i < lines.size() && android[i].message == AndroidText(lines[i])) {
+            text += " || " + std::to_string(android[i].priority) + " " + android[i].tag;
+        } else {
+            text += " || " + std::to_string(android[i].priority) + " " + android[i].tag + " " +
+                    android[i].message;
+        }
+        joined.push_back(text);
     }
-    std::vector<std::string> actual;
-    for (const auto& line : androidLines) {
-        actual.push_back(std::to_string(line.priority) + " " + line.tag + " " + line.message);
-    }
-    EXPECT_EQ(actual, wanted);
+    return joined;
 }
-
-// Whether a captured framework line is the expected one in every field.
-inline bool Matches(const camera_host::LogLine& line, const ExpectedLine& expected) {
-    return line.sink == camera_host::LogSink::Normal && line.levelTag == LevelTag(expected.level) &&
-           line.levelLetter == LevelLetter(expected.level) &&
-           line.group == GroupName(expected.form) && line.file == kSourceBaseName &&
-           line.function == expected.function && line.message == expected.message && line.line > 0;
-}
-
-// Whether an Android line is the twin of a framework line of the expected level and form.
-inline bool AndroidMatches(const AndroidLogLine& android, const camera_host::LogLine& line,
-                           const ExpectedLine& expected) {
-    return android.priority == LevelPriority(expected.level) &&
-           android.tag == AndroidTag(expected.form) && android.message == AndroidText(line);
-}
-
-inline std::string Describe(const std::vector<camera_host::LogLine>& lines) {
-    std::ostringstream out;
-    for (const auto& line : lines) {
-        out << "  " << line.levelTag << " " << line.group << " " << line.file << ":" << line.line
-            << " " << line.function << "() " << line.message << "\n";
-    }
-    return out.str();
+inline std::string Joined(const ExpectedLine& e) {
+    return Describe(e) + " || " + std::to_string(LevelPriority(e.level)) + " " + AndroidTag(e.form);
 }
 
 // Every line of both sinks, in order and to the character, against the expectation.
 inline ::testing::AssertionResult LogIs(const LogRecorder& recorder,
                                         const std::vector<ExpectedLine>& expected) {
-    const auto lines = recorder.Lines();
-    const auto android = recorder.AndroidLines();
-    std::ostringstream want;
+    std::vector<std::string> wanted;
     for (const auto& e : expected) {
-        want << "  " << LevelTag(e.level) << " " << GroupName(e.form) << " " << e.function << "() "
-             << e.message << "\n";
+        wanted.push_back(Joined(e));
     }
-    auto failure = [&](const std::string& why) {
-        return ::testing::AssertionFailure() << why << "\nexpected:\n"
-                                             << want.str() << "captured:\n"
-                                             << Describe(lines);
-    };
-    if (lines.size() != expected.size()) {
-        return failure("line count " + std::to_string(lines.size()) + " instead of " +
-                       std::to_string(expected.size()));
+    const std::vector<std::string> actual = Joined(recorder);
+    if (actual == wanted) {
+        return ::testing::AssertionSuccess();
     }
-    if (android.size() != expected.size()) {
-        return failure("Android line count " + std::to_string(android.size()));
-    }
-    for (size_t i = 0; i < expected.size(); i++) {
-        if (!Matches(lines[i], expected[i])) {
-            return failure("line " + std::to_string(i) + " differs");
-        }
-        if (!AndroidMatches(android[i], lines[i], expected[i])) {
-            return failure("Android line " + std::to_string(i) + " differs: priority " +
-                           std::to_string(android[i].priority) + " tag " + android[i].tag +
-                           " text " + android[i].message);
-        }
-    }
-    return ::testing::AssertionSuccess();
+    std::ostringstream out;
+    out << "expected:\n";
+    for (const auto& line : wanted) out << "  " << line << "\n";
+    out << "captured:\n";
+    for (const auto& line : actual) out << "  " << line << "\n";
+    return ::testing::AssertionFailure() << out.str();
 }
 
-// Every expected line is present exactly once in both sinks, in any order (lines of threads that
-// run at the same time), and nothing else was written.
+// The same in any order (lines of threads that run at the same time): the framework lines as a
+// set, and the Android lines as the set of the framework lines' twins.
 inline ::testing::AssertionResult LogHasExactly(const LogRecorder& recorder,
                                                 const std::vector<ExpectedLine>& expected) {
-    const auto lines = recorder.Lines();
-    const auto android = recorder.AndroidLines();
-    if (lines.size() != expected.size() || android.size() != expected.size()) {
-        return ::testing::AssertionFailure()
-               << lines.size() << " lines and " << android.size() << " Android lines instead of "
-               << expected.size() << "; captured:\n"
-               << Describe(lines);
-    }
-    std::vector<bool> used(lines.size(), false);
-    std::vector<bool> androidUsed(android.size(), false);
+    std::vector<std::string> wanted, actual, twins, android;
     for (const auto& e : expected) {
-        bool found = false;
-        for (size_t i = 0; i < lines.size() && !found; i++) {
-            if (used[i] || !Matches(lines[i], e)) {
-                continue;
-            }
-            for (size_t j = 0; j < android.size(); j++) {
-                if (!androidUsed[j] && AndroidMatches(android[j], lines[i], e)) {
-                    used[i] = true;
-                    androidUsed[j] = true;
-                    found = true;
-                    break;
-                }
-            }
-        }
-        if (!found) {
-            return ::testing::AssertionFailure()
-                   << "missing " << LevelTag(e.level) << " " << e.function << "() " << e.message
-                   << "; captured:\n"
-                   << Describe(lines);
-        }
+        wanted.push_back(Describe(e));
     }
-    return ::testing::AssertionSuccess();
-}
-
-// Both sinks against the expectation, in order.
-inline void ExpectLines(const LogRecorder& recorder, const std::vector<ExpectedLine>& expected) {
-    EXPECT_TRUE(LogIs(recorder, expected));
+    for (const auto& line : recorder.Lines()) {
+        actual.push_back(Describe(line));
+        const Form form = line.group == "VPP" ? Form::kNode : Form::kIxe;
+        twins.push_back(std::to_string(LevelPriority(LevelOf(line.levelLetter[0]))) + " " +
+                        AndroidTag(form) + " " + AndroidText(line));
+    }
+    for (const auto& line : recorder.AndroidLines()) {
+        android.push_back(std::to_string(line.priority) + " " + line.tag + " " + line.message);
+    }
+    for (auto* list : {&wanted, &actual, &twins, &android}) {
+        std::sort(list->begin(), list->end());
+    }
+    if (actual == wanted && android == twins) {
+        return ::testing::AssertionSuccess();
+    }
+    return ::testing::AssertionFailure() << ::testing::PrintToString(actual) << "\ninstead of\n"
+                                         << ::testing::PrintToString(wanted)
+                                         << "\nAndroid: " << ::testing::PrintToString(android);
 }
 
 }  // namespace vpptest

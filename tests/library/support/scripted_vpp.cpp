@@ -48,12 +48,6 @@ BufferSeen Snapshot(const VppBuffer& buffer) {
     return seen;
 }
 
-Call Named(const char* method) {
-    Call call;
-    call.method = method;
-    return call;
-}
-
 }  // namespace
 
 void ScriptedSession::Script(const std::string& method, std::vector<Reply> replies) {
@@ -125,204 +119,38 @@ ndk::ScopedAStatus ScriptedSession::Handle(Call call, VppError* _aidl_return) {
     return ndk::ScopedAStatus::ok();
 }
 
-ndk::ScopedAStatus ScriptedSession::close(VppError* _aidl_return) {
-    return Handle(Named("close"), _aidl_return);
-}
-
-ndk::ScopedAStatus ScriptedSession::drain(VppError* _aidl_return) {
-    return Handle(Named("drain"), _aidl_return);
-}
-
-ndk::ScopedAStatus ScriptedSession::flush(int32_t in_port, VppError* _aidl_return) {
-    Call call = Named("flush");
-    call.port = in_port;
-    return Handle(call, _aidl_return);
-}
-
-ndk::ScopedAStatus ScriptedSession::getBufferRequirements(int32_t in_port,
-                                                          VppBufferRequirements* out,
-                                                          VppError* _aidl_return) {
-    Call call = Named("getBufferRequirements");
-    call.port = in_port;
-    if (out != nullptr) {
-        *out = VppBufferRequirements();
-    }
-    return Handle(call, _aidl_return);
-}
-
-ndk::ScopedAStatus ScriptedSession::init(int32_t in_flags,
-                                         const std::shared_ptr<IVppCallbacks>& in_callbacks,
-                                         VppError* _aidl_return) {
-    Call call = Named("init");
-    call.value = in_flags;
-    call.withCallbacks = (in_callbacks != nullptr);
+ndk::ScopedAStatus ScriptedSession::init(int32_t flags,
+                                         const std::shared_ptr<IVppCallbacks>& callbacks,
+                                         VppError* r) {
+    Call call = Of("init", -1, flags);
+    call.withCallbacks = (callbacks != nullptr);
     {
         std::lock_guard<std::mutex> lock(m_mutex);
-        m_callbacks = in_callbacks;
+        m_callbacks = callbacks;
     }
-    return Handle(call, _aidl_return);
+    return Handle(call, r);
 }
 
-ndk::ScopedAStatus ScriptedSession::open(VppError* _aidl_return) {
-    return Handle(Named("open"), _aidl_return);
+ndk::ScopedAStatus ScriptedSession::queueBuf(int32_t port, const VppBuffer& buffer, VppError* r) {
+    Call call = Of("queueBuf", port);
+    call.buffer = Snapshot(buffer);
+    return Handle(call, r);
 }
 
-ndk::ScopedAStatus ScriptedSession::queueBuf(int32_t in_port, const VppBuffer& in_buffer,
-                                             VppError* _aidl_return) {
-    Call call = Named("queueBuf");
-    call.port = in_port;
-    call.buffer = Snapshot(in_buffer);
-    return Handle(call, _aidl_return);
+ndk::ScopedAStatus ScriptedSession::setParameter(int32_t port, const VppPortParam& param,
+                                                 VppError* r) {
+    Call call = Of("setParameter", port);
+    call.param = param;
+    return Handle(call, r);
 }
 
-ndk::ScopedAStatus ScriptedSession::getCtrlFrc(VppCtrlFrc* out_ctrl, VppError* _aidl_return) {
-    if (out_ctrl != nullptr) {
-        *out_ctrl = VppCtrlFrc();
-    }
-    return Handle(Named("getCtrlFrc"), _aidl_return);
+ndk::ScopedAStatus ScriptedSession::setCtrlFrc(const VppCtrlFrc& ctrl, VppError* r) {
+    Call call = Of("setCtrlFrc");
+    call.ctrl = ctrl;
+    return Handle(call, r);
 }
 
-ndk::ScopedAStatus ScriptedSession::getMode(int32_t* out_mode, VppError* _aidl_return) {
-    if (out_mode != nullptr) {
-        *out_mode = 0;
-    }
-    return Handle(Named("getMode"), _aidl_return);
-}
-
-ndk::ScopedAStatus ScriptedSession::getParameter(int32_t in_port, VppPortParam* out_param,
-                                                 VppError* _aidl_return) {
-    Call call = Named("getParameter");
-    call.port = in_port;
-    if (out_param != nullptr) {
-        *out_param = VppPortParam();
-    }
-    return Handle(call, _aidl_return);
-}
-
-ndk::ScopedAStatus ScriptedSession::getState(int32_t* out_state, VppError* _aidl_return) {
-    if (out_state != nullptr) {
-        *out_state = 0;
-    }
-    return Handle(Named("getState"), _aidl_return);
-}
-
-ndk::ScopedAStatus ScriptedSession::getStats(VppStats* out_stats, VppError* _aidl_return) {
-    if (out_stats != nullptr) {
-        *out_stats = VppStats();
-    }
-    return Handle(Named("getStats"), _aidl_return);
-}
-
-ndk::ScopedAStatus ScriptedSession::reconfigure(const VppPortParam& in_inputParam,
-                                                const VppPortParam& /*in_outputParam*/,
-                                                VppError* _aidl_return) {
-    Call call = Named("reconfigure");
-    call.param = in_inputParam;
-    return Handle(call, _aidl_return);
-}
-
-ndk::ScopedAStatus ScriptedSession::resetStats(VppError* _aidl_return) {
-    return Handle(Named("resetStats"), _aidl_return);
-}
-
-ndk::ScopedAStatus ScriptedSession::setCtrlFrc(const VppCtrlFrc& in_ctrl, VppError* _aidl_return) {
-    Call call = Named("setCtrlFrc");
-    call.ctrl = in_ctrl;
-    return Handle(call, _aidl_return);
-}
-
-ndk::ScopedAStatus ScriptedSession::setDebugFlags(int32_t in_flags, VppError* _aidl_return) {
-    Call call = Named("setDebugFlags");
-    call.value = in_flags;
-    return Handle(call, _aidl_return);
-}
-
-ndk::ScopedAStatus ScriptedSession::setFrameRate(int32_t in_numerator, int32_t /*in_denominator*/,
-                                                 VppError* _aidl_return) {
-    Call call = Named("setFrameRate");
-    call.value = in_numerator;
-    return Handle(call, _aidl_return);
-}
-
-ndk::ScopedAStatus ScriptedSession::setMaxQueuedBuffers(int32_t in_port, int32_t in_count,
-                                                        VppError* _aidl_return) {
-    Call call = Named("setMaxQueuedBuffers");
-    call.port = in_port;
-    call.value = in_count;
-    return Handle(call, _aidl_return);
-}
-
-ndk::ScopedAStatus ScriptedSession::setName(const std::string& /*in_name*/,
-                                            VppError* _aidl_return) {
-    return Handle(Named("setName"), _aidl_return);
-}
-
-ndk::ScopedAStatus ScriptedSession::setMode(int32_t in_mode, VppError* _aidl_return) {
-    Call call = Named("setMode");
-    call.value = in_mode;
-    return Handle(call, _aidl_return);
-}
-
-ndk::ScopedAStatus ScriptedSession::setParameter(int32_t in_port, const VppPortParam& in_param,
-                                                 VppError* _aidl_return) {
-    Call call = Named("setParameter");
-    call.port = in_port;
-    call.param = in_param;
-    return Handle(call, _aidl_return);
-}
-
-ndk::ScopedAStatus ScriptedSession::setPriority(int32_t in_priority, VppError* _aidl_return) {
-    Call call = Named("setPriority");
-    call.value = in_priority;
-    return Handle(call, _aidl_return);
-}
-
-ndk::ScopedAStatus ScriptedSession::setTimestampMode(int32_t in_mode, VppError* _aidl_return) {
-    Call call = Named("setTimestampMode");
-    call.value = in_mode;
-    return Handle(call, _aidl_return);
-}
-
-ndk::ScopedAStatus ScriptedSession::setPassThrough(int32_t in_enable, VppError* _aidl_return) {
-    Call call = Named("setPassThrough");
-    call.value = in_enable;
-    return Handle(call, _aidl_return);
-}
-
-ndk::ScopedAStatus ScriptedSession::ping(VppError* _aidl_return) {
-    return Handle(Named("ping"), _aidl_return);
-}
-
-ndk::ScopedAStatus ScriptedSession::term() {
-    return Handle(Named("term"), nullptr);
-}
-
-void ScriptedService::SetMode(Mode mode) {
-    std::lock_guard<std::mutex> lock(m_mutex);
-    m_mode = mode;
-}
-
-void ScriptedService::SetSession(std::shared_ptr<ScriptedSession> session) {
-    std::lock_guard<std::mutex> lock(m_mutex);
-    m_session = std::move(session);
-}
-
-std::vector<std::shared_ptr<ScriptedSession>> ScriptedService::Sessions() const {
-    std::lock_guard<std::mutex> lock(m_mutex);
-    return m_sessions;
-}
-
-std::shared_ptr<ScriptedSession> ScriptedService::LastSession() const {
-    std::lock_guard<std::mutex> lock(m_mutex);
-    return m_sessions.empty() ? nullptr : m_sessions.back();
-}
-
-int ScriptedService::GetNewVppSessionCalls() const {
-    std::lock_guard<std::mutex> lock(m_mutex);
-    return m_calls;
-}
-
-ndk::ScopedAStatus ScriptedService::getNewVppSession(int32_t /*in_flags*/,
+ndk::ScopedAStatus ScriptedService::getNewVppSession(int32_t /*flags*/,
                                                      std::shared_ptr<IVppSession>* _aidl_return) {
     std::lock_guard<std::mutex> lock(m_mutex);
     m_calls++;
@@ -331,7 +159,7 @@ ndk::ScopedAStatus ScriptedService::getNewVppSession(int32_t /*in_flags*/,
     }
     std::shared_ptr<ScriptedSession> session =
         m_session ? m_session : ndk::SharedRefBase::make<ScriptedSession>();
-    m_sessions.push_back(session);
+    m_last = session;
     *_aidl_return = session;
     if (m_mode == Mode::kFillButFail) {
         return ndk::ScopedAStatus::fromStatus(STATUS_FAILED_TRANSACTION);

@@ -94,43 +94,53 @@ class ScriptedSession : public BnVppSession {
     std::vector<Call> CallsOf(const std::string& method) const;
     std::shared_ptr<IVppCallbacks> Callbacks() const;
 
-    ndk::ScopedAStatus close(VppError* _aidl_return) override;
-    ndk::ScopedAStatus drain(VppError* _aidl_return) override;
-    ndk::ScopedAStatus flush(int32_t in_port, VppError* _aidl_return) override;
-    ndk::ScopedAStatus getBufferRequirements(int32_t in_port, VppBufferRequirements* out,
-                                             VppError* _aidl_return) override;
-    ndk::ScopedAStatus init(int32_t in_flags, const std::shared_ptr<IVppCallbacks>& in_callbacks,
-                            VppError* _aidl_return) override;
-    ndk::ScopedAStatus open(VppError* _aidl_return) override;
-    ndk::ScopedAStatus queueBuf(int32_t in_port, const VppBuffer& in_buffer,
-                                VppError* _aidl_return) override;
-    ndk::ScopedAStatus getCtrlFrc(VppCtrlFrc* out_ctrl, VppError* _aidl_return) override;
-    ndk::ScopedAStatus getMode(int32_t* out_mode, VppError* _aidl_return) override;
-    ndk::ScopedAStatus getParameter(int32_t in_port, VppPortParam* out_param,
-                                    VppError* _aidl_return) override;
-    ndk::ScopedAStatus getState(int32_t* out_state, VppError* _aidl_return) override;
-    ndk::ScopedAStatus getStats(VppStats* out_stats, VppError* _aidl_return) override;
-    ndk::ScopedAStatus reconfigure(const VppPortParam& in_inputParam,
-                                   const VppPortParam& in_outputParam,
-                                   VppError* _aidl_return) override;
-    ndk::ScopedAStatus resetStats(VppError* _aidl_return) override;
-    ndk::ScopedAStatus setCtrlFrc(const VppCtrlFrc& in_ctrl, VppError* _aidl_return) override;
-    ndk::ScopedAStatus setDebugFlags(int32_t in_flags, VppError* _aidl_return) override;
-    ndk::ScopedAStatus setFrameRate(int32_t in_numerator, int32_t in_denominator,
-                                    VppError* _aidl_return) override;
-    ndk::ScopedAStatus setMaxQueuedBuffers(int32_t in_port, int32_t in_count,
-                                           VppError* _aidl_return) override;
-    ndk::ScopedAStatus setName(const std::string& in_name, VppError* _aidl_return) override;
-    ndk::ScopedAStatus setMode(int32_t in_mode, VppError* _aidl_return) override;
-    ndk::ScopedAStatus setParameter(int32_t in_port, const VppPortParam& in_param,
-                                    VppError* _aidl_return) override;
-    ndk::ScopedAStatus setPriority(int32_t in_priority, VppError* _aidl_return) override;
-    ndk::ScopedAStatus setTimestampMode(int32_t in_mode, VppError* _aidl_return) override;
-    ndk::ScopedAStatus setPassThrough(int32_t in_enable, VppError* _aidl_return) override;
-    ndk::ScopedAStatus ping(VppError* _aidl_return) override;
-    ndk::ScopedAStatus term() override;
+    // The methods the library calls record their arguments; the others only their names.
+    ndk::ScopedAStatus flush(int32_t port, VppError* r) override {
+        return Handle(Of("flush", port), r);
+    }
+    ndk::ScopedAStatus init(int32_t flags, const std::shared_ptr<IVppCallbacks>& callbacks,
+                            VppError* r) override;
+    ndk::ScopedAStatus open(VppError* r) override { return Handle(Of("open"), r); }
+    ndk::ScopedAStatus close(VppError* r) override { return Handle(Of("close"), r); }
+    ndk::ScopedAStatus term() override { return Handle(Of("term"), nullptr); }
+    ndk::ScopedAStatus queueBuf(int32_t port, const VppBuffer& buffer, VppError* r) override;
+    ndk::ScopedAStatus setParameter(int32_t port, const VppPortParam& param, VppError* r) override;
+    ndk::ScopedAStatus setCtrlFrc(const VppCtrlFrc& ctrl, VppError* r) override;
+    ndk::ScopedAStatus setMode(int32_t mode, VppError* r) override {
+        return Handle(Of("setMode", -1, mode), r);
+    }
+    // The methods the library never calls are recorded by name only.
+#define VPPTEST_BY_NAME(name, ...)                              \
+    ndk::ScopedAStatus name(__VA_ARGS__ VppError* r) override { \
+        return Handle(Of(#name), r);                            \
+    }
+    VPPTEST_BY_NAME(drain)
+    VPPTEST_BY_NAME(getBufferRequirements, int32_t, VppBufferRequirements*, )
+    VPPTEST_BY_NAME(getCtrlFrc, VppCtrlFrc*, )
+    VPPTEST_BY_NAME(getMode, int32_t*, )
+    VPPTEST_BY_NAME(getParameter, int32_t, VppPortParam*, )
+    VPPTEST_BY_NAME(getState, int32_t*, )
+    VPPTEST_BY_NAME(getStats, VppStats*, )
+    VPPTEST_BY_NAME(reconfigure, const VppPortParam&, const VppPortParam&, )
+    VPPTEST_BY_NAME(resetStats)
+    VPPTEST_BY_NAME(setDebugFlags, int32_t, )
+    VPPTEST_BY_NAME(setFrameRate, int32_t, int32_t, )
+    VPPTEST_BY_NAME(setMaxQueuedBuffers, int32_t, int32_t, )
+    VPPTEST_BY_NAME(setName, const std::string&, )
+    VPPTEST_BY_NAME(setPriority, int32_t, )
+    VPPTEST_BY_NAME(setTimestampMode, int32_t, )
+    VPPTEST_BY_NAME(setPassThrough, int32_t, )
+    VPPTEST_BY_NAME(ping)
+#undef VPPTEST_BY_NAME
 
   private:
+    static Call Of(const char* method, int32_t port = -1, int32_t value = -1) {
+        Call call;
+        call.method = method;
+        call.port = port;
+        call.value = value;
+        return call;
+    }
     // Records the call, runs its hook, and answers by its script.
     ndk::ScopedAStatus Handle(Call call, VppError* _aidl_return);
 
@@ -149,21 +159,31 @@ class ScriptedService : public BnVppService {
         kFillButFail,  // fills the handle, answers an error status
         kOkButEmpty,   // leaves the handle empty, answers OK
     };
-    void SetMode(Mode mode);
+    void SetMode(Mode mode) {
+        std::lock_guard<std::mutex> lock(m_mutex);
+        m_mode = mode;
+    }
     // The session handed out by the next getNewVppSession calls; a new one each call otherwise.
-    void SetSession(std::shared_ptr<ScriptedSession> session);
-    std::vector<std::shared_ptr<ScriptedSession>> Sessions() const;
-    std::shared_ptr<ScriptedSession> LastSession() const;
-    int GetNewVppSessionCalls() const;
-
-    ndk::ScopedAStatus getNewVppSession(int32_t in_flags,
+    void SetSession(std::shared_ptr<ScriptedSession> session) {
+        std::lock_guard<std::mutex> lock(m_mutex);
+        m_session = std::move(session);
+    }
+    std::shared_ptr<ScriptedSession> LastSession() const {
+        std::lock_guard<std::mutex> lock(m_mutex);
+        return m_last;
+    }
+    int GetNewVppSessionCalls() const {
+        std::lock_guard<std::mutex> lock(m_mutex);
+        return m_calls;
+    }
+    ndk::ScopedAStatus getNewVppSession(int32_t flags,
                                         std::shared_ptr<IVppSession>* _aidl_return) override;
 
   private:
     mutable std::mutex m_mutex;
     Mode m_mode = Mode::kNewSession;
     std::shared_ptr<ScriptedSession> m_session;
-    std::vector<std::shared_ptr<ScriptedSession>> m_sessions;
+    std::shared_ptr<ScriptedSession> m_last;
     int m_calls = 0;
 };
 

@@ -1,0 +1,655 @@
+// Session lifecycle against a scripted service: init, parameters and control, open (direct and
+// deferred), flush and drain, close and terminate (direct, deferred and from the destructor).
+#include <algorithm>
+#include <chrono>
+#include <thread>
+
+#include "session_fixture.h"
+
+namespace vpptest {
+namespace {
+
+// The "finish" line many operations end with: "[name] <what>: <session> finish".
+ExpectedLine Finish(const TestNode& node, Level level, const char* pFunction, const char* pWhat) {
+    return {level, pFunction,
+            Printf("[%s] %s: %p finish", node.m_pNodeName, pWhat,
+                   static_cast<void*>(node.m_pVppSession.get()))};
+}
+ExpectedLine Initialised(const TestNode& node) {
+    return Finish(node, Level::kInfo, "InitVppSession", "init vpp session");
+}
+ExpectedLine ParametersSet(const TestNode& node) {
+    return Finish(node, Level::kInfo, "SetVppParameter", "set parameters for vpp session");
+}
+ExpectedLine ControlSet(const TestNode& node) {
+    return Finish(node, Level::kInfo, "SetVppControl", "set frc control for vpp session");
+}
+ExpectedLine Closed(const TestNode& node) {
+    return Finish(node, Level::kInfo, "CloseVppSession", "close VPP session");
+}
+ExpectedLine Terminated(const TestNode& node) {
+    return Finish(node, Level::kInfo, "TermVppSession", "term vpp session");
+}
+ExpectedLine Flushed(const TestNode& node, int32_t vppErr) {
+    return {Level::kInfo, "FlushSession",
+            Printf("[%s] flush vpp session: %p finish, vppErr: %d", node.m_pNodeName,
+                   static_cast<void*>(node.m_pVppSession.get()), vppErr)};
+}
+ExpectedLine Linked(const TestNode& node) {
+    return {Level::kVerbose, "InitVppSession",
+            Printf("[%s] VPP service linked to death", node.m_pNodeName)};
+}
+ExpectedLine CountRaised(const TestNode& node, uint32_t count) {
+    return {Level::kInfo, "OpenVppSession",
+            Printf("[%s] s_sessionCount increase to: %u, vppSession: %p", node.m_pNodeName, count,
+                   static_cast<void*>(node.m_pVppSession.get()))};
+}
+// "[name] text" from the given function at the given level.
+ExpectedLine Line(Level level, const char* pFunction, const TestNode& node,
+                  const std::string& text) {
+    return {level, pFunction, Printf("[%s] ", node.m_pNodeName) + text};
+}
+ExpectedLine WorkerCreated(const TestNode& node, const char* pWhat, Pavo::OSThreadHandle id) {
+    return Line(
+        Level::kVerbose, pWhat[0] == 'O' ? "NotifyOpenVppSession" : "NotifyCloseVppSession", node,
+        Printf("Create Defer%sVppSession Thread: %ld successfully", pWhat, static_cast<long>(id)));
+}
+ExpectedLine OpenJoined(const TestNode& node) {
+    return Line(Level::kVerbose, "WaitForOnOpenVppSession", node,
+                "wait for OnOpenVppSession finish");
+}
+ExpectedLine CloseWorkerDone(const TestNode& node) {
+    return Line(Level::kVerbose, "DeferCloseVppSession", node, "close vppSession successfully");
+}
+ExpectedLine CloseJoined(const TestNode& node) {
+    return Line(Level::kVerbose, "WaitForCloseVppSession", node, "VPP session closing finished");
+}
+
+// Methods called on the session after the first skip ones.
+std::vector<std::string> MethodsAfter(const ScriptedSession& session, size_t skip) {
+    const auto methods = session.Methods();
+    return std::vector<std::string>(methods.begin() + static_cast<long>(skip), methods.end());
+}
+
+// A port's flush-done event delivered by another thread, as a binder thread would.
+void ConfirmFromAnotherThread(TestNode& node, int32_t port) {
+    std::thread([&node, port] {
+        FlushDone done;
+        done.port = port;
+        node.OnVppFlushDone(done);
+    }).join();
+}
+
+// Holds the worker in its first call of the method until the test opens the gate, so that the
+// creation line comes first.
+void HoldFirstCall(ScriptedSession& session, const char* pMethod, Gate& gate) {
+    session.OnCall(pMethod, [&gate](const Call& call) {
+        if (call.port <= 0) {
+            EXPECT_TRUE(gate.Wait());
+        }
+    });
+}
+
+using InitVppSessionTest = SessionTest;
+using ParameterAndControlTest = SessionTest;
+using OpenVppSessionTest = SessionTest;
+using FlushSessionTest = SessionTest;
+using CloseVppSessionTest = SessionTest;
+
+TEST_F(InitVppSessionTest, SuccessLinksTheNodeToDeathAndRegistersItsCallbacks) {
+    auto node = MakeNode("Init");
+    LogRecorder log;
+    ASSERT_EQ(node->InitVppSession(), LumResultSuccess);
+    EXPECT_TRUE(LogIs(log, {Linked(*node), Initialised(*node)}));
+    auto session = SessionOf(*node);
+    ASSERT_NE(session, nullptr);
+    ASSERT_EQ(session->Methods(), std::vector<std::string>{"init"});
+    EXPECT_EQ(session->Calls()[0].value, 0);
+    EXPECT_EQ(session->Callbacks().get(), static_cast<IVppCallbacks*>(node->m_pVppCallbacks.get()));
+
+    // The death link carries the node as its cookie.
+    log.Restart();
+    ASSERT_EQ(ABinderHost_declareDead(DefaultInstanceName().c_str()), STATUS_OK);
+    ASSERT_EQ(ABinderHost_flushPool(), STATUS_OK);
+    EXPECT_EQ(node->Events(), std::vector<std::string>{"died"});
+    EXPECT_TRUE(LogIs(
+        log, {{Level::kInfo, "VppServiceDied", "vpp service died: cookie=" + Ptr(node.get())}}));
+}
+
+// The preset "VPP_ERR" stands when the transaction breaks; codes are printed by name or in
+// decimal; "finish" follows the error line and the session stays with the node.
+TEST_F(InitVppSessionTest, FailedInitLogsTheErrorThenFinish) {
+    const std::pair<Reply, const char*> cases[] = {
+        {BrokenTransaction(), "VPP_ERR"},
+        {Answer(VppError::VPP_ERR_STATE), "VPP_ERR_STATE"},
+        {Answer(static_cast<VppError>(-7)), "-7"},
+    };
+    for (const auto& [reply, pPrinted] : cases) {
+        SCOPED_TRACE(pPrinted);
+        auto session = ndk::SharedRefBase::make<ScriptedSession>();
+        session->Script("init", {reply});
+        m_service->SetSession(session);
+        auto node = MakeNode("InitFails");
+        LogRecorder log;
+        EXPECT_EQ(node->InitVppSession(), LumResultEFailed);
+        EXPECT_TRUE(LogIs(log, {Linked(*node),
+                                Line(Level::kError, "InitVppSession", *node,
+                                     std::string("init VPP session failed, vppErr: ") + pPrinted),
+                                Initialised(*node)}));
+        EXPECT_EQ(node->m_pVppSession, session);
+        node.reset();
+        TestNode::ResetStatics();
+    }
+}
+
+// Only the handle decides: filled with an error status works, empty with an OK status does not.
+TEST_F(InitVppSessionTest, SessionHandleAloneDecidesWhetherASessionWasGiven) {
+    m_service->SetMode(ScriptedService::Mode::kFillButFail);
+    EXPECT_EQ(MakeNode("FillButFail")->InitVppSession(), LumResultSuccess);
+    TestNode::ResetStatics();
+
+    m_service->SetMode(ScriptedService::Mode::kOkButEmpty);
+    auto node = MakeNode("OkButEmpty");
+    LogRecorder log;
+    EXPECT_EQ(node->InitVppSession(), LumResultEFailed);
+    EXPECT_TRUE(LogIs(log, {Linked(*node), Line(Level::kError, "InitVppSession", *node,
+                                                "Cannot get new vpp session")}));
+    EXPECT_EQ(node->m_pVppSession, nullptr);
+    EXPECT_EQ(node->m_pVppCallbacks, nullptr);
+}
+
+TEST_F(InitVppSessionTest, WithoutServiceOrLinkNoSessionIsAskedFor) {
+    m_registration.reset();
+    auto lonely = MakeNode("NoService");
+    LogRecorder log;
+    EXPECT_EQ(lonely->InitVppSession(), LumResultEFailed);
+    EXPECT_TRUE(LogIs(
+        log, {Line(Level::kError, "InitVppSession", *lonely, "VPP service is NULL pointer")}));
+    lonely.reset();
+    TestNode::ResetStatics();
+
+    // A dead service: the link fails with the binder status code and message.
+    m_registration.emplace(m_service);
+    auto node = MakeNode("DeadService");
+    const ndk::SpAIBinder binder = m_service->asBinder();
+    ASSERT_EQ(ABinderHost_declareDead(DefaultInstanceName().c_str()), STATUS_OK);
+    ASSERT_EQ(ABinderHost_flushPool(), STATUS_OK);
+    const ndk::ScopedAStatus status(AStatus_fromStatus(STATUS_DEAD_OBJECT));
+    log.Restart();
+    EXPECT_EQ(node->InitVppSession(), LumResultEFailed);
+    EXPECT_TRUE(LogIs(log, {Line(Level::kError, "InitVppSession", *node,
+                                 Printf("linking VPP service to death failed: %d: %s",
+                                        status.getStatus(), status.getMessage()))}));
+    EXPECT_EQ(m_service->GetNewVppSessionCalls(), 0);
+    EXPECT_EQ(node->m_pVppSession, nullptr);
+}
+
+// Parameters go to port 0 then port 1 as given; a refusal of either port fails with one line
+// (port 0 stops before port 1); a broken transaction leaves the preset VPP_OK.
+TEST_F(ParameterAndControlTest, ParametersGoToBothPortsUntilOneRefuses) {
+    VppPortParam param;
+    param.height = 1088;
+    param.width = 1920;
+    param.stride = 2048;
+    param.scanlines = 1104;
+    param.colorFormat = 7;
+    const struct {
+        std::vector<Reply> replies;
+        size_t calls;
+        const char* pPrinted;  // null: accepted
+    } cases[] = {
+        {{}, 2, nullptr},
+        {{BrokenTransaction()}, 2, nullptr},
+        {{Answer(VppError::VPP_ERR_INVALID_CFG)}, 1, "VPP_ERR_INVALID_CFG"},
+        {{Answer(VppError::VPP_OK), Answer(static_cast<VppError>(42))}, 2, "42"},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.calls);
+        auto node = MakeSessionNode("Params");
+        auto session = SessionOf(*node);
+        session->Script("setParameter", c.replies);
+        LogRecorder log;
+        EXPECT_EQ(node->SetVppParameter(param), c.pPrinted ? LumResultEFailed : LumResultSuccess);
+        EXPECT_TRUE(LogIs(
+            log,
+            {c.pPrinted ? Line(Level::kError, "SetVppParameter", *node,
+                               std::string("VPP set parameters failed, vppError: ") + c.pPrinted)
+                        : ParametersSet(*node)}));
+        const auto calls = session->CallsOf("setParameter");
+        ASSERT_EQ(calls.size(), c.calls);
+        for (size_t i = 0; i < calls.size(); i++) {
+            EXPECT_EQ(calls[i].port, static_cast<int32_t>(i));
+            EXPECT_EQ(calls[i].param, param) << calls[i].param.toString();
+        }
+    }
+}
+
+// setMode(2) precedes the control until the deferred open succeeded; its outcome never counts,
+// not even through a control transaction that breaks without answering.
+TEST_F(ParameterAndControlTest, ControlIsPrecededBySetModeUntilTheDeferredOpen) {
+    VppCtrlFrc ctrl;
+    ctrl.mode = 3;
+    ctrl.factor = -2;
+    ctrl.searchRange = 48;
+    auto node = MakeSessionNode("Control");
+    auto session = SessionOf(*node);
+    session->Script("setMode", {Answer(VppError::VPP_ERR_HW)});
+    session->Script("setCtrlFrc", {BrokenTransaction(), Answer(VppError::VPP_ERR_INVALID_CFG),
+                                   Answer(VppError::VPP_OK)});
+
+    LogRecorder log;
+    EXPECT_EQ(node->SetVppControl(ctrl), LumResultSuccess);
+    EXPECT_EQ(node->SetVppControl(ctrl), LumResultEFailed);
+    EXPECT_TRUE(LogIs(log, {ControlSet(*node),
+                            Line(Level::kError, "SetVppControl", *node,
+                                 "VPP set contrl FRC failed, vppError: VPP_ERR_INVALID_CFG")}));
+    const auto calls = session->Calls();
+    ASSERT_EQ(session->Methods(),
+              (std::vector<std::string>{"init", "setMode", "setCtrlFrc", "setMode", "setCtrlFrc"}));
+    EXPECT_EQ(calls[1].value, 2);
+    EXPECT_EQ(calls[2].ctrl, ctrl) << calls[2].ctrl.toString();
+
+    ASSERT_EQ(node->NotifyOpenVppSession(), LumResultSuccess);
+    ASSERT_EQ(node->WaitForOnOpenVppSession(), 1u);
+    const size_t opened = session->Calls().size();
+    EXPECT_EQ(node->SetVppControl(ctrl), LumResultSuccess);
+    EXPECT_EQ(MethodsAfter(*session, opened), std::vector<std::string>{"setCtrlFrc"});
+}
+
+// Each direct open raises the count (the deferred open alone marks the session opened); a
+// refusal is named or printed in decimal; a broken transaction counts as opened.
+TEST_F(OpenVppSessionTest, DirectOpenRaisesTheCountUnlessRefused) {
+    auto node = MakeSessionNode("Open");
+    SessionOf(*node)->Script("open", {Answer(VppError::VPP_OK), Answer(VppError::VPP_ERR_STATE),
+                                      Answer(static_cast<VppError>(42)), BrokenTransaction()});
+    LogRecorder log;
+    EXPECT_EQ(node->OpenVppSession(), LumResultSuccess);
+    EXPECT_EQ(node->OpenVppSession(), LumResultEFailed);
+    EXPECT_EQ(node->OpenVppSession(), LumResultEFailed);
+    EXPECT_EQ(node->OpenVppSession(), LumResultSuccess);
+    EXPECT_EQ(TestNode::s_sessionCount, 2u);
+    EXPECT_TRUE(LogIs(
+        log, {CountRaised(*node, 1),
+              Line(Level::kError, "OpenVppSession", *node,
+                   "VPP open session failed, vppError: VPP_ERR_STATE"),
+              Line(Level::kError, "OpenVppSession", *node, "VPP open session failed, vppError: 42"),
+              CountRaised(*node, 2)}));
+    EXPECT_EQ(node->m_sessionOpened, 0u);
+
+    // OnOpenVppSession on the caller's thread marks the session opened but leaves the worker
+    // outcome, which a wait without a worker returns silently.
+    log.Restart();
+    EXPECT_EQ(node->OnOpenVppSession(), LumResultSuccess);
+    EXPECT_EQ(node->m_sessionOpened, 1u);
+    EXPECT_EQ(node->WaitForOnOpenVppSession(), 0u);
+    EXPECT_TRUE(LogIs(log, {ParametersSet(*node), CountRaised(*node, 3)}));
+}
+
+// The worker sends the node's geometry to port 0 then port 1 (colour format = m_sessionMode),
+// opens, and the join publishes the outcome; a second wait returns it silently.
+TEST_F(OpenVppSessionTest, DeferredOpenSetsBothPortsThenOpens) {
+    auto node = MakeSessionNode("Deferred", 1920, 1080);
+    node->m_sessionMode = 4;
+    auto session = SessionOf(*node);
+    Gate started;
+    HoldFirstCall(*session, "setParameter", started);
+
+    LogRecorder log;
+    ASSERT_EQ(node->NotifyOpenVppSession(), LumResultSuccess);
+    const Pavo::OSThreadHandle id = node->m_openThreadId;
+    started.Open();
+    EXPECT_EQ(node->WaitForOnOpenVppSession(), 1u);
+    EXPECT_EQ(node->m_openThreadId, 0);
+    EXPECT_TRUE(LogIs(
+        log, {WorkerCreated(*node, "Open", id), ParametersSet(*node), CountRaised(*node, 1),
+              Line(Level::kInfo, "DeferOpenVppSession", *node, "open vppSession successfully"),
+              OpenJoined(*node)}));
+    ASSERT_EQ(session->Methods(),
+              (std::vector<std::string>{"init", "setParameter", "setParameter", "open"}));
+    VppPortParam expected;
+    expected.height = expected.scanlines = 1080;
+    expected.width = expected.stride = 1920;
+    expected.colorFormat = 4;
+    const auto calls = session->Calls();
+    EXPECT_EQ(calls[1].port, 0);
+    EXPECT_EQ(calls[2].port, 1);
+    EXPECT_EQ(calls[1].param, expected) << calls[1].param.toString();
+    EXPECT_EQ(calls[2].param, expected) << calls[2].param.toString();
+    EXPECT_EQ(node->m_sessionOpened, 1u);
+
+    log.Restart();
+    EXPECT_EQ(node->WaitForOnOpenVppSession(), 1u);
+    EXPECT_TRUE(LogIs(log, {}));
+}
+
+// A refused parameter or open makes the worker fail; the wait reports 0 and nothing is counted.
+TEST_F(OpenVppSessionTest, DeferredOpenFailuresReachTheWait) {
+    for (const char* pRefused : {"setParameter", "open"}) {
+        SCOPED_TRACE(pRefused);
+        const bool parameters = std::string(pRefused) == "setParameter";
+        auto node = MakeSessionNode("BadOpen");
+        auto session = SessionOf(*node);
+        session->Script(pRefused, {Answer(VppError::VPP_ERR_RESOURCES)});
+        Gate started;
+        HoldFirstCall(*session, "setParameter", started);
+
+        LogRecorder log;
+        ASSERT_EQ(node->NotifyOpenVppSession(), LumResultSuccess);
+        const Pavo::OSThreadHandle id = node->m_openThreadId;
+        started.Open();
+        EXPECT_EQ(node->WaitForOnOpenVppSession(), 0u);
+        std::vector<ExpectedLine> expected = {WorkerCreated(*node, "Open", id)};
+        if (parameters) {
+            expected.push_back(Line(Level::kError, "SetVppParameter", *node,
+                                    "VPP set parameters failed, vppError: VPP_ERR_RESOURCES"));
+            expected.push_back(Line(Level::kError, "OnOpenVppSession", *node,
+                                    "SetVppParameter() failed: LumResultEFailed"));
+        } else {
+            expected.push_back(ParametersSet(*node));
+            expected.push_back(Line(Level::kError, "OpenVppSession", *node,
+                                    "VPP open session failed, vppError: VPP_ERR_RESOURCES"));
+            expected.push_back(Line(Level::kError, "OnOpenVppSession", *node,
+                                    "OpenVppSession() failed: LumResultEFailed"));
+        }
+        expected.push_back(Line(Level::kError, "DeferOpenVppSession", *node,
+                                "Failed to OpenVppSession with error: LumResultEFailed"));
+        expected.push_back(OpenJoined(*node));
+        EXPECT_TRUE(LogIs(log, expected));
+        EXPECT_EQ(session->CallsOf("open").size(), parameters ? 0u : 1u);
+        EXPECT_EQ(TestNode::s_sessionCount, 0u);
+        EXPECT_EQ(node->m_sessionOpened, 0u);
+    }
+}
+
+// Two nodes inside the service's open at once: the count rises by two under its lock, and each
+// line reports the value its own increment produced.
+TEST_F(OpenVppSessionTest, TwoDeferredOpensAtOnceCountTwoDistinctValues) {
+    auto first = MakeSessionNode("First");
+    auto second = MakeSessionNode("Second");
+    std::mutex mutex;
+    std::condition_variable arrived;
+    int inside = 0;
+    auto rendezvous = [&](const Call&) {
+        std::unique_lock<std::mutex> lock(mutex);
+        inside++;
+        arrived.notify_all();
+        EXPECT_TRUE(arrived.wait_for(lock, std::chrono::seconds(10), [&] { return inside == 2; }));
+    };
+    SessionOf(*first)->OnCall("open", rendezvous);
+    SessionOf(*second)->OnCall("open", rendezvous);
+
+    LogRecorder log;
+    ASSERT_EQ(first->NotifyOpenVppSession(), LumResultSuccess);
+    ASSERT_EQ(second->NotifyOpenVppSession(), LumResultSuccess);
+    EXPECT_EQ(first->WaitForOnOpenVppSession(), 1u);
+    EXPECT_EQ(second->WaitForOnOpenVppSession(), 1u);
+    EXPECT_EQ(TestNode::s_sessionCount, 2u);
+    const auto messages = log.Messages();
+    auto logged = [&](const ExpectedLine& line) {
+        return std::count(messages.begin(), messages.end(), line.message) == 1;
+    };
+    EXPECT_TRUE((logged(CountRaised(*first, 1)) && logged(CountRaised(*second, 2))) ||
+                (logged(CountRaised(*first, 2)) && logged(CountRaised(*second, 1))));
+}
+
+// Each port's confirmation may already be there, arrive during its flush (ends the wait) or never
+// come (one 30 ms wait). The result is the last wait's; port 1 is flushed whatever port 0 gave;
+// both flags end at 0; a confirmation that comes late is kept for the next flush.
+TEST_F(FlushSessionTest, EachPortWaitsOnlyForAMissingConfirmation) {
+    enum Confirm { kBefore, kDuring, kNever };
+    const struct {
+        Confirm input, output;
+        LumResult result;
+        double atLeastMs;
+    } cases[] = {
+        {kBefore, kBefore, LumResultSuccess, 0},  {kDuring, kDuring, LumResultSuccess, 0},
+        {kNever, kNever, LumResultETimeout, 60},  {kDuring, kNever, LumResultETimeout, 30},
+        {kNever, kBefore, LumResultETimeout, 30},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(testing::Message() << "input " << c.input << ", output " << c.output);
+        auto node = MakeSessionNode("Flush");
+        auto session = SessionOf(*node);
+        if (c.input == kBefore) ConfirmFromAnotherThread(*node, 0);
+        if (c.output == kBefore) ConfirmFromAnotherThread(*node, 1);
+        // The flush lock is never held across a service call: the handler must be able to run.
+        session->OnCall("flush", [&node, c](const Call& call) {
+            if (node->m_pFlushSessionLock->TryLock() != LumResultSuccess) {
+                ADD_FAILURE() << "flush lock held across the flush call of port " << call.port;
+                return;
+            }
+            node->m_pFlushSessionLock->Unlock();
+            if ((call.port == 0 ? c.input : c.output) == kDuring) {
+                ConfirmFromAnotherThread(*node, call.port);
+            }
+        });
+
+        LogRecorder log;
+        const auto start = std::chrono::steady_clock::now();
+        EXPECT_EQ(node->FlushSession(), c.result);
+        const std::chrono::duration<double, std::milli> waited =
+            std::chrono::steady_clock::now() - start;
+        EXPECT_GE(waited.count(), c.atLeastMs);
+        EXPECT_TRUE(LogIs(log, {Flushed(*node, 0)}));
+        EXPECT_EQ(node->m_inputFlushDone + node->m_outputFlushDone, 0u);
+        const auto calls = session->CallsOf("flush");
+        ASSERT_EQ(calls.size(), 2u);
+        EXPECT_EQ(calls[0].port, 0);
+        EXPECT_EQ(calls[1].port, 1);
+        if (c.input == kNever && c.output == kNever) {
+            ConfirmFromAnotherThread(*node, 0);
+            ConfirmFromAnotherThread(*node, 1);
+            EXPECT_EQ(node->FlushSession(), LumResultSuccess);
+        }
+    }
+}
+
+// Both flush calls share one out-value: the line shows the output call's code, or the input
+// call's when the output transaction broke; errors never stop the flush. Drain calls nothing.
+TEST_F(FlushSessionTest, LoggedCodeIsTheOutputCallsOutValue) {
+    const std::pair<std::vector<Reply>, int32_t> cases[] = {
+        {{Answer(VppError::VPP_ERR_STATE), Answer(VppError::VPP_ERR_HW)}, 8},
+        {{Answer(VppError::VPP_ERR_STATE), BrokenTransaction()}, 3},
+        {{BrokenTransaction()}, 0},
+    };
+    for (const auto& [replies, logged] : cases) {
+        SCOPED_TRACE(logged);
+        auto node = MakeSessionNode("FlushCodes");
+        auto session = SessionOf(*node);
+        session->Script("flush", replies);
+        session->OnCall("flush",
+                        [&node](const Call& call) { ConfirmFromAnotherThread(*node, call.port); });
+        LogRecorder log;
+        EXPECT_EQ(node->FlushSession(), LumResultSuccess);
+        EXPECT_EQ(node->DrainSession(), LumResultSuccess);
+        EXPECT_TRUE(LogIs(log, {Flushed(*node, logged),
+                                Finish(*node, Level::kInfo, "DrainSession", "drain vpp session")}));
+        EXPECT_EQ(MethodsAfter(*session, 1), (std::vector<std::string>{"flush", "flush"}));
+    }
+}
+
+// A refusal is named or printed in decimal and fails; a broken transaction counts as closed;
+// term is called whatever close answered, and the session handle stays.
+TEST_F(CloseVppSessionTest, CloseOutcomesAndTerm) {
+    auto node = MakeSessionNode("Close");
+    auto session = SessionOf(*node);
+    session->Script("close", {Answer(VppError::VPP_OK), Answer(VppError::VPP_ERR_STATE),
+                              Answer(static_cast<VppError>(42)), BrokenTransaction()});
+    LogRecorder log;
+    EXPECT_EQ(node->CloseVppSession(), LumResultSuccess);
+    EXPECT_EQ(node->CloseVppSession(), LumResultEFailed);
+    EXPECT_EQ(node->CloseVppSession(), LumResultEFailed);
+    EXPECT_EQ(node->CloseVppSession(), LumResultSuccess);
+    EXPECT_EQ(node->TermVppSession(), LumResultSuccess);
+    const auto refused = [&](const char* pCode) {
+        return Line(Level::kError, "CloseVppSession", *node,
+                    std::string("VPP close session failed, vppError: ") + pCode);
+    };
+    EXPECT_TRUE(LogIs(log, {Closed(*node), refused("VPP_ERR_STATE"), refused("42"), Closed(*node),
+                            Terminated(*node)}));
+    EXPECT_EQ(MethodsAfter(*session, 1),
+              (std::vector<std::string>{"close", "close", "close", "close", "term"}));
+    EXPECT_EQ(node->m_pVppSession, session);
+}
+
+// Without a worker the wait closes and terminates on the spot, without a flush or a line of its
+// own; the open outcome is cleared and m_closeResult, cleared only by the worker, is returned.
+TEST_F(CloseVppSessionTest, WaitWithoutWorkerClosesOnTheSpot) {
+    auto node = MakeSessionNode("SyncClose");
+    auto session = SessionOf(*node);
+    ASSERT_EQ(node->NotifyOpenVppSession(), LumResultSuccess);
+    ASSERT_EQ(node->WaitForOnOpenVppSession(), 1u);
+    const size_t opened = session->Calls().size();
+    node->m_closeResult = 5;
+
+    LogRecorder log;
+    EXPECT_EQ(node->WaitForCloseVppSession(), 5);
+    EXPECT_TRUE(LogIs(log, {Closed(*node), Terminated(*node)}));
+    EXPECT_EQ(MethodsAfter(*session, opened), (std::vector<std::string>{"close", "term"}));
+    EXPECT_EQ(node->WaitForOnOpenVppSession(), 0u);
+}
+
+// The worker runs flush, close and term whatever each answered (here a refused close); the wait
+// joins it, logs after the worker's last line and returns the cleared outcome. A second wait
+// closes on the spot.
+TEST_F(CloseVppSessionTest, DeferredCloseFlushesClosesTerminatesAndIsJoined) {
+    auto node = MakeSessionNode("AsyncClose");
+    auto session = SessionOf(*node);
+    ASSERT_EQ(node->NotifyOpenVppSession(), LumResultSuccess);
+    ASSERT_EQ(node->WaitForOnOpenVppSession(), 1u);
+    const size_t opened = session->Calls().size();
+    node->m_closeResult = 5;
+    session->Script("close", {Answer(VppError::VPP_ERR_STATE), Answer(VppError::VPP_OK)});
+    Gate started;
+    std::thread::id workerThread;
+    session->OnCall("flush", [&](const Call& call) {
+        if (call.port == 0) {
+            workerThread = std::this_thread::get_id();
+            EXPECT_TRUE(started.Wait());
+        }
+        ConfirmFromAnotherThread(*node, call.port);
+    });
+
+    LogRecorder log;
+    ASSERT_EQ(node->NotifyCloseVppSession(), LumResultSuccess);
+    const Pavo::OSThreadHandle id = node->m_closeThreadId;
+    started.Open();
+    EXPECT_EQ(node->WaitForCloseVppSession(), LumResultSuccess);
+    EXPECT_EQ(node->m_closeThreadId, 0);
+    EXPECT_EQ(camera_host::LiveThreadCount(), 0);
+    EXPECT_NE(workerThread, std::this_thread::get_id());
+    EXPECT_TRUE(LogIs(log, {WorkerCreated(*node, "Close", id), Flushed(*node, 0),
+                            Line(Level::kError, "CloseVppSession", *node,
+                                 "VPP close session failed, vppError: VPP_ERR_STATE"),
+                            Terminated(*node), CloseWorkerDone(*node), CloseJoined(*node)}));
+    EXPECT_EQ(MethodsAfter(*session, opened),
+              (std::vector<std::string>{"flush", "flush", "close", "term"}));
+    EXPECT_EQ(node->m_closeResult, 0u);
+    EXPECT_EQ(node->WaitForOnOpenVppSession(), 0u);
+
+    log.Restart();
+    EXPECT_EQ(node->WaitForCloseVppSession(), LumResultSuccess);
+    EXPECT_TRUE(LogIs(log, {Closed(*node), Terminated(*node)}));
+}
+
+// A failed thread creation returns its code and sends nothing: the open wait returns what the
+// last worker left, the close is left to the wait.
+TEST_F(CloseVppSessionTest, ThreadCreationFailureLeavesTheWorkToTheWaits) {
+    auto node = MakeSessionNode("NoThread");
+    auto session = SessionOf(*node);
+    ASSERT_EQ(node->NotifyOpenVppSession(), LumResultSuccess);
+    ASSERT_EQ(node->WaitForOnOpenVppSession(), 1u);
+    const size_t opened = session->Calls().size();
+    camera_host::SetThreadCreateFailure([] { return LumResultETooManyUsers; });
+    LogRecorder log;
+    EXPECT_EQ(node->NotifyOpenVppSession(), LumResultETooManyUsers);
+    EXPECT_EQ(node->m_openThreadId, 0);
+    EXPECT_EQ(node->WaitForOnOpenVppSession(), 1u);
+    camera_host::SetThreadCreateFailure([] { return LumResultEBusy; });
+    EXPECT_EQ(node->NotifyCloseVppSession(), LumResultEBusy);
+    EXPECT_EQ(node->m_closeThreadId, 0);
+    EXPECT_EQ(session->Calls().size(), opened);
+    EXPECT_EQ(node->WaitForCloseVppSession(), LumResultSuccess);
+    EXPECT_TRUE(LogIs(log, {Line(Level::kError, "NotifyOpenVppSession", *node,
+                                 "Failed to Create DeferOpenVppSession Thread with error: "
+                                 "LumResultETooManyUsers"),
+                            Line(Level::kError, "NotifyCloseVppSession", *node,
+                                 "Failed to Create DeferCloseVppSession Thread with error: "
+                                 "LumResultEBusy"),
+                            Closed(*node), Terminated(*node)}));
+    EXPECT_EQ(MethodsAfter(*session, opened), (std::vector<std::string>{"close", "term"}));
+}
+
+// The destructor's own lines and those of the service release, for the last node.
+std::vector<ExpectedLine> DestructorLines(const char* pName, bool counted) {
+    std::vector<ExpectedLine> lines = {
+        {Level::kVerbose, "~IxoNodeVppBase", Printf("[%s] destructor of IxoNodeVppBase", pName)}};
+    if (counted) {
+        lines.push_back(
+            {Level::kInfo, "~IxoNodeVppBase", Printf("[%s] s_sessionCount decrease to: 0", pName)});
+    }
+    lines.push_back(
+        {Level::kInfo, "~IxoNodeVppBase", Printf("[%s] Need release vpp service now", pName)});
+    lines.push_back({Level::kVerbose, "ReleaseVppService",
+                     Printf("&s_vppService: %p, s_vppService is already released, s_vppService: "
+                            "(nil)",
+                            static_cast<void*>(&TestNode::s_vppService))});
+    return lines;
+}
+
+// Without a worker the destructor closes and terminates on the spot; with the skip flag it
+// leaves the session alone.
+TEST_F(CloseVppSessionTest, DestructorClosesUnlessTold) {
+    for (bool skip : {false, true}) {
+        SCOPED_TRACE(skip);
+        auto node = MakeSessionNode("Closing");
+        auto session = SessionOf(*node);
+        ASSERT_EQ(node->OpenVppSession(), LumResultSuccess);
+        node->m_skipWaitForClose = skip ? 1 : 0;
+        std::vector<ExpectedLine> expected = DestructorLines("Closing", true);
+        if (!skip) {
+            expected.insert(expected.begin() + 1, {Closed(*node), Terminated(*node)});
+        }
+        LogRecorder log;
+        node.reset();
+        EXPECT_TRUE(LogIs(log, expected));
+        const std::vector<std::string> closed = {"close", "term"};
+        EXPECT_EQ(MethodsAfter(*session, 2), skip ? std::vector<std::string>() : closed);
+        TestNode::ResetStatics();
+        m_registration.reset();
+        m_registration.emplace(m_service);
+    }
+}
+
+// The destructor joins a pending close worker: the join line follows the worker's last line, the
+// session is closed once, no thread is left. No flush is confirmed: the derived node is gone.
+TEST_F(CloseVppSessionTest, DestructorJoinsThePendingWorker) {
+    auto node = MakeSessionNode("Leaving");
+    auto session = SessionOf(*node);
+    ASSERT_EQ(node->OpenVppSession(), LumResultSuccess);
+    const std::vector<ExpectedLine> worker = {Flushed(*node, 0), Closed(*node), Terminated(*node),
+                                              CloseWorkerDone(*node), CloseJoined(*node)};
+    LogRecorder log;
+    ASSERT_EQ(node->NotifyCloseVppSession(), LumResultSuccess);
+    std::vector<ExpectedLine> expected = DestructorLines("Leaving", true);
+    expected.insert(expected.begin() + 1, worker.begin(), worker.end());
+    expected.push_back(WorkerCreated(*node, "Close", node->m_closeThreadId));
+    node.reset();
+    EXPECT_EQ(camera_host::LiveThreadCount(), 0);
+    EXPECT_TRUE(LogHasExactly(log, expected));
+    // The worker's lines in order, then the join, then the count and the release.
+    const auto messages = log.Messages();
+    auto at = [&](const ExpectedLine& line) {
+        return std::find(messages.begin(), messages.end(), line.message) - messages.begin();
+    };
+    for (size_t i = 1; i < worker.size(); i++) {
+        EXPECT_LT(at(worker[i - 1]), at(worker[i]));
+    }
+    EXPECT_LT(at(expected[0]), at(worker.back()));
+    EXPECT_EQ(at(worker.back()), static_cast<long>(messages.size()) - 4);
+    EXPECT_EQ(MethodsAfter(*session, 2),
+              (std::vector<std::string>{"flush", "flush", "close", "term"}));
+}
+
+}  // namespace
+}  // namespace vpptest
