@@ -11,17 +11,17 @@
 #include <utility>
 #include <vector>
 
+#include "e2e_clips.h"
 #include "e2e_service.h"
 #include "frc_node.h"
-#include "vppfrc_test_util.h"
 
 namespace {
 
+using e2e::Frame;
 using e2e::Transport;
 using vppfrc::FrcMode;
 using vppfrc::FrcNode;
 using vppfrc::FrcNodeConfig;
-using vppfrc_test::Frame;
 
 constexpr int kWidth = 64;
 constexpr int kHeight = 48;
@@ -129,7 +129,7 @@ class NodeRuns : public ::testing::TestWithParam<Transport> {
 // Count, order, spacing and flags of every mode; inputs and repeats bit-exact, blends the
 // rounded weighted average.
 TEST_P(NodeRuns, OutputsComeInOrderEvenlySpacedWithExactInputsRepeatsAndBlends) {
-    const std::vector<Frame> inputs = vppfrc_test::NoiseFrames(kWidth, kHeight, 5);
+    const std::vector<Frame> inputs = e2e::NoiseFrames(kWidth, kHeight, 5);
     const std::pair<FrcMode, int> cases[] = {{FrcMode::kOff, 2},
                                              {FrcMode::kRepeat, 2},
                                              {FrcMode::kBlend, 3},
@@ -174,7 +174,7 @@ TEST_P(NodeRuns, OutputsComeInOrderEvenlySpacedWithExactInputsRepeatsAndBlends) 
 
 TEST_P(NodeRuns, FlushInMidStreamReturnsEveryQueuedBufferAndANewStreamFollows) {
     Collector collector;
-    const std::vector<Frame> inputs = vppfrc_test::NoiseFrames(kWidth, kHeight, 7);
+    const std::vector<Frame> inputs = e2e::NoiseFrames(kWidth, kHeight, 7);
     FrcNodeConfig config = Config(FrcMode::kBlend, 3);
     config.inputRequests = 4;
     FrcNode node(config, collector.Consumer());

@@ -18,9 +18,9 @@
 #include <thread>
 #include <vector>
 
+#include "e2e_clips.h"
 #include "e2e_service.h"
 #include "frc_node.h"
-#include "vppfrc_test_util.h"
 
 namespace {
 
@@ -77,7 +77,7 @@ class ServiceDeath : public ::testing::Test {
     }
 
     const int descriptors_ = testsupport::OpenDescriptorCount();
-    const std::vector<vppfrc_test::Frame> frames_ = vppfrc_test::NoiseFrames(64, 48, 8);
+    const std::vector<e2e::Frame> frames_ = e2e::NoiseFrames(64, 48, 8);
     std::unique_ptr<e2e::TestService> service_;
     std::unique_ptr<FrcNode> node_;
 };
@@ -168,9 +168,9 @@ TEST(ClientDeath, AClientKilledInMidStreamLeavesTheDaemonAsItWas) {
     auto service = e2e::TestService::Start(e2e::Transport::kProcess, &why);
     if (service == nullptr) GTEST_SKIP() << "no service in a separate process: " << why;
     const pid_t daemon = service->daemon()->pid();
-    vppfrc_test::TempDir dir;
+    e2e::TempDir dir;
     const std::string input = dir.File("in.y4m");
-    ASSERT_TRUE(vppfrc_test::WriteY4m(input, 320, 240, vppfrc_test::NoiseFrames(320, 240, 300)));
+    ASSERT_TRUE(e2e::WriteY4m(input, 320, 240, e2e::NoiseFrames(320, 240, 300)));
     // Once to learn the daemon's own descriptors with a client connected and gone.
     const int baseline = testsupport::OpenDescriptorCountOf(daemon);
     for (int round = 0; round < 2; ++round) {

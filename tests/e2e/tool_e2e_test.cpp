@@ -13,17 +13,17 @@
 #include <vector>
 
 #include "convert.h"
+#include "e2e_clips.h"
 #include "e2e_service.h"
-#include "vppfrc_test_util.h"
 
 namespace {
 
-using vppfrc_test::ReadFile;
+using e2e::ReadFile;
 
 class ToolE2e : public ::testing::Test {
   protected:
     void SetUp() override {
-        ASSERT_TRUE(vppfrc_test::WriteY4m(input_, 64, 48, vppfrc_test::NoiseFrames(64, 48, 40)));
+        ASSERT_TRUE(e2e::WriteY4m(input_, 64, 48, e2e::NoiseFrames(64, 48, 40)));
     }
     void TearDown() override {
         fclose(out_);
@@ -53,7 +53,7 @@ class ToolE2e : public ::testing::Test {
         return text;
     }
 
-    vppfrc_test::TempDir dir_;
+    e2e::TempDir dir_;
     const std::string input_ = dir_.File("in.y4m");
     FILE* out_ = tmpfile();
     FILE* err_ = tmpfile();
@@ -90,7 +90,7 @@ TEST_F(ToolE2e, RunsLeakNoDescriptorWhetherTheySucceedOrFail) {
     EXPECT_EQ(Run(Convert("out.y4m")), vppfrc::kExitFailed);
     EXPECT_EQ(testsupport::OpenDescriptorCount(), before);
     // The input ends in a truncated frame.
-    vppfrc_test::WriteFile(input_, ReadFile(input_) + "FRAME\nshort");
+    e2e::WriteFile(input_, ReadFile(input_) + "FRAME\nshort");
     EXPECT_EQ(Run(Convert("bad.y4m")), vppfrc::kExitDamagedInput);
     EXPECT_EQ(testsupport::OpenDescriptorCount(), before);
 }
