@@ -69,11 +69,19 @@ void MotionInterpolator::Impl::configure(const ConstFrameView& f) {
 }
 
 void MotionInterpolator::Impl::load(FrameData& fd, const ConstFrameView& f) {
-    fd.planes[0].load(f.planes[0], f.strides[0]);
-    fd.planes[1].load(f.planes[1], f.strides[1]);
-    if (format == PixelFormat::kI420) fd.planes[2].load(f.planes[2], f.strides[2]);
-    for (int l = 1; l < levels; ++l) fd.level(l - 1).downsampleInto(fd.pyramid[l]);
-    for (int i = 1; i < 4; ++i) fd.halfPel[i].halfPelFrom(fd.planes[0], i);
+    // The planes are copied side by side; then the pyramid is built from the luma copy while
+    // the three half-pel planes are filled from it in parts.
+    const int chroma = format == PixelFormat::kI420 ? 2 : 1;
+    parallelFor(1 + chroma, [&](int p) { fd.planes[p].load(f.planes[p], f.strides[p]); });
+    constexpr int kHalfPelParts = 4;
+    parallelFor(1 + 3 * kHalfPelParts, [&](int task) {
+        if (task == 0) {
+            for (int l = 1; l < levels; ++l) fd.level(l - 1).downsampleInto(fd.pyramid[l]);
+            return;
+        }
+        const int kind = 1 + (task - 1) / kHalfPelParts;
+        fd.halfPel[kind].halfPelFrom(fd.planes[0], kind, (task - 1) % kHalfPelParts, kHalfPelParts);
+    });
     for (int l = 0; l < levels; ++l) {
         fd.levelOrigin[l] = fd.level(l).row(0);
         fd.levelStride[l] = fd.level(l).stride();

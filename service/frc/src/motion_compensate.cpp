@@ -2,7 +2,6 @@
 // of block rows on several threads.
 #include <algorithm>
 #include <cstring>
-#include <thread>
 
 #include "motion_impl.h"
 
@@ -74,18 +73,9 @@ void MotionInterpolator::Impl::compensate(int k, int n, const FrameView& dst) {
     // Threads only for pictures with enough rows to be worth starting them.
     const int bands = std::max(1, std::min(threadCount(), nby / kSearchBandRows));
     bandScratch.resize(static_cast<size_t>(bands));
-    if (bands == 1) {
-        compensateBand(k, n, dst, 0, nby, bandScratch[0]);
-        return;
-    }
-    std::vector<std::thread> workers;
-    for (int b = 1; b < bands; ++b) {
-        workers.emplace_back([this, k, n, &dst, b, bands] {
-            compensateBand(k, n, dst, nby * b / bands, nby * (b + 1) / bands, bandScratch[b]);
-        });
-    }
-    compensateBand(k, n, dst, 0, nby / bands, bandScratch[0]);
-    for (std::thread& t : workers) t.join();
+    parallelFor(bands, [&](int b) {
+        compensateBand(k, n, dst, nby * b / bands, nby * (b + 1) / bands, bandScratch[b]);
+    });
 }
 
 void MotionInterpolator::Impl::compensateBand(int k, int n, const FrameView& dst, int firstRow,

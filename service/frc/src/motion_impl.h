@@ -3,14 +3,14 @@
 #pragma once
 
 #include <algorithm>
-#include <atomic>
 #include <cstdint>
-#include <thread>
+#include <functional>
 #include <vector>
 
 #include "dsp.h"
 #include "frc/motion.h"
 #include "plane.h"
+#include "work_pool.h"
 
 namespace frc {
 namespace detail {
@@ -233,23 +233,18 @@ struct MotionInterpolator::Impl {
     void compensateBand(int k, int n, const FrameView& dst, int firstRow, int endRow,
                         BandScratch& scratch) const;
     int threadCount() const;
-    // Runs fn(0) .. fn(count - 1) on up to threadCount() threads.
+    // Runs fn(0) .. fn(count - 1) on up to threadCount() threads (the caller and the pool's).
     template <typename Fn>
     void parallelFor(int count, const Fn& fn) const {
-        const int workers = std::min(count, threadCount());
-        if (workers <= 1) {
+        const int threads = std::min(count, threadCount());
+        if (threads <= 1) {
             for (int i = 0; i < count; ++i) fn(i);
             return;
         }
-        std::atomic<int> next{0};
-        auto run = [&] {
-            for (int i = next++; i < count; i = next++) fn(i);
-        };
-        std::vector<std::thread> threads;
-        for (int t = 1; t < workers; ++t) threads.emplace_back(run);
-        run();
-        for (std::thread& t : threads) t.join();
+        pool.run(count, threads, std::function<void(int)>(std::cref(fn)));
     }
+    // Workers for parallelFor, kept between frames (destroyed first: they touch everything).
+    mutable WorkPool pool;
 };
 
 }  // namespace frc
