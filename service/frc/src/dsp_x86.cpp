@@ -25,6 +25,64 @@ int sad8x8Sse2(const uint8_t* a, const uint8_t* b, ptrdiff_t stride) {
     return _mm_cvtsi128_si32(acc) + _mm_cvtsi128_si32(_mm_srli_si128(acc, 8));
 }
 
+// Two rows of eight bytes in one register (the second in the high half).
+inline __m128i loadRows(const uint8_t* p, ptrdiff_t stride) {
+    return _mm_castpd_si128(
+        _mm_loadh_pd(_mm_castsi128_pd(_mm_loadl_epi64(reinterpret_cast<const __m128i*>(p))),
+                     reinterpret_cast<const double*>(p + stride)));
+}
+
+// Two rows of eight samples at a half-pixel phase (see Dsp::sad8x8Half).
+template <int Phase>
+inline __m128i halfRows(const uint8_t* p, ptrdiff_t stride) {
+    if (Phase == 0) return loadRows(p, stride);
+    if (Phase == 1) return _mm_avg_epu8(loadRows(p, stride), loadRows(p + 1, stride));
+    if (Phase == 2) return _mm_avg_epu8(loadRows(p, stride), loadRows(p + stride, stride));
+    const __m128i zero = _mm_setzero_si128();
+    const __m128i a = loadRows(p, stride);
+    const __m128i b = loadRows(p + 1, stride);
+    const __m128i c = loadRows(p + stride, stride);
+    const __m128i d = loadRows(p + stride + 1, stride);
+    const __m128i two = _mm_set1_epi16(2);
+    const __m128i lo =
+        _mm_add_epi16(_mm_add_epi16(_mm_unpacklo_epi8(a, zero), _mm_unpacklo_epi8(b, zero)),
+                      _mm_add_epi16(_mm_unpacklo_epi8(c, zero), _mm_unpacklo_epi8(d, zero)));
+    const __m128i hi =
+        _mm_add_epi16(_mm_add_epi16(_mm_unpackhi_epi8(a, zero), _mm_unpackhi_epi8(b, zero)),
+                      _mm_add_epi16(_mm_unpackhi_epi8(c, zero), _mm_unpackhi_epi8(d, zero)));
+    return _mm_packus_epi16(_mm_srli_epi16(_mm_add_epi16(lo, two), 2),
+                            _mm_srli_epi16(_mm_add_epi16(hi, two), 2));
+}
+
+template <int PhaseA, int PhaseB>
+int sad8x8HalfSse2(const uint8_t* a, const uint8_t* b, ptrdiff_t stride) {
+    __m128i acc = _mm_setzero_si128();
+    for (int r = 0; r < 8; r += 2) {
+        acc = _mm_add_epi64(acc, _mm_sad_epu8(halfRows<PhaseA>(a + r * stride, stride),
+                                              halfRows<PhaseB>(b + r * stride, stride)));
+    }
+    return _mm_cvtsi128_si32(acc) + _mm_cvtsi128_si32(_mm_srli_si128(acc, 8));
+}
+
+template <int PhaseA>
+constexpr int (*kHalfSad[4])(const uint8_t*, const uint8_t*, ptrdiff_t) = {
+    sad8x8HalfSse2<PhaseA, 0>, sad8x8HalfSse2<PhaseA, 1>, sad8x8HalfSse2<PhaseA, 2>,
+    sad8x8HalfSse2<PhaseA, 3>};
+
+int sad8x8HalfAnySse2(const uint8_t* a, int aPhase, const uint8_t* b, int bPhase,
+                      ptrdiff_t stride) {
+    switch (aPhase & 3) {
+        case 0:
+            return kHalfSad<0>[bPhase & 3](a, b, stride);
+        case 1:
+            return kHalfSad<1>[bPhase & 3](a, b, stride);
+        case 2:
+            return kHalfSad<2>[bPhase & 3](a, b, stride);
+        default:
+            return kHalfSad<3>[bPhase & 3](a, b, stride);
+    }
+}
+
 int activity8x8Sse2(const uint8_t* p, ptrdiff_t stride) {
     __m128i acc = _mm_setzero_si128();
     for (int r = 0; r < 8; r += 2) {
@@ -228,24 +286,6 @@ void average2Sse2(const uint8_t* a, const uint8_t* b, uint8_t* out, ptrdiff_t co
     for (; x < count; ++x) out[x] = static_cast<uint8_t>((a[x] + b[x] + 1) >> 1);
 }
 
-void average4Sse2(const uint8_t* r0, const uint8_t* r1, uint8_t* out, ptrdiff_t count) {
-    const __m128i zero = _mm_setzero_si128();
-    const __m128i two = _mm_set1_epi16(2);
-    auto load = [&](const uint8_t* q) {
-        return _mm_unpacklo_epi8(_mm_loadl_epi64(reinterpret_cast<const __m128i*>(q)), zero);
-    };
-    ptrdiff_t x = 0;
-    for (; x + 8 <= count; x += 8) {
-        const __m128i sum = _mm_add_epi16(_mm_add_epi16(load(r0 + x), load(r0 + x + 1)),
-                                          _mm_add_epi16(load(r1 + x), load(r1 + x + 1)));
-        _mm_storel_epi64(reinterpret_cast<__m128i*>(out + x),
-                         _mm_packus_epi16(_mm_srli_epi16(_mm_add_epi16(sum, two), 2), zero));
-    }
-    for (; x < count; ++x) {
-        out[x] = static_cast<uint8_t>((r0[x] + r0[x + 1] + r1[x] + r1[x + 1] + 2) >> 2);
-    }
-}
-
 void downsample2Sse2(const uint8_t* r0, const uint8_t* r1, uint8_t* out, int count) {
     const __m128i lowBytes = _mm_set1_epi16(0x00FF);
     const __m128i two = _mm_set1_epi16(2);
@@ -312,12 +352,14 @@ void blendRowSse2(const uint8_t* a, const uint8_t* b, uint8_t* out, ptrdiff_t co
     }
 }
 
-const Dsp kSse2 = {
-    "sse2",       sad8x8Sse2,   activity8x8Sse2, accumulateSse2Any, accumulatePairSse2Any,
-    storeRowSse2, blendRowSse2, average2Sse2,    average4Sse2,      downsample2Sse2};
-const Dsp kAvx2 = {
-    "avx2",       sad8x8Sse2,   activity8x8Sse2, accumulateAvx2Any, accumulatePairAvx2Any,
-    storeRowSse2, blendRowSse2, average2Sse2,    average4Sse2,      downsample2Sse2};
+const Dsp kSse2 = {"sse2",          sad8x8Sse2,        sad8x8HalfAnySse2,
+                   activity8x8Sse2, accumulateSse2Any, accumulatePairSse2Any,
+                   storeRowSse2,    blendRowSse2,      average2Sse2,
+                   downsample2Sse2};
+const Dsp kAvx2 = {"avx2",          sad8x8Sse2,        sad8x8HalfAnySse2,
+                   activity8x8Sse2, accumulateAvx2Any, accumulatePairAvx2Any,
+                   storeRowSse2,    blendRowSse2,      average2Sse2,
+                   downsample2Sse2};
 
 }  // namespace
 

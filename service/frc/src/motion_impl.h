@@ -84,14 +84,11 @@ inline int clampInt(int v, int lo, int hi) {
 
 struct FrameData {
     PaddedPlane planes[3];            // full-resolution copies: luma and chroma
-    PaddedPlane halfPel[4];           // luma shifted by half a pixel: [1] x, [2] y, [3] both
     PaddedPlane pyramid[kMaxLevels];  // luma at 1/2^l for l >= 1 (entry 0 unused)
     const PaddedPlane& level(int l) const { return l == 0 ? planes[0] : pyramid[l]; }
-    // Picture origins and strides for the matching cost: pyramid levels, and the four
-    // half-pixel phases of level 0 (which share one stride).
+    // Picture origins and strides for the matching cost, per pyramid level.
     const uint8_t* levelOrigin[kMaxLevels] = {};
     ptrdiff_t levelStride[kMaxLevels] = {};
-    const uint8_t* halfOrigin[4] = {};
 };
 
 struct Field {

@@ -275,12 +275,15 @@ void MotionInterpolator::Impl::searchLevel(int level) {
                         alternates[idx * kAlternates + i] = i + 1 < na ? alt[i + 1] : best;
                     }
                 }
+                // (At level 0 a block's activity is measured only when its match is in doubt:
+                // a match that would fit a block with no texture at all needs none.)
+                const bool doubt = parent != nullptr && forward && bestSad > levelNoise;
                 const int blockActivity =
-                    fine ? dsp.activity8x8(prev().planes[0].at(bx * kBlock, by * kBlock),
-                                           prev().planes[0].stride())
-                         : activity[idx];
-                if (parent != nullptr && forward &&
-                    bestSad * 8 > blockActivity * kBadShare + 8 * levelNoise) {
+                    !doubt ? 0
+                    : fine ? dsp.activity8x8(prev().planes[0].at(bx * kBlock, by * kBlock),
+                                             prev().planes[0].stride())
+                           : activity[idx];
+                if (doubt && bestSad * 8 > blockActivity * kBadShare + 8 * levelNoise) {
                     // No candidate fits: the motion may be one the coarser level could not
                     // see (content that is uniform along an axis once downsampled, such as a
                     // line of text, or too small to survive). Search both axes through the

@@ -21,9 +21,9 @@ void PaddedPlane::allocate(int width, int height, int pad, int step) {
     pad_ = pad;
     step_ = step;
     stride_ = (static_cast<ptrdiff_t>(width + 2 * pad) * step + 63) & ~ptrdiff_t{63};
-    // Every byte of the padded area is written before it is read (load, downsampleInto and
-    // halfPelFrom fill it all), so the storage is not cleared: clearing would fault in every
-    // page of a few tens of megabytes per stream for nothing. Large planes are aligned to and
+    // load and downsampleInto write the whole padded area before anything reads it, so the
+    // storage is not cleared: clearing would fault in every page of a few tens of megabytes
+    // per stream for nothing. Large planes are aligned to and
     // advised into huge pages, which cuts the page faults of their first fill by the hundreds.
     const size_t area = static_cast<size_t>(stride_) * (height + 2 * pad);
     // 16 spare bytes for vector loads that run past the last element (cleared: they are read).
@@ -79,26 +79,6 @@ void PaddedPlane::downsampleInto(PaddedPlane& dst) const {
         d.downsample2(row(2 * y), row(2 * y + 1), dst.row(y), dst.width());
     }
     dst.extendEdges();
-}
-
-void PaddedPlane::halfPelFrom(const PaddedPlane& src, int kind, int part, int parts) {
-    const Dsp& d = dsp();
-    const int dx = kind & 1;
-    const int dy = kind >> 1;
-    const ptrdiff_t bytes = static_cast<ptrdiff_t>(width_ + 2 * pad_) - 1;
-    const int rows = height_ + 2 * pad_;
-    for (int y = -pad_ + rows * part / parts; y < -pad_ + rows * (part + 1) / parts; ++y) {
-        const int sy = y + dy < height_ + pad_ ? y + dy : y;
-        const uint8_t* r0 = src.row(y) - pad_;
-        const uint8_t* r1 = src.row(sy) - pad_;
-        uint8_t* out = row(y) - pad_;
-        if (kind != 3) {
-            d.average2(r0, dx ? r0 + 1 : r1, out, bytes);
-        } else {
-            d.average4(r0, r1, out, bytes);
-        }
-        out[bytes] = out[bytes - 1];
-    }
 }
 
 }  // namespace detail

@@ -25,10 +25,6 @@ class PaddedPlane {
     // Halves the plane (2x2 box average, single-byte elements only) into `dst`, which must be
     // allocated with ceil(width / 2) x ceil(height / 2) elements.
     void downsampleInto(PaddedPlane& dst) const;
-    // Fills this plane (allocated like `src`) with `src` sampled half a pixel to the right
-    // (kind 1), below (kind 2) or both (kind 3), by bilinear interpolation, padding included.
-    // Only the rows of part `part` of `parts` equal shares (for running the parts in parallel).
-    void halfPelFrom(const PaddedPlane& src, int kind, int part = 0, int parts = 1);
 
     const uint8_t* at(int x, int y) const { return origin_ + y * stride_ + x * step_; }
     uint8_t* row(int y) { return origin_ + y * stride_; }
