@@ -487,12 +487,16 @@ int MotionInterpolator::Impl::measureNoise(int level, bool withCosts) {
     const Field& f = fields[level];
     const PaddedPlane& a = prev().level(level);
     activity.resize(f.v.size());
-    for (int by = 0; by < f.nby; ++by) {
-        for (int bx = 0; bx < f.nbx; ++bx) {
-            activity[static_cast<size_t>(by) * f.nbx + bx] =
-                dsp.activity8x8(a.at(bx * kBlock, by * kBlock), a.stride());
+    const int bands = (f.nby + kSearchBandRows - 1) / kSearchBandRows;
+    parallelFor(bands, [&](int band) {
+        for (int by = band * kSearchBandRows; by < std::min(f.nby, (band + 1) * kSearchBandRows);
+             ++by) {
+            for (int bx = 0; bx < f.nbx; ++bx) {
+                activity[static_cast<size_t>(by) * f.nbx + bx] =
+                    dsp.activity8x8(a.at(bx * kBlock, by * kBlock), a.stride());
+            }
         }
-    }
+    });
     activityRank = activity;
     const auto tenth = activityRank.begin() + static_cast<std::ptrdiff_t>(activityRank.size() / 10);
     std::nth_element(activityRank.begin(), tenth, activityRank.end());

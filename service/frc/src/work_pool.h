@@ -29,11 +29,11 @@ class WorkPool {
     WorkPool& operator=(const WorkPool&) = delete;
 
     // Runs fn(0) .. fn(count - 1) on the calling thread and up to `threads` - 1 workers (started
-    // on first need and kept); returns when every index is done. Not reentrant: one loop at a
-    // time per pool.
+    // on first need and kept); returns when every index is done. A loop started while another
+    // runs (from inside it) runs on the calling thread alone.
     void run(int count, int threads, const std::function<void(int)>& fn) {
         const int helpers = std::min(count, threads) - 1;
-        if (helpers <= 0) {
+        if (helpers <= 0 || running_.exchange(true)) {
             for (int i = 0; i < count; ++i) fn(i);
             return;
         }
@@ -54,6 +54,7 @@ class WorkPool {
         std::unique_lock<std::mutex> lock(mutex_);
         done_.wait(lock, [this] { return busy_ == 0; });
         job_ = nullptr;
+        running_.store(false);
     }
 
   private:
@@ -93,6 +94,7 @@ class WorkPool {
     uint64_t generation_ = 0;
     bool quit_ = false;
     std::atomic<int> next_{0};
+    std::atomic<bool> running_{false};
 };
 
 }  // namespace detail
