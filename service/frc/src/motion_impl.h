@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cstdint>
+#include <cstring>
 #include <functional>
 #include <vector>
 
@@ -62,7 +63,14 @@ constexpr uint8_t kLaterOnly = 2;
 struct Vec {
     int x;
     int y;
-    bool operator==(const Vec& o) const { return x == o.x && y == o.y; }
+    // (Both components at once: the search compares vectors in its innermost loops.)
+    bool operator==(const Vec& o) const {
+        uint64_t a;
+        uint64_t b;
+        std::memcpy(&a, this, sizeof a);
+        std::memcpy(&b, &o, sizeof b);
+        return a == b;
+    }
     bool operator!=(const Vec& o) const { return !(*this == o); }
 };
 

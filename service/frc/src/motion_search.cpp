@@ -344,14 +344,15 @@ void MotionInterpolator::Impl::searchLevel(int level) {
                 f.cost[idx] = bestSad;
                 if (fine) {
                     // Keep the costs around the final vector for the sub-pixel fit.
+                    // (In the order -x, +x, -y, +y; -1 where not tried.)
                     int* around = &aroundCost[idx * 4];
-                    const Vec offsets[4] = {{-1, 0}, {1, 0}, {0, -1}, {0, 1}};
-                    for (int d = 0; d < 4; ++d) {
-                        around[d] = -1;
-                        const Vec w{best.x + offsets[d].x, best.y + offsets[d].y};
-                        for (int i = 0; i < nt; ++i) {
-                            if (tried[i] == w) around[d] = triedSad[i];
-                        }
+                    for (int d = 0; d < 4; ++d) around[d] = -1;
+                    for (int i = 0; i < nt; ++i) {
+                        const int dx = tried[i].x - best.x;
+                        const int dy = tried[i].y - best.y;
+                        if (dy == 0 && (dx == -1 || dx == 1)) around[(dx + 1) / 2] = triedSad[i];
+                        if (dx == 0 && (dy == -1 || dy == 1))
+                            around[2 + (dy + 1) / 2] = triedSad[i];
                     }
                 }
             }
