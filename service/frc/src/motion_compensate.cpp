@@ -128,14 +128,18 @@ void MotionInterpolator::Impl::compensateBand(int k, int n, const FrameView& dst
             const int coby = roundDiv(oby, 2);
             detail::WindowTaps cb;
             addTaps(cb, fa.planes[1], cx, cy, coax, coay, wA);
+            const int fromA = cb.count;
             addTaps(cb, fb.planes[1], cx, cy, cobx, coby, wB);
             normalise(cb);
             const size_t cOff = gc.windowOffset(bx);
             if (planar) {
-                detail::WindowTaps cr;
-                addTaps(cr, fa.planes[2], cx, cy, coax, coay, wA);
-                addTaps(cr, fb.planes[2], cx, cy, cobx, coby, wB);
-                normalise(cr);
+                // Cr's taps are Cb's at the same places of the other plane (the two planes
+                // share their geometry), with the same weights.
+                detail::WindowTaps cr = cb;
+                for (int t = 0; t < cb.count; ++t) {
+                    const FrameData& side = t < fromA ? fa : fb;
+                    cr.base[t] = side.planes[2].row(0) + (cb.base[t] - side.planes[1].row(0));
+                }
                 padTaps(cb);
                 padTaps(cr);
                 dsp.accumulatePair(cb, cr, fa.planes[1].stride(), gc.weights, accU + cOff,
