@@ -23,16 +23,13 @@ void PaddedPlane::allocate(int width, int height, int pad, int step) {
     stride_ = (static_cast<ptrdiff_t>(width + 2 * pad) * step + 63) & ~ptrdiff_t{63};
     // load and downsampleInto write the whole padded area before anything reads it, so the
     // storage is not cleared: clearing would fault in every page of a few tens of megabytes
-    // per stream for nothing. Large planes are aligned to and
-    // advised into huge pages, which cuts the page faults of their first fill by the hundreds.
+    // per stream for nothing. Large planes are aligned to huge pages and advised into them,
+    // which saves most page faults of their first fill where the kernel grants them.
     const size_t area = static_cast<size_t>(stride_) * (height + 2 * pad);
     // 16 spare bytes for vector loads that run past the last element (cleared: they are read).
-    size_t bytes = area + 16;
-    size_t align = 64;
-    if (bytes >= kHugePage) {
-        align = kHugePage;
-        bytes = (bytes + kHugePage - 1) & ~(kHugePage - 1);
-    }
+    const size_t align = area + 16 >= kHugePage ? kHugePage : 64;
+    // (aligned_alloc takes whole multiples of the alignment.)
+    const size_t bytes = (area + 16 + align - 1) & ~(align - 1);
     storage_.reset(static_cast<uint8_t*>(std::aligned_alloc(align, bytes)));
     if (!storage_) throw std::bad_alloc();
 #ifdef __linux__
