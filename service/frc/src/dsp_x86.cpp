@@ -27,9 +27,8 @@ int sad8x8Sse2(const uint8_t* a, const uint8_t* b, ptrdiff_t stride) {
 
 // Two rows of eight bytes in one register (the second in the high half).
 inline __m128i loadRows(const uint8_t* p, ptrdiff_t stride) {
-    return _mm_castpd_si128(
-        _mm_loadh_pd(_mm_castsi128_pd(_mm_loadl_epi64(reinterpret_cast<const __m128i*>(p))),
-                     reinterpret_cast<const double*>(p + stride)));
+    return _mm_unpacklo_epi64(_mm_loadl_epi64(reinterpret_cast<const __m128i*>(p)),
+                              _mm_loadl_epi64(reinterpret_cast<const __m128i*>(p + stride)));
 }
 
 // Two rows of eight samples at a half-pixel phase (see Dsp::sad8x8Half).
