@@ -25,41 +25,62 @@ int sad8x8Sse2(const uint8_t* a, const uint8_t* b, ptrdiff_t stride) {
     return _mm_cvtsi128_si32(acc) + _mm_cvtsi128_si32(_mm_srli_si128(acc, 8));
 }
 
-// Two rows of eight bytes in one register (the second in the high half).
-inline __m128i loadRows(const uint8_t* p, ptrdiff_t stride) {
-    return _mm_unpacklo_epi64(_mm_loadl_epi64(reinterpret_cast<const __m128i*>(p)),
-                              _mm_loadl_epi64(reinterpret_cast<const __m128i*>(p + stride)));
-}
-
-// Two rows of eight samples at a half-pixel phase (see Dsp::sad8x8Half).
+// The eight rows of a block at a half-pixel phase (see Dsp::sad8x8Half), two rows per
+// register; every source row is loaded once.
 template <int Phase>
-inline __m128i halfRows(const uint8_t* p, ptrdiff_t stride) {
-    if (Phase == 0) return loadRows(p, stride);
-    if (Phase == 1) return _mm_avg_epu8(loadRows(p, stride), loadRows(p + 1, stride));
-    if (Phase == 2) return _mm_avg_epu8(loadRows(p, stride), loadRows(p + stride, stride));
-    const __m128i zero = _mm_setzero_si128();
-    const __m128i a = loadRows(p, stride);
-    const __m128i b = loadRows(p + 1, stride);
-    const __m128i c = loadRows(p + stride, stride);
-    const __m128i d = loadRows(p + stride + 1, stride);
-    const __m128i two = _mm_set1_epi16(2);
-    const __m128i lo =
-        _mm_add_epi16(_mm_add_epi16(_mm_unpacklo_epi8(a, zero), _mm_unpacklo_epi8(b, zero)),
-                      _mm_add_epi16(_mm_unpacklo_epi8(c, zero), _mm_unpacklo_epi8(d, zero)));
-    const __m128i hi =
-        _mm_add_epi16(_mm_add_epi16(_mm_unpackhi_epi8(a, zero), _mm_unpackhi_epi8(b, zero)),
-                      _mm_add_epi16(_mm_unpackhi_epi8(c, zero), _mm_unpackhi_epi8(d, zero)));
-    return _mm_packus_epi16(_mm_srli_epi16(_mm_add_epi16(lo, two), 2),
-                            _mm_srli_epi16(_mm_add_epi16(hi, two), 2));
+inline void halfRows(const uint8_t* p, ptrdiff_t stride, __m128i out[4]) {
+    auto load8 = [&](int r) {
+        return _mm_loadl_epi64(reinterpret_cast<const __m128i*>(p + r * stride));
+    };
+    auto load16 = [&](int r) {
+        return _mm_loadu_si128(reinterpret_cast<const __m128i*>(p + r * stride));
+    };
+    if (Phase == 0) {
+        for (int i = 0; i < 4; ++i) out[i] = _mm_unpacklo_epi64(load8(2 * i), load8(2 * i + 1));
+    } else if (Phase == 1) {
+        for (int i = 0; i < 4; ++i) {
+            const __m128i a = load16(2 * i);
+            const __m128i b = load16(2 * i + 1);
+            out[i] = _mm_unpacklo_epi64(_mm_avg_epu8(a, _mm_srli_si128(a, 1)),
+                                        _mm_avg_epu8(b, _mm_srli_si128(b, 1)));
+        }
+    } else if (Phase == 2) {
+        __m128i above = load8(0);
+        for (int i = 0; i < 4; ++i) {
+            const __m128i mid = load8(2 * i + 1);
+            const __m128i below = load8(2 * i + 2);
+            out[i] = _mm_unpacklo_epi64(_mm_avg_epu8(above, mid), _mm_avg_epu8(mid, below));
+            above = below;
+        }
+    } else {
+        // Horizontal pair sums in 16 bits, then the rounded mean of two of them.
+        const __m128i zero = _mm_setzero_si128();
+        const __m128i two = _mm_set1_epi16(2);
+        auto pairSum = [&](int r) {
+            const __m128i v = load16(r);
+            return _mm_add_epi16(_mm_unpacklo_epi8(v, zero),
+                                 _mm_unpacklo_epi8(_mm_srli_si128(v, 1), zero));
+        };
+        __m128i above = pairSum(0);
+        for (int i = 0; i < 4; ++i) {
+            const __m128i mid = pairSum(2 * i + 1);
+            const __m128i below = pairSum(2 * i + 2);
+            const __m128i r0 = _mm_srli_epi16(_mm_add_epi16(_mm_add_epi16(above, mid), two), 2);
+            const __m128i r1 = _mm_srli_epi16(_mm_add_epi16(_mm_add_epi16(mid, below), two), 2);
+            out[i] = _mm_packus_epi16(r0, r1);
+            above = below;
+        }
+    }
 }
 
 template <int PhaseA, int PhaseB>
 int sad8x8HalfSse2(const uint8_t* a, const uint8_t* b, ptrdiff_t stride) {
+    __m128i ra[4];
+    __m128i rb[4];
+    halfRows<PhaseA>(a, stride, ra);
+    halfRows<PhaseB>(b, stride, rb);
     __m128i acc = _mm_setzero_si128();
-    for (int r = 0; r < 8; r += 2) {
-        acc = _mm_add_epi64(acc, _mm_sad_epu8(halfRows<PhaseA>(a + r * stride, stride),
-                                              halfRows<PhaseB>(b + r * stride, stride)));
-    }
+    for (int i = 0; i < 4; ++i) acc = _mm_add_epi64(acc, _mm_sad_epu8(ra[i], rb[i]));
     return _mm_cvtsi128_si32(acc) + _mm_cvtsi128_si32(_mm_srli_si128(acc, 8));
 }
 
