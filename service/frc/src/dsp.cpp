@@ -16,6 +16,31 @@ int sad8x8C(const uint8_t* a, const uint8_t* b, ptrdiff_t stride) {
     return sum;
 }
 
+// A sample at a half-pixel phase of p (see sad8x8Half).
+inline int halfSample(const uint8_t* p, int phase, ptrdiff_t stride) {
+    switch (phase) {
+        case 1:
+            return (p[0] + p[1] + 1) >> 1;
+        case 2:
+            return (p[0] + p[stride] + 1) >> 1;
+        case 3:
+            return (p[0] + p[1] + p[stride] + p[stride + 1] + 2) >> 2;
+        default:
+            return p[0];
+    }
+}
+
+int sad8x8HalfC(const uint8_t* a, int aPhase, const uint8_t* b, int bPhase, ptrdiff_t stride) {
+    int sum = 0;
+    for (int r = 0; r < 8; ++r) {
+        for (int c = 0; c < 8; ++c) {
+            const ptrdiff_t o = r * stride + c;
+            sum += std::abs(halfSample(a + o, aPhase, stride) - halfSample(b + o, bPhase, stride));
+        }
+    }
+    return sum;
+}
+
 int activity8x8C(const uint8_t* p, ptrdiff_t stride) {
     int sum = 0;
     for (int r = 0; r < 8; ++r) {
@@ -83,12 +108,6 @@ void average2C(const uint8_t* a, const uint8_t* b, uint8_t* out, ptrdiff_t count
     for (ptrdiff_t x = 0; x < count; ++x) out[x] = static_cast<uint8_t>((a[x] + b[x] + 1) >> 1);
 }
 
-void average4C(const uint8_t* r0, const uint8_t* r1, uint8_t* out, ptrdiff_t count) {
-    for (ptrdiff_t x = 0; x < count; ++x) {
-        out[x] = static_cast<uint8_t>((r0[x] + r0[x + 1] + r1[x] + r1[x + 1] + 2) >> 2);
-    }
-}
-
 void downsample2C(const uint8_t* r0, const uint8_t* r1, uint8_t* out, int count) {
     for (int x = 0; x < count; ++x) {
         out[x] = static_cast<uint8_t>((r0[2 * ptrdiff_t{x}] + r0[2 * ptrdiff_t{x} + 1] +
@@ -97,8 +116,9 @@ void downsample2C(const uint8_t* r0, const uint8_t* r1, uint8_t* out, int count)
     }
 }
 
-const Dsp kReference = {"c",       sad8x8C,   activity8x8C, accumulateC, accumulatePairC,
-                        storeRowC, blendRowC, average2C,    average4C,   downsample2C};
+const Dsp kReference = {"c",         sad8x8C,         sad8x8HalfC, activity8x8C,
+                        accumulateC, accumulatePairC, storeRowC,   blendRowC,
+                        average2C,   downsample2C};
 
 const Dsp& choose() {
     // FRC_DSP=c forces the reference (to compare or to rule the SIMD code out).

@@ -22,6 +22,10 @@ struct Dsp {
     const char* name;
     // Sum of absolute differences of two 8x8 blocks with a common stride.
     int (*sad8x8)(const uint8_t* a, const uint8_t* b, ptrdiff_t stride);
+    // sad8x8 of two blocks each sampled at a half-pixel phase (bit 0: half a pixel right, bit
+    // 1: half a pixel down) by rounded averages of neighbouring samples: (p + q + 1) >> 1 along
+    // one axis, (p + q + r + s + 2) >> 2 along both. Reads a row and a column past the block.
+    int (*sad8x8Half)(const uint8_t* a, int aPhase, const uint8_t* b, int bPhase, ptrdiff_t stride);
     // Texture activity of an 8x8 block: sum of absolute differences between horizontally and
     // vertically adjacent samples (reads one column and one row past the block).
     int (*activity8x8)(const uint8_t* p, ptrdiff_t stride);
@@ -43,8 +47,6 @@ struct Dsp {
                      int n);
     // out[x] = (a[x] + b[x] + 1) >> 1 for x < count.
     void (*average2)(const uint8_t* a, const uint8_t* b, uint8_t* out, ptrdiff_t count);
-    // out[x] = (r0[x] + r0[x + 1] + r1[x] + r1[x + 1] + 2) >> 2 for x < count.
-    void (*average4)(const uint8_t* r0, const uint8_t* r1, uint8_t* out, ptrdiff_t count);
     // out[x] = (r0[2x] + r0[2x + 1] + r1[2x] + r1[2x + 1] + 2) >> 2 for x < count.
     void (*downsample2)(const uint8_t* r0, const uint8_t* r1, uint8_t* out, int count);
 };

@@ -25,6 +25,84 @@ int sad8x8Sse2(const uint8_t* a, const uint8_t* b, ptrdiff_t stride) {
     return _mm_cvtsi128_si32(acc) + _mm_cvtsi128_si32(_mm_srli_si128(acc, 8));
 }
 
+// The eight rows of a block at a half-pixel phase (see Dsp::sad8x8Half), two rows per
+// register; every source row is loaded once.
+template <int Phase>
+inline void halfRows(const uint8_t* p, ptrdiff_t stride, __m128i out[4]) {
+    auto load8 = [&](int r) {
+        return _mm_loadl_epi64(reinterpret_cast<const __m128i*>(p + r * stride));
+    };
+    auto load16 = [&](int r) {
+        return _mm_loadu_si128(reinterpret_cast<const __m128i*>(p + r * stride));
+    };
+    if (Phase == 0) {
+        for (int i = 0; i < 4; ++i) out[i] = _mm_unpacklo_epi64(load8(2 * i), load8(2 * i + 1));
+    } else if (Phase == 1) {
+        for (int i = 0; i < 4; ++i) {
+            const __m128i a = load16(2 * i);
+            const __m128i b = load16(2 * i + 1);
+            out[i] = _mm_unpacklo_epi64(_mm_avg_epu8(a, _mm_srli_si128(a, 1)),
+                                        _mm_avg_epu8(b, _mm_srli_si128(b, 1)));
+        }
+    } else if (Phase == 2) {
+        __m128i above = load8(0);
+        for (int i = 0; i < 4; ++i) {
+            const __m128i mid = load8(2 * i + 1);
+            const __m128i below = load8(2 * i + 2);
+            out[i] = _mm_unpacklo_epi64(_mm_avg_epu8(above, mid), _mm_avg_epu8(mid, below));
+            above = below;
+        }
+    } else {
+        // Horizontal pair sums in 16 bits, then the rounded mean of two of them.
+        const __m128i zero = _mm_setzero_si128();
+        const __m128i two = _mm_set1_epi16(2);
+        auto pairSum = [&](int r) {
+            const __m128i v = load16(r);
+            return _mm_add_epi16(_mm_unpacklo_epi8(v, zero),
+                                 _mm_unpacklo_epi8(_mm_srli_si128(v, 1), zero));
+        };
+        __m128i above = pairSum(0);
+        for (int i = 0; i < 4; ++i) {
+            const __m128i mid = pairSum(2 * i + 1);
+            const __m128i below = pairSum(2 * i + 2);
+            const __m128i r0 = _mm_srli_epi16(_mm_add_epi16(_mm_add_epi16(above, mid), two), 2);
+            const __m128i r1 = _mm_srli_epi16(_mm_add_epi16(_mm_add_epi16(mid, below), two), 2);
+            out[i] = _mm_packus_epi16(r0, r1);
+            above = below;
+        }
+    }
+}
+
+template <int PhaseA, int PhaseB>
+int sad8x8HalfSse2(const uint8_t* a, const uint8_t* b, ptrdiff_t stride) {
+    __m128i ra[4];
+    __m128i rb[4];
+    halfRows<PhaseA>(a, stride, ra);
+    halfRows<PhaseB>(b, stride, rb);
+    __m128i acc = _mm_setzero_si128();
+    for (int i = 0; i < 4; ++i) acc = _mm_add_epi64(acc, _mm_sad_epu8(ra[i], rb[i]));
+    return _mm_cvtsi128_si32(acc) + _mm_cvtsi128_si32(_mm_srli_si128(acc, 8));
+}
+
+template <int PhaseA>
+constexpr int (*kHalfSad[4])(const uint8_t*, const uint8_t*, ptrdiff_t) = {
+    sad8x8HalfSse2<PhaseA, 0>, sad8x8HalfSse2<PhaseA, 1>, sad8x8HalfSse2<PhaseA, 2>,
+    sad8x8HalfSse2<PhaseA, 3>};
+
+int sad8x8HalfAnySse2(const uint8_t* a, int aPhase, const uint8_t* b, int bPhase,
+                      ptrdiff_t stride) {
+    switch (aPhase & 3) {
+        case 0:
+            return kHalfSad<0>[bPhase & 3](a, b, stride);
+        case 1:
+            return kHalfSad<1>[bPhase & 3](a, b, stride);
+        case 2:
+            return kHalfSad<2>[bPhase & 3](a, b, stride);
+        default:
+            return kHalfSad<3>[bPhase & 3](a, b, stride);
+    }
+}
+
 int activity8x8Sse2(const uint8_t* p, ptrdiff_t stride) {
     __m128i acc = _mm_setzero_si128();
     for (int r = 0; r < 8; r += 2) {
@@ -228,24 +306,6 @@ void average2Sse2(const uint8_t* a, const uint8_t* b, uint8_t* out, ptrdiff_t co
     for (; x < count; ++x) out[x] = static_cast<uint8_t>((a[x] + b[x] + 1) >> 1);
 }
 
-void average4Sse2(const uint8_t* r0, const uint8_t* r1, uint8_t* out, ptrdiff_t count) {
-    const __m128i zero = _mm_setzero_si128();
-    const __m128i two = _mm_set1_epi16(2);
-    auto load = [&](const uint8_t* q) {
-        return _mm_unpacklo_epi8(_mm_loadl_epi64(reinterpret_cast<const __m128i*>(q)), zero);
-    };
-    ptrdiff_t x = 0;
-    for (; x + 8 <= count; x += 8) {
-        const __m128i sum = _mm_add_epi16(_mm_add_epi16(load(r0 + x), load(r0 + x + 1)),
-                                          _mm_add_epi16(load(r1 + x), load(r1 + x + 1)));
-        _mm_storel_epi64(reinterpret_cast<__m128i*>(out + x),
-                         _mm_packus_epi16(_mm_srli_epi16(_mm_add_epi16(sum, two), 2), zero));
-    }
-    for (; x < count; ++x) {
-        out[x] = static_cast<uint8_t>((r0[x] + r0[x + 1] + r1[x] + r1[x + 1] + 2) >> 2);
-    }
-}
-
 void downsample2Sse2(const uint8_t* r0, const uint8_t* r1, uint8_t* out, int count) {
     const __m128i lowBytes = _mm_set1_epi16(0x00FF);
     const __m128i two = _mm_set1_epi16(2);
@@ -312,12 +372,14 @@ void blendRowSse2(const uint8_t* a, const uint8_t* b, uint8_t* out, ptrdiff_t co
     }
 }
 
-const Dsp kSse2 = {
-    "sse2",       sad8x8Sse2,   activity8x8Sse2, accumulateSse2Any, accumulatePairSse2Any,
-    storeRowSse2, blendRowSse2, average2Sse2,    average4Sse2,      downsample2Sse2};
-const Dsp kAvx2 = {
-    "avx2",       sad8x8Sse2,   activity8x8Sse2, accumulateAvx2Any, accumulatePairAvx2Any,
-    storeRowSse2, blendRowSse2, average2Sse2,    average4Sse2,      downsample2Sse2};
+const Dsp kSse2 = {"sse2",          sad8x8Sse2,        sad8x8HalfAnySse2,
+                   activity8x8Sse2, accumulateSse2Any, accumulatePairSse2Any,
+                   storeRowSse2,    blendRowSse2,      average2Sse2,
+                   downsample2Sse2};
+const Dsp kAvx2 = {"avx2",          sad8x8Sse2,        sad8x8HalfAnySse2,
+                   activity8x8Sse2, accumulateAvx2Any, accumulatePairAvx2Any,
+                   storeRowSse2,    blendRowSse2,      average2Sse2,
+                   downsample2Sse2};
 
 }  // namespace
 

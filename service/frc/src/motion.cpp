@@ -37,7 +37,6 @@ void MotionInterpolator::Impl::configure(const ConstFrameView& f) {
     const int chromaPad = range / 2 + 24;
     for (FrameData& fd : frames) {
         fd.planes[0].allocate(width, height, range + 32, 1);
-        for (int i = 1; i < 4; ++i) fd.halfPel[i].allocate(width, height, range + 32, 1);
         if (format == PixelFormat::kI420) {
             fd.planes[1].allocate(cw, ch, chromaPad, 1);
             fd.planes[2].allocate(cw, ch, chromaPad, 1);
@@ -69,17 +68,14 @@ void MotionInterpolator::Impl::configure(const ConstFrameView& f) {
 }
 
 void MotionInterpolator::Impl::load(FrameData& fd, const ConstFrameView& f) {
-    fd.planes[0].load(f.planes[0], f.strides[0]);
-    fd.planes[1].load(f.planes[1], f.strides[1]);
-    if (format == PixelFormat::kI420) fd.planes[2].load(f.planes[2], f.strides[2]);
+    // The planes are copied side by side; then the pyramid is built from the luma copy.
+    const int chroma = format == PixelFormat::kI420 ? 2 : 1;
+    parallelFor(1 + chroma, [&](int p) { fd.planes[p].load(f.planes[p], f.strides[p]); });
     for (int l = 1; l < levels; ++l) fd.level(l - 1).downsampleInto(fd.pyramid[l]);
-    for (int i = 1; i < 4; ++i) fd.halfPel[i].halfPelFrom(fd.planes[0], i);
     for (int l = 0; l < levels; ++l) {
         fd.levelOrigin[l] = fd.level(l).row(0);
         fd.levelStride[l] = fd.level(l).stride();
     }
-    fd.halfOrigin[0] = fd.planes[0].row(0);
-    for (int i = 1; i < 4; ++i) fd.halfOrigin[i] = fd.halfPel[i].row(0);
 }
 
 // Symmetric matching cost: the block of the in-between frame at (bx, by) seen through vector v
@@ -95,12 +91,12 @@ int MotionInterpolator::Impl::cost(int level, int bx, int by, Vec v) const {
     const int byv = ay + v.y;
     const ptrdiff_t origin = static_cast<ptrdiff_t>(by) * kBlock * stride + bx * kBlock;
     if (level == 0) {
-        // Level 0 works in half pixels: each side is read from the matching half-pel plane.
-        const uint8_t* a = fa.halfOrigin[(ax & 1) | ((ay & 1) << 1)] + origin +
-                           halfFloor(ay) * stride + halfFloor(ax);
-        const uint8_t* b = fb.halfOrigin[(bxv & 1) | ((byv & 1) << 1)] + origin +
-                           halfFloor(byv) * stride + halfFloor(bxv);
-        return dsp.sad8x8(a, b, stride);
+        // Level 0 works in half pixels: each side is sampled at its half-pixel phase as it is
+        // read (precomputed half-pel planes would quadruple what the search reads from memory).
+        return dsp.sad8x8Half(fa.levelOrigin[0] + origin + halfFloor(ay) * stride + halfFloor(ax),
+                              (ax & 1) | ((ay & 1) << 1),
+                              fb.levelOrigin[0] + origin + halfFloor(byv) * stride + halfFloor(bxv),
+                              (bxv & 1) | ((byv & 1) << 1), stride);
     }
     return dsp.sad8x8(fa.levelOrigin[level] + origin + ay * stride + ax,
                       fb.levelOrigin[level] + origin + byv * stride + bxv, stride);

@@ -2,7 +2,6 @@
 // of block rows on several threads.
 #include <algorithm>
 #include <cstring>
-#include <thread>
 
 #include "motion_impl.h"
 
@@ -74,18 +73,9 @@ void MotionInterpolator::Impl::compensate(int k, int n, const FrameView& dst) {
     // Threads only for pictures with enough rows to be worth starting them.
     const int bands = std::max(1, std::min(threadCount(), nby / kSearchBandRows));
     bandScratch.resize(static_cast<size_t>(bands));
-    if (bands == 1) {
-        compensateBand(k, n, dst, 0, nby, bandScratch[0]);
-        return;
-    }
-    std::vector<std::thread> workers;
-    for (int b = 1; b < bands; ++b) {
-        workers.emplace_back([this, k, n, &dst, b, bands] {
-            compensateBand(k, n, dst, nby * b / bands, nby * (b + 1) / bands, bandScratch[b]);
-        });
-    }
-    compensateBand(k, n, dst, 0, nby / bands, bandScratch[0]);
-    for (std::thread& t : workers) t.join();
+    parallelFor(bands, [&](int b) {
+        compensateBand(k, n, dst, nby * b / bands, nby * (b + 1) / bands, bandScratch[b]);
+    });
 }
 
 void MotionInterpolator::Impl::compensateBand(int k, int n, const FrameView& dst, int firstRow,
@@ -138,14 +128,18 @@ void MotionInterpolator::Impl::compensateBand(int k, int n, const FrameView& dst
             const int coby = roundDiv(oby, 2);
             detail::WindowTaps cb;
             addTaps(cb, fa.planes[1], cx, cy, coax, coay, wA);
+            const int fromA = cb.count;
             addTaps(cb, fb.planes[1], cx, cy, cobx, coby, wB);
             normalise(cb);
             const size_t cOff = gc.windowOffset(bx);
             if (planar) {
-                detail::WindowTaps cr;
-                addTaps(cr, fa.planes[2], cx, cy, coax, coay, wA);
-                addTaps(cr, fb.planes[2], cx, cy, cobx, coby, wB);
-                normalise(cr);
+                // Cr's taps are Cb's at the same places of the other plane (the two planes
+                // share their geometry), with the same weights.
+                detail::WindowTaps cr = cb;
+                for (int t = 0; t < cb.count; ++t) {
+                    const FrameData& side = t < fromA ? fa : fb;
+                    cr.base[t] = side.planes[2].row(0) + (cb.base[t] - side.planes[1].row(0));
+                }
                 padTaps(cb);
                 padTaps(cr);
                 dsp.accumulatePair(cb, cr, fa.planes[1].stride(), gc.weights, accU + cOff,

@@ -3,14 +3,15 @@
 #pragma once
 
 #include <algorithm>
-#include <atomic>
 #include <cstdint>
-#include <thread>
+#include <cstring>
+#include <functional>
 #include <vector>
 
 #include "dsp.h"
 #include "frc/motion.h"
 #include "plane.h"
+#include "work_pool.h"
 
 namespace frc {
 namespace detail {
@@ -62,7 +63,14 @@ constexpr uint8_t kLaterOnly = 2;
 struct Vec {
     int x;
     int y;
-    bool operator==(const Vec& o) const { return x == o.x && y == o.y; }
+    // (Both components at once: the search compares vectors in its innermost loops.)
+    bool operator==(const Vec& o) const {
+        uint64_t a;
+        uint64_t b;
+        std::memcpy(&a, this, sizeof a);
+        std::memcpy(&b, &o, sizeof b);
+        return a == b;
+    }
     bool operator!=(const Vec& o) const { return !(*this == o); }
 };
 
@@ -84,14 +92,11 @@ inline int clampInt(int v, int lo, int hi) {
 
 struct FrameData {
     PaddedPlane planes[3];            // full-resolution copies: luma and chroma
-    PaddedPlane halfPel[4];           // luma shifted by half a pixel: [1] x, [2] y, [3] both
     PaddedPlane pyramid[kMaxLevels];  // luma at 1/2^l for l >= 1 (entry 0 unused)
     const PaddedPlane& level(int l) const { return l == 0 ? planes[0] : pyramid[l]; }
-    // Picture origins and strides for the matching cost: pyramid levels, and the four
-    // half-pixel phases of level 0 (which share one stride).
+    // Picture origins and strides for the matching cost, per pyramid level.
     const uint8_t* levelOrigin[kMaxLevels] = {};
     ptrdiff_t levelStride[kMaxLevels] = {};
-    const uint8_t* halfOrigin[4] = {};
 };
 
 struct Field {
@@ -233,23 +238,18 @@ struct MotionInterpolator::Impl {
     void compensateBand(int k, int n, const FrameView& dst, int firstRow, int endRow,
                         BandScratch& scratch) const;
     int threadCount() const;
-    // Runs fn(0) .. fn(count - 1) on up to threadCount() threads.
+    // Runs fn(0) .. fn(count - 1) on up to threadCount() threads (the caller and the pool's).
     template <typename Fn>
     void parallelFor(int count, const Fn& fn) const {
-        const int workers = std::min(count, threadCount());
-        if (workers <= 1) {
+        const int threads = std::min(count, threadCount());
+        if (threads <= 1) {
             for (int i = 0; i < count; ++i) fn(i);
             return;
         }
-        std::atomic<int> next{0};
-        auto run = [&] {
-            for (int i = next++; i < count; i = next++) fn(i);
-        };
-        std::vector<std::thread> threads;
-        for (int t = 1; t < workers; ++t) threads.emplace_back(run);
-        run();
-        for (std::thread& t : threads) t.join();
+        pool.run(count, threads, std::function<void(int)>(std::cref(fn)));
     }
+    // Workers for parallelFor, kept between frames (destroyed first: they touch everything).
+    mutable WorkPool pool;
 };
 
 }  // namespace frc

@@ -2,6 +2,7 @@
 // the repair of blocks where a moving object covers or uncovers the background.
 #include <algorithm>
 #include <cstdlib>
+#include <vector>
 
 #include "motion_impl.h"
 
@@ -11,66 +12,76 @@ namespace frc {
 void MotionInterpolator::Impl::classify() {
     const Field& f = fields[0];
     noise = measureNoise(0, true);
-    size_t badBlocks = 0;
-    for (int by = 0; by < f.nby; ++by) {
-        for (int bx = 0; bx < f.nbx; ++bx) {
-            const size_t idx = static_cast<size_t>(by) * f.nbx + bx;
-            bool isBad = f.cost[idx] * 8 > activity[idx] * kBadShare + 8 * noise;
-            // A vector that hardly any neighbour shares is a chance match (typical of
-            // occlusions and unrelated pictures), however low its cost.
-            // So is a small group of vectors far from the motion all around it (a chance
-            // match in repetitive texture, handed down from a coarse block that straddled
-            // differently moving content).
-            const Vec v = mv16[idx];
-            int neighbours = 0;
-            int agree = 0;
-            int wideAgree = 0;
-            bool border = false;
-            for (int dy = -1; dy <= 1; ++dy) {
-                for (int dx = -1; dx <= 1; ++dx) {
-                    const int nx = bx + dx;
-                    const int ny = by + dy;
-                    if ((dx == 0 && dy == 0) || nx < 0 || ny < 0 || nx >= f.nbx || ny >= f.nby) {
-                        continue;
-                    }
-                    const Vec& w = mv16[static_cast<size_t>(ny) * f.nbx + nx];
-                    const int distance = std::abs(w.x - v.x) + std::abs(w.y - v.y);
-                    ++neighbours;
-                    agree += distance <= kAgree ? 1 : 0;
-                    border = border || distance > kBorder;
-                }
-            }
-            bool outlandish = false;
-            if (agree < neighbours) {
-                int xs[25];
-                int ys[25];
-                int n = 0;
-                for (int dy = -2; dy <= 2; ++dy) {
-                    for (int dx = -2; dx <= 2; ++dx) {
+    // Blocks are judged independently: bands of rows on the worker threads.
+    const int bands = (f.nby + kSearchBandRows - 1) / kSearchBandRows;
+    std::vector<size_t> badInBand(static_cast<size_t>(bands), 0);
+    parallelFor(bands, [&](int band) {
+        size_t& badBlocks = badInBand[static_cast<size_t>(band)];
+        for (int by = band * kSearchBandRows; by < std::min(f.nby, (band + 1) * kSearchBandRows);
+             ++by) {
+            for (int bx = 0; bx < f.nbx; ++bx) {
+                const size_t idx = static_cast<size_t>(by) * f.nbx + bx;
+                bool isBad = f.cost[idx] * 8 > activity[idx] * kBadShare + 8 * noise;
+                // A vector that hardly any neighbour shares is a chance match (typical of
+                // occlusions and unrelated pictures), however low its cost.
+                // So is a small group of vectors far from the motion all around it (a chance
+                // match in repetitive texture, handed down from a coarse block that straddled
+                // differently moving content).
+                const Vec v = mv16[idx];
+                int neighbours = 0;
+                int agree = 0;
+                int wideAgree = 0;
+                bool border = false;
+                for (int dy = -1; dy <= 1; ++dy) {
+                    for (int dx = -1; dx <= 1; ++dx) {
                         const int nx = bx + dx;
                         const int ny = by + dy;
-                        if (nx < 0 || ny < 0 || nx >= f.nbx || ny >= f.nby) continue;
+                        if ((dx == 0 && dy == 0) || nx < 0 || ny < 0 || nx >= f.nbx ||
+                            ny >= f.nby) {
+                            continue;
+                        }
                         const Vec& w = mv16[static_cast<size_t>(ny) * f.nbx + nx];
-                        xs[n] = w.x;
-                        ys[n] = w.y;
-                        ++n;
-                        if (dx == 0 && dy == 0) continue;
-                        wideAgree += std::abs(w.x - v.x) + std::abs(w.y - v.y) <= kAgree ? 1 : 0;
+                        const int distance = std::abs(w.x - v.x) + std::abs(w.y - v.y);
+                        ++neighbours;
+                        agree += distance <= kAgree ? 1 : 0;
+                        border = border || distance > kBorder;
                     }
                 }
-                if (wideAgree * 4 < n) {
-                    std::nth_element(xs, xs + n / 2, xs + n);
-                    std::nth_element(ys, ys + n / 2, ys + n);
-                    outlandish = std::abs(xs[n / 2] - v.x) + std::abs(ys[n / 2] - v.y) > kFar;
+                bool outlandish = false;
+                if (agree < neighbours) {
+                    int xs[25];
+                    int ys[25];
+                    int n = 0;
+                    for (int dy = -2; dy <= 2; ++dy) {
+                        for (int dx = -2; dx <= 2; ++dx) {
+                            const int nx = bx + dx;
+                            const int ny = by + dy;
+                            if (nx < 0 || ny < 0 || nx >= f.nbx || ny >= f.nby) continue;
+                            const Vec& w = mv16[static_cast<size_t>(ny) * f.nbx + nx];
+                            xs[n] = w.x;
+                            ys[n] = w.y;
+                            ++n;
+                            if (dx == 0 && dy == 0) continue;
+                            wideAgree +=
+                                std::abs(w.x - v.x) + std::abs(w.y - v.y) <= kAgree ? 1 : 0;
+                        }
+                    }
+                    if (wideAgree * 4 < n) {
+                        std::nth_element(xs, xs + n / 2, xs + n);
+                        std::nth_element(ys, ys + n / 2, ys + n);
+                        outlandish = std::abs(xs[n / 2] - v.x) + std::abs(ys[n / 2] - v.y) > kFar;
+                    }
                 }
+                onBorder[idx] = border ? 1 : 0;
+                const bool isolated = agree * 4 < neighbours || outlandish;
+                badMatch[idx] = isolated ? 2 : (isBad ? 1 : 0);
+                isBad = isBad || isolated;
+                badBlocks += isBad ? 1 : 0;
             }
-            onBorder[idx] = border ? 1 : 0;
-            const bool isolated = agree * 4 < neighbours || outlandish;
-            badMatch[idx] = isolated ? 2 : (isBad ? 1 : 0);
-            isBad = isBad || isolated;
-            badBlocks += isBad ? 1 : 0;
         }
-    }
+    });
+    size_t badBlocks = 0;
+    for (size_t b : badInBand) badBlocks += b;
     sceneCut = badBlocks * 256 > f.cost.size() * kCutShare;
     fastHint.assign(mv16.size(), Vec{kNoHint, kNoHint});
     fastObject.assign(mv16.size(), 0);

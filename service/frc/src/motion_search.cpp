@@ -275,12 +275,15 @@ void MotionInterpolator::Impl::searchLevel(int level) {
                         alternates[idx * kAlternates + i] = i + 1 < na ? alt[i + 1] : best;
                     }
                 }
+                // (At level 0 a block's activity is measured only when its match is in doubt:
+                // a match that would fit a block with no texture at all needs none.)
+                const bool doubt = parent != nullptr && forward && bestSad > levelNoise;
                 const int blockActivity =
-                    fine ? dsp.activity8x8(prev().planes[0].at(bx * kBlock, by * kBlock),
-                                           prev().planes[0].stride())
-                         : activity[idx];
-                if (parent != nullptr && forward &&
-                    bestSad * 8 > blockActivity * kBadShare + 8 * levelNoise) {
+                    !doubt ? 0
+                    : fine ? dsp.activity8x8(prev().planes[0].at(bx * kBlock, by * kBlock),
+                                             prev().planes[0].stride())
+                           : activity[idx];
+                if (doubt && bestSad * 8 > blockActivity * kBadShare + 8 * levelNoise) {
                     // No candidate fits: the motion may be one the coarser level could not
                     // see (content that is uniform along an axis once downsampled, such as a
                     // line of text, or too small to survive). Search both axes through the
@@ -341,14 +344,15 @@ void MotionInterpolator::Impl::searchLevel(int level) {
                 f.cost[idx] = bestSad;
                 if (fine) {
                     // Keep the costs around the final vector for the sub-pixel fit.
+                    // (In the order -x, +x, -y, +y; -1 where not tried.)
                     int* around = &aroundCost[idx * 4];
-                    const Vec offsets[4] = {{-1, 0}, {1, 0}, {0, -1}, {0, 1}};
-                    for (int d = 0; d < 4; ++d) {
-                        around[d] = -1;
-                        const Vec w{best.x + offsets[d].x, best.y + offsets[d].y};
-                        for (int i = 0; i < nt; ++i) {
-                            if (tried[i] == w) around[d] = triedSad[i];
-                        }
+                    for (int d = 0; d < 4; ++d) around[d] = -1;
+                    for (int i = 0; i < nt; ++i) {
+                        const int dx = tried[i].x - best.x;
+                        const int dy = tried[i].y - best.y;
+                        if (dy == 0 && (dx == -1 || dx == 1)) around[(dx + 1) / 2] = triedSad[i];
+                        if (dx == 0 && (dy == -1 || dy == 1))
+                            around[2 + (dy + 1) / 2] = triedSad[i];
                     }
                 }
             }
@@ -484,12 +488,16 @@ int MotionInterpolator::Impl::measureNoise(int level, bool withCosts) {
     const Field& f = fields[level];
     const PaddedPlane& a = prev().level(level);
     activity.resize(f.v.size());
-    for (int by = 0; by < f.nby; ++by) {
-        for (int bx = 0; bx < f.nbx; ++bx) {
-            activity[static_cast<size_t>(by) * f.nbx + bx] =
-                dsp.activity8x8(a.at(bx * kBlock, by * kBlock), a.stride());
+    const int bands = (f.nby + kSearchBandRows - 1) / kSearchBandRows;
+    parallelFor(bands, [&](int band) {
+        for (int by = band * kSearchBandRows; by < std::min(f.nby, (band + 1) * kSearchBandRows);
+             ++by) {
+            for (int bx = 0; bx < f.nbx; ++bx) {
+                activity[static_cast<size_t>(by) * f.nbx + bx] =
+                    dsp.activity8x8(a.at(bx * kBlock, by * kBlock), a.stride());
+            }
         }
-    }
+    });
     activityRank = activity;
     const auto tenth = activityRank.begin() + static_cast<std::ptrdiff_t>(activityRank.size() / 10);
     std::nth_element(activityRank.begin(), tenth, activityRank.end());

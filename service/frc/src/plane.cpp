@@ -1,6 +1,13 @@
 // Padded plane copies: allocation, edge replication and pyramid downsampling.
 #include "plane.h"
 
+#ifdef __linux__
+#include <sys/mman.h>
+#endif
+
+#include <cstdlib>
+#include <new>
+
 namespace frc {
 namespace detail {
 
@@ -14,12 +21,22 @@ void PaddedPlane::allocate(int width, int height, int pad, int step) {
     pad_ = pad;
     step_ = step;
     stride_ = (static_cast<ptrdiff_t>(width + 2 * pad) * step + 63) & ~ptrdiff_t{63};
-    // 64 spare bytes for alignment and 16 for vector loads that run past the last element.
-    storage_.assign(static_cast<size_t>(stride_) * (height + 2 * pad) + 64 + 16, 0);
-    const uintptr_t base = reinterpret_cast<uintptr_t>(storage_.data());
-    const uintptr_t aligned = (base + 63) & ~uintptr_t{63};
-    origin_ =
-        reinterpret_cast<uint8_t*>(aligned) + pad * stride_ + static_cast<ptrdiff_t>(pad) * step;
+    // load and downsampleInto write the whole padded area before anything reads it, so the
+    // storage is not cleared: clearing would fault in every page of a few tens of megabytes
+    // per stream for nothing. Large planes are aligned to huge pages and advised into them,
+    // which saves most page faults of their first fill where the kernel grants them.
+    const size_t area = static_cast<size_t>(stride_) * (height + 2 * pad);
+    // 16 spare bytes for vector loads that run past the last element (cleared: they are read).
+    const size_t align = area + 16 >= kHugePage ? kHugePage : 64;
+    // (aligned_alloc takes whole multiples of the alignment.)
+    const size_t bytes = (area + 16 + align - 1) & ~(align - 1);
+    storage_.reset(static_cast<uint8_t*>(std::aligned_alloc(align, bytes)));
+    if (!storage_) throw std::bad_alloc();
+#ifdef __linux__
+    if (align == kHugePage) madvise(storage_.get(), bytes, MADV_HUGEPAGE);
+#endif
+    std::memset(storage_.get() + area, 0, 16);
+    origin_ = storage_.get() + pad * stride_ + static_cast<ptrdiff_t>(pad) * step;
 }
 
 void PaddedPlane::load(const uint8_t* src, ptrdiff_t srcStride) {
@@ -59,25 +76,6 @@ void PaddedPlane::downsampleInto(PaddedPlane& dst) const {
         d.downsample2(row(2 * y), row(2 * y + 1), dst.row(y), dst.width());
     }
     dst.extendEdges();
-}
-
-void PaddedPlane::halfPelFrom(const PaddedPlane& src, int kind) {
-    const Dsp& d = dsp();
-    const int dx = kind & 1;
-    const int dy = kind >> 1;
-    const ptrdiff_t bytes = static_cast<ptrdiff_t>(width_ + 2 * pad_) - 1;
-    for (int y = -pad_; y < height_ + pad_; ++y) {
-        const int sy = y + dy < height_ + pad_ ? y + dy : y;
-        const uint8_t* r0 = src.row(y) - pad_;
-        const uint8_t* r1 = src.row(sy) - pad_;
-        uint8_t* out = row(y) - pad_;
-        if (kind != 3) {
-            d.average2(r0, dx ? r0 + 1 : r1, out, bytes);
-        } else {
-            d.average4(r0, r1, out, bytes);
-        }
-        out[bytes] = out[bytes - 1];
-    }
 }
 
 }  // namespace detail

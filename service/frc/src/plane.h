@@ -3,8 +3,9 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <cstdlib>
 #include <cstring>
-#include <vector>
+#include <memory>
 
 #include "dsp.h"
 
@@ -24,9 +25,6 @@ class PaddedPlane {
     // Halves the plane (2x2 box average, single-byte elements only) into `dst`, which must be
     // allocated with ceil(width / 2) x ceil(height / 2) elements.
     void downsampleInto(PaddedPlane& dst) const;
-    // Fills this plane (allocated like `src`) with `src` sampled half a pixel to the right
-    // (kind 1), below (kind 2) or both (kind 3), by bilinear interpolation, padding included.
-    void halfPelFrom(const PaddedPlane& src, int kind);
 
     const uint8_t* at(int x, int y) const { return origin_ + y * stride_ + x * step_; }
     uint8_t* row(int y) { return origin_ + y * stride_; }
@@ -39,7 +37,11 @@ class PaddedPlane {
     bool empty() const { return origin_ == nullptr; }
 
   private:
-    std::vector<uint8_t> storage_;
+    struct Free {
+        void operator()(uint8_t* p) const { std::free(p); }
+    };
+    static constexpr size_t kHugePage = size_t{2} << 20;
+    std::unique_ptr<uint8_t[], Free> storage_;
     uint8_t* origin_ = nullptr;
     ptrdiff_t stride_ = 0;
     int width_ = 0;
