@@ -34,13 +34,14 @@ thread_local const void* tControlThread = nullptr;
 // How long an extra outgoing channel stays open with no call on it. The first one stays.
 constexpr std::chrono::milliseconds kIdleChannelLife{200};
 
-// Reads exactly size bytes, collecting the descriptors that arrive with them. Returns size, 0 at
-// a clean end of stream before any byte, or -1 (errno kept) on an error or a cut message.
-ssize_t receiveAll(int socket, uint8_t* buffer, size_t size,
-                   std::vector<ndk::ScopedFileDescriptor>* fds, bool* truncated) {
-    size_t got = 0;
-    while (got < size) {
-        iovec iov{buffer + got, size - got};
+// A channel's buffer starts at this size and goes back to it after a larger message.
+constexpr size_t kReceiveBufferBytes = 16 * 1024;
+
+// One read of whatever the socket holds into the free end of buffer, with the descriptors that
+// came with it. Returns the bytes read, 0 at the end of the stream, -1 (errno kept) on an error.
+ssize_t receiveSome(int socket, ReceiveBuffer* buffer, bool* truncated) {
+    for (;;) {
+        iovec iov{buffer->bytes.data() + buffer->end, buffer->bytes.size() - buffer->end};
         alignas(cmsghdr) char control[CMSG_SPACE(sizeof(int) * kMaxFds)];
         msghdr msg{};
         msg.msg_iov = &iov;
@@ -57,18 +58,35 @@ ssize_t receiveAll(int socket, uint8_t* buffer, size_t size,
             for (size_t i = 0; i < count; ++i) {
                 int fd;
                 memcpy(&fd, data + i, sizeof(fd));
-                fds->emplace_back(fd);
+                buffer->fds.emplace_back(fd);
             }
         }
         if ((msg.msg_flags & MSG_CTRUNC) != 0) *truncated = true;
-        if (n == 0) {
-            if (got == 0) return 0;
-            errno = EPROTO;
-            return -1;
-        }
-        got += static_cast<size_t>(n);
+        buffer->end += static_cast<size_t>(n);
+        return n;
     }
-    return static_cast<ssize_t>(size);
+}
+
+// Waits until socket has something to read (or has ended). A thread asleep in recvmsg is also
+// woken each time the peer takes data this side sent (the socket's room to write grows), which
+// on a server that answers and then waits for the next call is a wake-up for nothing, and two
+// context switches, on every call; poll waits for input only.
+void waitReadable(int socket) {
+    pollfd ready{socket, POLLIN, 0};
+    while (poll(&ready, 1, -1) < 0 && errno == EINTR) {
+    }
+}
+
+// Makes room for a message of total bytes from begin on: moves the unread bytes to the front,
+// and grows the buffer if the message is larger than it.
+void makeRoom(ReceiveBuffer* buffer, size_t total) {
+    if (buffer->begin > 0) {
+        const size_t unread = buffer->end - buffer->begin;
+        memmove(buffer->bytes.data(), buffer->bytes.data() + buffer->begin, unread);
+        buffer->begin = 0;
+        buffer->end = unread;
+    }
+    if (buffer->bytes.size() < total) buffer->bytes.resize(total);
 }
 
 }  // namespace
@@ -563,38 +581,79 @@ Connection::Read Connection::readCallOrReply(Channel& channel, Incoming* incomin
 Connection::Read Connection::readMessage(Channel& channel, Incoming* incoming,
                                          std::vector<ndk::ScopedFileDescriptor>* fds,
                                          std::string* error) {
+    ReceiveBuffer& buffer = channel.received;
+    if (buffer.bytes.empty()) buffer.bytes.resize(kReceiveBufferBytes);
     bool truncated = false;
-    uint8_t headerBytes[sizeof(WireHeader)];
-    const int socket = channel.socket.get();
-    ssize_t n = receiveAll(socket, headerBytes, sizeof(headerBytes), fds, &truncated);
-    if (n == 0) return Read::kEnd;  // the peer closed the channel
-    if (n < 0) {
-        // A reset or our own shutdown: the peer is gone either way.
-        if (errno != EPROTO) return Read::kEnd;
-        *error = "message cut short";
+    size_t total = 0;  // of the message at begin, once its header is in
+    for (;;) {
+        const size_t unread = buffer.end - buffer.begin;
+        if (total == 0 && unread >= sizeof(WireHeader)) {
+            size_t bodySize = 0;
+            if (!decodeHeader(buffer.bytes.data() + buffer.begin, sizeof(WireHeader),
+                              &incoming->header, &bodySize, error)) {
+                return Read::kBad;
+            }
+            total = sizeof(WireHeader) + bodySize;
+        }
+        if (total != 0 && unread >= total) break;
+        const size_t needed = total != 0 ? total : sizeof(WireHeader);
+        if (buffer.bytes.size() - buffer.begin < needed) makeRoom(&buffer, needed);
+        waitReadable(channel.socket.get());
+        const ssize_t n = receiveSome(channel.socket.get(), &buffer, &truncated);
+        if (truncated) {
+            *error = "too many descriptors";
+            return Read::kBad;
+        }
+        if (n > 0) continue;
+        if (n == 0 && buffer.end == buffer.begin) return Read::kEnd;  // the peer closed it
+        if (n == 0) {
+            *error = "message cut short";
+            return Read::kBad;
+        }
+        return Read::kEnd;  // a reset or our own shutdown: the peer is gone either way
+    }
+    // The message's descriptors came with its first byte, so they are all here by now.
+    const WireHeader& header = incoming->header;
+    const uint8_t* body = buffer.bytes.data() + buffer.begin + sizeof(WireHeader);
+    const size_t bodySize = total - sizeof(WireHeader);
+    buffer.begin += total;
+    if (buffer.fds.size() - buffer.fdBegin < header.fdCount) {
+        *error = "descriptor count mismatch";
         return Read::kBad;
     }
-    size_t bodySize = 0;
-    if (!decodeHeader(headerBytes, sizeof(headerBytes), &incoming->header, &bodySize, error)) {
-        return Read::kBad;
+    for (uint32_t i = 0; i < header.fdCount; ++i) {
+        fds->push_back(std::move(buffer.fds[buffer.fdBegin++]));
     }
-    std::vector<uint8_t> body(bodySize);
-    if (bodySize > 0 && receiveAll(socket, body.data(), bodySize, fds, &truncated) <= 0) {
-        *error = "message cut short";
-        return Read::kBad;
-    }
-    if (truncated) {
-        *error = "too many descriptors";
-        return Read::kBad;
+    if (buffer.begin == buffer.end) {
+        // Everything read is taken: a descriptor left over came with no message.
+        if (buffer.fdBegin != buffer.fds.size()) {
+            *error = "descriptors without a message";
+            return Read::kBad;
+        }
+        buffer.fds.clear();
+        buffer.fdBegin = 0;
+    } else if (buffer.fdBegin == buffer.fds.size()) {
+        buffer.fds.clear();
+        buffer.fdBegin = 0;
     }
     DecodedBody decoded;
-    if (!decodeBody(incoming->header, body.data(), body.size(), fds->size(), &decoded, error)) {
-        return Read::kBad;
+    if (!decodeBody(header, body, bodySize, fds->size(), &decoded, error)) return Read::kBad;
+    const uint32_t type = header.type;
+    bool built = true;
+    if (type == kMessageTransact || type == kMessageReply) {
+        incoming->parcel.reset(newParcelFor(nullptr));
+        incoming->parcel->received = true;
+        built = buildParcel(decoded, fds, incoming->parcel.get(), error);
     }
-    const uint32_t type = incoming->header.type;
-    if (type != kMessageTransact && type != kMessageReply) return Read::kMessage;
-    incoming->parcel.reset(newParcelFor(nullptr));
-    return buildParcel(decoded, fds, incoming->parcel.get(), error) ? Read::kMessage : Read::kBad;
+    if (buffer.begin == buffer.end) {
+        buffer.begin = buffer.end = 0;
+        // A large message's room is given back once it has been taken.
+        if (buffer.bytes.size() > kReceiveBufferBytes) {
+            buffer.bytes.resize(kReceiveBufferBytes);
+            buffer.bytes.shrink_to_fit();
+        }
+    }
+    return built ? Read::kMessage : Read::kBad;
 }
 
 AIBinder* Connection::proxyForLocked(uint64_t handle) {

@@ -28,10 +28,22 @@ struct ParcelDeleter {
 };
 using ParcelPtr = std::unique_ptr<AParcel, ParcelDeleter>;
 
+// What has been read from a channel and not yet taken as messages. One read takes whatever
+// the socket holds (often a whole message, sometimes more); descriptors arrive with the first
+// byte of their message, so they are matched to messages in order.
+struct ReceiveBuffer {
+    std::vector<uint8_t> bytes;
+    size_t begin = 0;                            // first byte not yet taken
+    size_t end = 0;                              // one past the last byte read
+    std::vector<ndk::ScopedFileDescriptor> fds;  // received and not yet taken, oldest first
+    size_t fdBegin = 0;
+};
+
 // One socket of a connection. An outgoing channel carries this side's calls, one at a time: the
 // calling thread sends and then reads until its reply. An incoming one has a thread of its own
 // that reads the peer's calls and runs them. Nested calls go back on the channel of the call
-// they serve, to the thread waiting on it.
+// they serve, to the thread waiting on it. Either way one thread at a time reads a channel, so
+// its receive buffer needs no lock.
 struct Channel {
     explicit Channel(int fd, bool outgoing) : socket(fd), outgoing(outgoing) {}
 
@@ -39,6 +51,7 @@ struct Channel {
     std::mutex sendMutex;              // one message at a time
     const bool outgoing;
     std::chrono::steady_clock::time_point freedAt;  // outgoing: when its last call ended
+    ReceiveBuffer received;
 };
 
 class Connection : public std::enable_shared_from_this<Connection> {
