@@ -104,6 +104,16 @@ void ABinderHost_resetForTesting(void);
 // Waits up to timeoutMs in all.
 void ABinderHost_closeConnections(uint32_t timeoutMs);
 
+// Loopback mode: with the environment variable BINDER_HOST_LOOPBACK set (to anything but "" or
+// "0"), AServiceManager_getService/checkService/waitForService hand out a service registered in
+// this process as a proxy through a socket connection to this process (one per instance), so
+// that every call and callback is a transaction with descriptors passed as across processes.
+// ABinderHost_declareDead takes the instance's connection down (its proxies die as with a
+// service process's exit) and ABinderHost_resetForTesting closes every loopback connection.
+// Returns the object of this process that a loopback proxy stands for (+1), or NULL for any
+// other binder; tests use it to inspect a service they reach through loopback.
+AIBinder* ABinderHost_getLoopbackLocal(AIBinder* proxy);
+
 // Creates a fresh private service folder under the per-user default and points BINDER_HOST_DIR
 // (and BINDER_HOST_PRIVATE_DIR, which marks it as a test's) at it; children inherit both. The
 // folder is removed when this process exits. Returns STATUS_PERMISSION_DENIED when the per-user

@@ -92,8 +92,9 @@ void makeRoom(ReceiveBuffer* buffer, size_t total) {
 }  // namespace
 
 std::shared_ptr<Connection> Connection::start(ndk::ScopedFileDescriptor socket, const ucred& peer,
-                                              bool connector) {
-    std::shared_ptr<Connection> connection(new Connection(std::move(socket), peer, connector));
+                                              bool connector, uint32_t serverLimit) {
+    std::shared_ptr<Connection> connection(
+        new Connection(std::move(socket), peer, connector, serverLimit));
     // The peer learns how many call channels we serve before anything else.
     WireHeader limit{};
     limit.magic = kWireMagic;
@@ -112,10 +113,12 @@ std::shared_ptr<Connection> Connection::start(ndk::ScopedFileDescriptor socket, 
     return connection;
 }
 
-Connection::Connection(ndk::ScopedFileDescriptor socket, const ucred& peer, bool connector)
+Connection::Connection(ndk::ScopedFileDescriptor socket, const ucred& peer, bool connector,
+                       uint32_t serverLimit)
     : peer_(peer),
       connector_(connector),
-      incomingLimit_(poolThreadLimit()),
+      incomingLimit_(serverLimit != 0 ? serverLimit : poolThreadLimit()),
+      servesWithoutPool_(serverLimit != 0),
       control_(std::make_shared<Channel>(socket.release(), false)) {}
 
 Connection::~Connection() = default;
@@ -537,7 +540,7 @@ void Connection::serveChannel(const std::shared_ptr<Channel>& channel) {
             break;
         }
         // Calls run on binder threads: none before this process starts or joins its pool.
-        while (!poolServing() && usable()) {
+        while (!servesWithoutPool_ && !poolServing() && usable()) {
             std::this_thread::sleep_for(std::chrono::milliseconds(10));
         }
         {
@@ -876,6 +879,24 @@ void Connection::proxyDestroyed(AIBinder* proxy) {
         header.id = 0;
     }
     closeIfIdle();
+}
+
+AIBinder* Connection::exportedBinder(uint64_t handle) {
+    std::lock_guard<std::mutex> lock(mutex_);
+    auto it = exports_.find(handle);
+    if (it == exports_.end()) return nullptr;
+    AIBinder_incStrong(it->second.binder);
+    return it->second.binder;
+}
+
+void Connection::drop() {
+    die();
+    // Another thread may be the one taking it down: wait for the control thread and every
+    // channel thread (but this one) to have let their sockets go.
+    const int own = tChannelThread == this ? 1 : 0;
+    std::unique_lock<std::mutex> lock(mutex_);
+    threadsEnded_.wait_for(lock, std::chrono::seconds(1),
+                           [&]() { return controlDone_ && threads_ <= own; });
 }
 
 void Connection::shutdownChannelsLocked() {

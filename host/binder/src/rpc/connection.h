@@ -58,8 +58,10 @@ class Connection : public std::enable_shared_from_this<Connection> {
   public:
     // Takes over a connected socket whose peer passed the uid check and starts serving it.
     // connector: this side connected (it closes the connection once nothing uses it).
+    // serverLimit (0: none): the side of a loopback connection that stands for a service
+    // process: it serves that many call channels, whether or not this process's pool serves.
     static std::shared_ptr<Connection> start(ndk::ScopedFileDescriptor socket, const ucred& peer,
-                                             bool connector);
+                                             bool connector, uint32_t serverLimit = 0);
 
     pid_t peerPid() const { return peer_.pid; }
     uid_t peerUid() const { return peer_.uid; }
@@ -84,6 +86,13 @@ class Connection : public std::enable_shared_from_this<Connection> {
 
     void proxyDestroyed(AIBinder* proxy);
 
+    // This side's object the peer knows by handle: +1, or NULL.
+    AIBinder* exportedBinder(uint64_t handle);
+
+    // Takes the connection down at once, as if the peer had gone away, and returns once every
+    // proxy into the peer is dead and this side's sockets are closed (or one second passed).
+    void drop();
+
     ~Connection();
 
   private:
@@ -104,7 +113,8 @@ class Connection : public std::enable_shared_from_this<Connection> {
     };
     enum class Read { kMessage, kEnd, kBad };
 
-    Connection(ndk::ScopedFileDescriptor socket, const ucred& peer, bool connector);
+    Connection(ndk::ScopedFileDescriptor socket, const ucred& peer, bool connector,
+               uint32_t serverLimit);
 
     // Adds a call channel to the tables; an incoming one gets its serving thread.
     void addChannel(const std::shared_ptr<Channel>& channel);
@@ -157,6 +167,8 @@ class Connection : public std::enable_shared_from_this<Connection> {
     const bool connector_;
     // How many incoming channels this side serves (its binder threads for this peer).
     const uint32_t incomingLimit_;
+    // Incoming calls run without waiting for this process's pool (a loopback service side).
+    const bool servesWithoutPool_;
 
     // The control channel: created with the connection, never replaced (its socket is shut
     // down, not closed, until the connection goes).
