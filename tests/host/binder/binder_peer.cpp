@@ -18,7 +18,6 @@
 #include <string>
 
 #include "peer_protocol.h"
-#include "test_support.h"
 
 namespace {
 
@@ -127,8 +126,6 @@ binder_status_t onTransact(AIBinder*, transaction_code_t code, const AParcel* in
         }
         case peer::kBlock:
             for (;;) pause();
-        case peer::kFdCount:
-            return AParcel_writeInt32(out, binder_test::openFdCount());
         default:
             return STATUS_UNKNOWN_TRANSACTION;
     }
