@@ -82,9 +82,14 @@ class SessionTest : public BaseTest {
         return node;
     }
 
-    // The scripted session that the node holds.
+    // The scripted session that the node holds (behind its proxy when reached through loopback).
     static std::shared_ptr<ScriptedSession> SessionOf(const TestNode& node) {
-        return std::dynamic_pointer_cast<ScriptedSession>(node.m_pVppSession);
+        std::shared_ptr<IVppSession> session = node.m_pVppSession;
+        if (session != nullptr && session->isRemote()) {
+            ndk::SpAIBinder local(ABinderHost_getLoopbackLocal(session->asBinder().get()));
+            session = IVppSession::fromBinder(local);
+        }
+        return std::dynamic_pointer_cast<ScriptedSession>(session);
     }
 
     IxoNodeInterface m_interface{};

@@ -432,7 +432,18 @@ binder_status_t AParcel_readParcelFileDescriptor(const AParcel* parcel, int* fd)
     const ParcelObject* object;
     status = readObject(parcel, &kind, &object);
     if (status != STATUS_OK) return status;
-    if (kind != kObjectFd || object == nullptr || object->fd.get() < 0) return STATUS_BAD_TYPE;
+    if (kind != kObjectFd || object == nullptr) return STATUS_BAD_TYPE;
+    if (object->handedOver) {
+        binder_host::logMessage(LOG_ERR, "Descriptor at parcel position %zu was already read",
+                                object->offset);
+        return STATUS_BAD_VALUE;
+    }
+    if (object->fd.get() < 0) return STATUS_BAD_TYPE;
+    if (parcel->received) {
+        object->handedOver = true;
+        *fd = object->fd.release();
+        return STATUS_OK;
+    }
     int dup = fcntl(object->fd.get(), F_DUPFD_CLOEXEC, 0);
     if (dup < 0) return STATUS_BAD_VALUE;
     *fd = dup;

@@ -56,16 +56,24 @@ Registry& registry() {
     return *instance;
 }
 
-// This process's registration first, then another process's: +1 or NULL.
+// This process's registration first (through its loopback connection in loopback mode), then
+// another process's: +1 or NULL.
 AIBinder* findAnywhere(const std::string& instance) {
+    AIBinder* local = nullptr;
     {
         Registry& r = registry();
         std::lock_guard<std::mutex> lock(r.mutex);
-        if (AIBinder* binder = r.findLocked(instance)) {
-            return binder;
-        }
+        local = r.findLocked(instance);
     }
-    return binder_host::rpc::lookupService(instance);
+    if (local == nullptr) {
+        return binder_host::rpc::lookupService(instance);
+    }
+    if (AIBinder_isRemote(local) || !binder_host::rpc::loopbackEnabled()) {
+        return local;
+    }
+    AIBinder* proxy = binder_host::rpc::loopbackService(instance);
+    AIBinder_decStrong(local);
+    return proxy;
 }
 
 }  // namespace
@@ -206,6 +214,8 @@ binder_status_t ABinderHost_declareDead(const char* instance) {
     r.changed.notify_all();
     binder_host::rpc::unpublishService(instance);
     binder_status_t status = binder_host::markDead(binder);
+    // Its loopback proxies die as proxies do when a service process dies.
+    binder_host::rpc::loopbackServiceDied(instance);
     AIBinder_decStrong(binder);
     return status;
 }
@@ -265,6 +275,7 @@ void ABinderHost_resetForTesting() {
     }
     binder_host::resetPoolCounters();
     binder_host::rpc::unpublishAll();
+    binder_host::rpc::closeLoopbacks();
     for (auto& entry : services) {
         AIBinder_decStrong(entry.second);
     }

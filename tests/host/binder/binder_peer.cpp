@@ -18,7 +18,6 @@
 #include <string>
 
 #include "peer_protocol.h"
-#include "test_support.h"
 
 namespace {
 
@@ -48,22 +47,32 @@ std::string readThroughMmap(int fd) {
     return text;
 }
 
-binder_status_t onTransact(AIBinder* self, transaction_code_t code, const AParcel* in,
-                           AParcel* out) {
+binder_status_t onTransact(AIBinder*, transaction_code_t code, const AParcel* in, AParcel* out) {
+    // Most requests carry one argument: read it first.
+    std::string text;
+    ndk::ScopedFileDescriptor fd;
+    ndk::SpAIBinder binder;
+    binder_status_t status = STATUS_OK;
+    if (code == peer::kEcho || code == peer::kMakeFd) status = peer::readString(in, &text);
+    if (code == peer::kDescribeFd || code == peer::kKeepFd) {
+        status = ndk::AParcel_readRequiredParcelFileDescriptor(in, &fd);
+    }
+    if (code == peer::kReturnBinder || code == peer::kIsOwnObject || code == peer::kHoldBinder ||
+        code == peer::kCallBack) {
+        status = ndk::AParcel_readRequiredStrongBinder(in, &binder);
+        if (status == STATUS_OK && code == peer::kCallBack) status = peer::readString(in, &text);
+    }
+    if (status != STATUS_OK) return status;
+    // The kept descriptor and the held binder are shared; nested and blocking calls hold nothing.
+    std::unique_lock<std::mutex> lock(gMutex, std::defer_lock);
+    if (code >= peer::kKeepFd && code <= peer::kDropBinder) lock.lock();
     switch (code) {
-        case peer::kEcho: {
-            std::string text;
-            binder_status_t status = peer::readString(in, &text);
-            return status == STATUS_OK ? peer::writeString(out, text) : status;
-        }
-        case peer::kCaller: {
+        case peer::kEcho:
+            return peer::writeString(out, text);
+        case peer::kCaller:
             AParcel_writeInt32(out, AIBinder_getCallingPid());
             return AParcel_writeInt32(out, static_cast<int32_t>(AIBinder_getCallingUid()));
-        }
         case peer::kDescribeFd: {
-            ndk::ScopedFileDescriptor fd;
-            binder_status_t status = ndk::AParcel_readRequiredParcelFileDescriptor(in, &fd);
-            if (status != STATUS_OK) return status;
             struct stat st;
             if (fstat(fd.get(), &st) != 0) return STATUS_BAD_VALUE;
             AParcel_writeInt32(out, fd.get());
@@ -71,77 +80,44 @@ binder_status_t onTransact(AIBinder* self, transaction_code_t code, const AParce
             AParcel_writeInt64(out, static_cast<int64_t>(st.st_ino));
             return peer::writeString(out, readThroughMmap(fd.get()));
         }
-        case peer::kKeepFd: {
-            ndk::ScopedFileDescriptor fd;
-            binder_status_t status = ndk::AParcel_readRequiredParcelFileDescriptor(in, &fd);
-            if (status != STATUS_OK) return status;
-            std::lock_guard<std::mutex> lock(gMutex);
+        case peer::kKeepFd:
             gKeptFd = std::move(fd);
             return STATUS_OK;
-        }
-        case peer::kReadKeptFd: {
-            std::lock_guard<std::mutex> lock(gMutex);
+        case peer::kReadKeptFd:
             return peer::writeString(out, readThroughMmap(gKeptFd.get()));
-        }
-        case peer::kMakeFd: {
-            std::string text;
-            binder_status_t status = peer::readString(in, &text);
-            if (status != STATUS_OK) return status;
-            ndk::ScopedFileDescriptor fd(memfd_create("peer", MFD_CLOEXEC));
+        case peer::kMakeFd:
+            fd.set(memfd_create("peer", MFD_CLOEXEC));
             if (write(fd.get(), text.data(), text.size()) != static_cast<ssize_t>(text.size())) {
                 return STATUS_UNKNOWN_ERROR;
             }
             return ndk::AParcel_writeRequiredParcelFileDescriptor(out, fd);
-        }
-        case peer::kReturnBinder: {
-            ndk::SpAIBinder binder;
-            binder_status_t status = ndk::AParcel_readRequiredStrongBinder(in, &binder);
-            return status == STATUS_OK ? AParcel_writeStrongBinder(out, binder.get()) : status;
-        }
-        case peer::kIsOwnObject: {
-            ndk::SpAIBinder binder;
-            binder_status_t status = ndk::AParcel_readRequiredStrongBinder(in, &binder);
-            if (status != STATUS_OK) return status;
-            bool own =
-                !AIBinder_isRemote(binder.get()) && AIBinder_getClass(binder.get()) == peerClass();
-            return AParcel_writeBool(out, own);
-        }
-        case peer::kHoldBinder: {
-            ndk::SpAIBinder binder;
-            binder_status_t status = ndk::AParcel_readRequiredStrongBinder(in, &binder);
-            std::lock_guard<std::mutex> lock(gMutex);
+        case peer::kReturnBinder:
+            return AParcel_writeStrongBinder(out, binder.get());
+        case peer::kIsOwnObject:
+            return AParcel_writeBool(out, !AIBinder_isRemote(binder.get()) &&
+                                              AIBinder_getClass(binder.get()) == peerClass());
+        case peer::kHoldBinder:
+        case peer::kDropBinder:
             gHeld = binder;
-            return status;
-        }
-        case peer::kDropBinder: {
-            std::lock_guard<std::mutex> lock(gMutex);
-            gHeld = nullptr;
             return STATUS_OK;
-        }
-        case peer::kNewObject: {
-            ndk::SpAIBinder object(AIBinder_new(peerClass(), nullptr));
-            return AParcel_writeStrongBinder(out, object.get());
-        }
+        case peer::kNewObject:
+            return AParcel_writeStrongBinder(
+                out, ndk::SpAIBinder(AIBinder_new(peerClass(), nullptr)).get());
         case peer::kLiveObjects:
             return AParcel_writeInt32(out, gLiveObjects.load());
         case peer::kCallBack: {
-            ndk::SpAIBinder callback;
-            std::string text;
-            binder_status_t status = ndk::AParcel_readRequiredStrongBinder(in, &callback);
-            if (status == STATUS_OK) status = peer::readString(in, &text);
-            if (status != STATUS_OK) return status;
             static const AIBinder_Class* callbackClass = AIBinder_Class_define(
                 peer::kCallbackDescriptor, [](void* a) { return a; }, [](void*) {},
                 [](AIBinder*, transaction_code_t, const AParcel*, AParcel*) -> binder_status_t {
                     return STATUS_UNKNOWN_TRANSACTION;
                 });
-            if (!AIBinder_associateClass(callback.get(), callbackClass)) return STATUS_BAD_TYPE;
+            if (!AIBinder_associateClass(binder.get(), callbackClass)) return STATUS_BAD_TYPE;
             ndk::ScopedAParcel call;
             ndk::ScopedAParcel reply;
-            status = AIBinder_prepareTransaction(callback.get(), call.getR());
+            status = AIBinder_prepareTransaction(binder.get(), call.getR());
             if (status == STATUS_OK) status = peer::writeString(call.get(), text);
             if (status == STATUS_OK) {
-                status = AIBinder_transact(callback.get(), peer::kCallbackEcho, call.getR(),
+                status = AIBinder_transact(binder.get(), peer::kCallbackEcho, call.getR(),
                                            reply.getR(), 0);
             }
             std::string answer;
@@ -150,10 +126,7 @@ binder_status_t onTransact(AIBinder* self, transaction_code_t code, const AParce
         }
         case peer::kBlock:
             for (;;) pause();
-        case peer::kFdCount:
-            return AParcel_writeInt32(out, binder_test::openFdCount());
         default:
-            (void)self;
             return STATUS_UNKNOWN_TRANSACTION;
     }
 }

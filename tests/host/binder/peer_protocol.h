@@ -30,7 +30,6 @@ enum Code : transaction_code_t {
     kLiveObjects,                    // -> int32: the peer's objects still alive
     kCallBack,                       // callback, string -> the callback's kCallbackEcho result
     kBlock,                          // -> never answers
-    kFdCount,                        // -> int32: descriptors open in the peer
 };
 
 // Calls on the tests' callback object.

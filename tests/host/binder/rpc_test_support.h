@@ -1,5 +1,5 @@
-// Helpers of the cross-process tests: starting and killing the peer process, calling it, and
-// waiting for a condition with a deadline.
+// Helpers of the cross-process tests: the peer process, calls with their reply, and waiting for a
+// condition with a deadline.
 #pragma once
 
 #include <android/binder_auto_utils.h>
@@ -22,7 +22,7 @@ extern char** environ;
 
 namespace rpc_test {
 
-// The peer process; killed (SIGKILL) and reaped when it goes out of scope.
+// The peer process (binder_peer serving an instance); killed (SIGKILL) and reaped when it goes.
 class PeerProcess {
   public:
     PeerProcess() = default;
@@ -30,7 +30,7 @@ class PeerProcess {
     PeerProcess& operator=(const PeerProcess&) = delete;
     ~PeerProcess() { kill(); }
 
-    // Starts binder_peer serving instance and waits for its "ready" line.
+    // Starts it and waits for its "ready" line.
     bool start(const std::string& instance, int extraThreads = 15) {
         int fds[2];
         if (pipe2(fds, O_CLOEXEC) != 0) return false;
@@ -39,26 +39,23 @@ class PeerProcess {
         posix_spawn_file_actions_t actions;
         posix_spawn_file_actions_init(&actions);
         posix_spawn_file_actions_adddup2(&actions, writeEnd.get(), STDOUT_FILENO);
-        std::string threads = std::to_string(extraThreads);
+        const std::string threads = std::to_string(extraThreads);
         const char* argv[] = {BINDER_PEER_PATH, instance.c_str(), threads.c_str(), nullptr};
-        int rc = posix_spawn(&pid_, BINDER_PEER_PATH, &actions, nullptr,
-                             const_cast<char* const*>(argv), environ);
-        posix_spawn_file_actions_destroy(&actions);
-        if (rc != 0) {
+        if (posix_spawn(&pid_, BINDER_PEER_PATH, &actions, nullptr, const_cast<char* const*>(argv),
+                        environ) != 0) {
             pid_ = -1;
-            return false;
         }
+        posix_spawn_file_actions_destroy(&actions);
         writeEnd.set(-1);
         std::string line;
         char c;
         pollfd pfd{readEnd.get(), POLLIN, 0};
-        while (line != "ready\n" && poll(&pfd, 1, 10000) == 1 && read(readEnd.get(), &c, 1) == 1) {
+        while (pid_ > 0 && line != "ready\n" && poll(&pfd, 1, 10000) == 1 &&
+               read(readEnd.get(), &c, 1) == 1) {
             line += c;
         }
         return line == "ready\n";
     }
-
-    pid_t pid() const { return pid_; }
 
     void kill() {
         if (pid_ <= 0) return;
@@ -71,7 +68,7 @@ class PeerProcess {
     pid_t pid_ = -1;
 };
 
-// The peer's service under instance, associated with a class of the peer's descriptor.
+// The service under instance, associated with the peer's class.
 inline ndk::SpAIBinder peerBinder(const std::string& instance) {
     static const AIBinder_Class* clazz = AIBinder_Class_define(
         peer::kDescriptor, [](void* a) { return a; }, [](void*) {},
@@ -83,7 +80,7 @@ inline ndk::SpAIBinder peerBinder(const std::string& instance) {
     return binder;
 }
 
-// One call: write fills the request; the reply is left in *reply.
+// One call: write fills the request; the reply replaces *reply.
 inline binder_status_t call(AIBinder* binder, transaction_code_t code, ndk::ScopedAParcel& reply,
                             const std::function<binder_status_t(AParcel*)>& write = nullptr) {
     ndk::ScopedAParcel in;
@@ -92,6 +89,17 @@ inline binder_status_t call(AIBinder* binder, transaction_code_t code, ndk::Scop
     if (status != STATUS_OK) return status;
     reply.set(nullptr);  // the out-parameter is overwritten, not released
     return AIBinder_transact(binder, code, in.getR(), reply.getR(), 0);
+}
+
+// A call whose request is a string (and optionally a binder before it) and whose reply is one.
+inline binder_status_t callText(AIBinder* binder, transaction_code_t code, const std::string& text,
+                                std::string* answer, AIBinder* object = nullptr) {
+    ndk::ScopedAParcel reply;
+    binder_status_t status = call(binder, code, reply, [&](AParcel* p) {
+        binder_status_t s = object != nullptr ? AParcel_writeStrongBinder(p, object) : STATUS_OK;
+        return s == STATUS_OK ? peer::writeString(p, text) : s;
+    });
+    return status == STATUS_OK ? peer::readString(reply.get(), answer) : status;
 }
 
 // Polls condition for up to two seconds.

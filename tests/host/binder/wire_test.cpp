@@ -79,11 +79,15 @@ bool closedByPeer(int socket) {
     }
 }
 
-WireHeader header(uint32_t type) {
+WireHeader header(uint32_t type, uint32_t objects = 0, uint32_t fds = 0, uint32_t size = 0) {
     WireHeader h{};
     h.magic = wire::kWireMagic;
     h.type = type;
     h.id = 1;
+    h.code = FIRST_CALL_TRANSACTION;
+    h.objectCount = objects;
+    h.fdCount = fds;
+    h.dataSize = size;
     return h;
 }
 
@@ -105,15 +109,11 @@ int openCallChannel(int control) {
     if (socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, pair) != 0) return -1;
     ndk::ScopedFileDescriptor ours(pair[0]);
     ndk::ScopedFileDescriptor theirs(pair[1]);
-    WireHeader channel = header(wire::kMessageChannel);
-    channel.objectCount = 1;
-    channel.fdCount = 1;
-    channel.dataSize = wire::kObjectRecordBytes;
-    if (!sendRaw(control, message(channel, {{0, wire::kWireFd, 0}}, std::vector<uint8_t>(8, 0)),
-                 {theirs.get()})) {
-        return -1;
-    }
-    return ours.release();
+    const WireHeader channel = header(wire::kMessageChannel, 1, 1, wire::kObjectRecordBytes);
+    return sendRaw(control, message(channel, {{0, wire::kWireFd, 0}}, std::vector<uint8_t>(8)),
+                   {theirs.get()})
+               ? ours.release()
+               : -1;
 }
 
 struct Case {
@@ -139,52 +139,43 @@ class WireTest : public ::testing::Test {
     std::string path_;
 };
 
+// Each bad message drops the connection (call channel and control socket alike), closes every
+// descriptor that came with it, and leaves the service serving.
 TEST_F(WireTest, MalformedMessagesDropTheConnectionWithoutLeaks) {
-    WireHeader transact = header(wire::kMessageTransact);
-    transact.code = FIRST_CALL_TRANSACTION;
+    const uint32_t kTransact = wire::kMessageTransact;
     const std::vector<uint8_t> data16(16, 0);
-    auto withCounts = [](WireHeader h, uint32_t objects, uint32_t fds, uint32_t size) {
-        h.objectCount = objects;
-        h.fdCount = fds;
-        h.dataSize = size;
-        return h;
-    };
-    WireHeader badMagic = transact;
+    WireHeader badMagic = header(kTransact);
     badMagic.magic = 0;
-    WireHeader badType = transact;
-    badType.type = 99;
-    WireHeader unknownTarget = transact;
+    WireHeader unknownTarget = header(kTransact);
     unknownTarget.target = 0x12345;
     WireHeader release = header(wire::kMessageDecRef);
     release.target = 0x12345;
     release.code = 1;
-    WireHeader stray = header(wire::kMessageReply);
-    std::vector<Case> cases = {
+    const uint32_t fdKind = wire::kWireFd;
+    const std::vector<Case> cases = {
         {"bad magic", message(badMagic, {}, {}), 0},
-        {"unknown type", message(badType, {}, {}), 0},
-        {"data over the limit", message(withCounts(transact, 0, 0, 2 * 1024 * 1024), {}, {}), 0},
-        {"object past the data", message(withCounts(transact, 1, 0, 16), {{12, 1, 5}}, data16), 0},
-        {"misaligned object", message(withCounts(transact, 1, 0, 16), {{2, 1, 5}}, data16), 0},
+        {"unknown type", message(header(99), {}, {}), 0},
+        {"data over the limit", message(header(kTransact, 0, 0, 2 * 1024 * 1024), {}, {}), 0},
+        {"object past the data", message(header(kTransact, 1, 0, 16), {{12, 1, 5}}, data16), 0},
+        {"misaligned object", message(header(kTransact, 1, 0, 16), {{2, 1, 5}}, data16), 0},
         {"overlapping objects",
-         message(withCounts(transact, 2, 0, 16), {{0, 1, 5}, {4, 1, 6}}, data16), 0},
-        {"unknown object kind", message(withCounts(transact, 1, 0, 16), {{0, 9, 5}}, data16), 0},
-        {"unknown handle coming home",
-         message(withCounts(transact, 1, 0, 16), {{0, wire::kWireReceiverBinder, 77}}, data16), 0},
-        {"descriptor where data was expected", message(withCounts(transact, 0, 0, 16), {}, data16),
-         1},
+         message(header(kTransact, 2, 0, 16), {{0, 1, 5}, {4, 1, 6}}, data16), 0},
+        {"unknown object kind", message(header(kTransact, 1, 0, 16), {{0, 9, 5}}, data16), 0},
+        {"unknown handle coming home", message(header(kTransact, 1, 0, 16), {{0, 2, 77}}, data16),
+         0},
+        {"descriptor where data was expected", message(header(kTransact, 0, 0, 16), {}, data16), 1},
         {"descriptor record without descriptor",
-         message(withCounts(transact, 1, 1, 16), {{0, wire::kWireFd, 0}}, data16), 0},
+         message(header(kTransact, 1, 1, 16), {{0, fdKind, 0}}, data16), 0},
         {"more descriptors than records",
-         message(withCounts(transact, 1, 1, 16), {{0, wire::kWireFd, 0}}, data16), 3},
+         message(header(kTransact, 1, 1, 16), {{0, fdKind, 0}}, data16), 3},
         {"call to an unknown object", message(unknownTarget, {}, {}), 0},
         {"release of a reference never sent", message(release, {}, {}), 0},
-        {"reply nobody waits for", message(stray, {}, {}), 0},
-        {"message cut short", message(withCounts(transact, 0, 0, 64), {}, data16), 0},
+        {"reply nobody waits for", message(header(wire::kMessageReply), {}, {}), 0},
+        {"message cut short", message(header(kTransact, 0, 0, 64), {}, data16), 0},
     };
 
     ndk::ScopedFileDescriptor file(memfd_create("wire-test", MFD_CLOEXEC));
     const int before = openFdCount();
-    // Each bad message goes on a call channel: the channel and the whole connection are dropped.
     for (const Case& c : cases) {
         SCOPED_TRACE(c.name);
         ndk::ScopedFileDescriptor control(connectRaw(path_));
@@ -197,21 +188,13 @@ TEST_F(WireTest, MalformedMessagesDropTheConnectionWithoutLeaks) {
         EXPECT_TRUE(closedByPeer(channel.get()));
         EXPECT_TRUE(closedByPeer(control.get()));
     }
-    // On the control channel: calls, channel messages without their descriptor, and more call
-    // channels than the service has binder threads.
-    WireHeader bareChannel = header(wire::kMessageChannel);
-    bareChannel.objectCount = 1;
-    bareChannel.dataSize = wire::kObjectRecordBytes;
-    const std::vector<Case> controlCases = {
-        {"call on the control channel", message(transact, {}, {}), 0},
-        {"channel without its descriptor",
-         message(bareChannel, {{0, wire::kWireFd, 0}}, std::vector<uint8_t>(8, 0)), 0},
-    };
-    for (const Case& c : controlCases) {
-        SCOPED_TRACE(c.name);
+    // On the control channel: a call, and a channel message without its descriptor.
+    for (const auto& bytes :
+         {message(header(kTransact), {}, {}), message(header(wire::kMessageChannel, 1, 0, 8),
+                                                      {{0, fdKind, 0}}, std::vector<uint8_t>(8))}) {
         ndk::ScopedFileDescriptor control(connectRaw(path_));
         ASSERT_GE(control.get(), 0);
-        ASSERT_TRUE(sendRaw(control.get(), c.bytes, {}));
+        ASSERT_TRUE(sendRaw(control.get(), bytes, {}));
         EXPECT_TRUE(closedByPeer(control.get()));
     }
     {
@@ -222,54 +205,46 @@ TEST_F(WireTest, MalformedMessagesDropTheConnectionWithoutLeaks) {
         for (int i = 0; i < 64; ++i) channels.emplace_back(openCallChannel(control.get()));
         EXPECT_TRUE(closedByPeer(control.get()));
     }
-    // Every descriptor that arrived with a bad message was closed.
     EXPECT_TRUE(binder_test::waitForFdCount(before));
 
-    // The service still answers a well-formed lookup.
     ndk::SpAIBinder found(AServiceManager_checkService(kInstance));
     EXPECT_EQ(found.get(), service_.get());
 }
 
-TEST_F(WireTest, FolderAndSocketsArePrivate) {
+// The folder is 0700 and each socket 0600; unsafe folders (open to others, or a symbolic link)
+// leave a service local; a stale socket file is replaced; unregistering removes the socket.
+TEST_F(WireTest, FolderAndSocketsArePrivateAndStaleOnesAreReplaced) {
     struct stat st;
     ASSERT_EQ(lstat(folder().c_str(), &st), 0);
-    EXPECT_TRUE(S_ISDIR(st.st_mode));
     EXPECT_EQ(st.st_mode & 0777, 0700u);
     ASSERT_EQ(lstat(path_.c_str(), &st), 0);
     EXPECT_TRUE(S_ISSOCK(st.st_mode));
     EXPECT_EQ(st.st_mode & 0777, 0600u);
-    // Unregistering removes the socket.
     ASSERT_EQ(ABinderHost_removeService(kInstance), STATUS_OK);
     EXPECT_NE(lstat(path_.c_str(), &st), 0);
-}
 
-TEST_F(WireTest, UnsafeFoldersAreRefusedAndTheServiceStaysLocal) {
     const std::string saved = folder();
     const std::string open = saved + "/open";
     const std::string link = saved + "/link";
-    ASSERT_EQ(mkdir(open.c_str(), 0755), 0);
+    ASSERT_EQ(mkdir(open.c_str(), 0700), 0);
     ASSERT_EQ(chmod(open.c_str(), 0755), 0);
     ASSERT_EQ(symlink(saved.c_str(), link.c_str()), 0);
+    ndk::SpAIBinder local(AIBinder_new(Counted::clazz(), nullptr));
     for (const std::string& unsafe : {open, link}) {
         SCOPED_TRACE(unsafe);
         setenv("BINDER_HOST_DIR", unsafe.c_str(), 1);
-        ndk::SpAIBinder local(AIBinder_new(Counted::clazz(), nullptr));
         EXPECT_EQ(AServiceManager_addService(local.get(), "test.wire/unsafe"), EX_NONE);
-        ndk::SpAIBinder found(AServiceManager_checkService("test.wire/unsafe"));
-        EXPECT_EQ(found.get(), local.get());
+        EXPECT_EQ(ndk::SpAIBinder(AServiceManager_checkService("test.wire/unsafe")).get(),
+                  local.get());
         ASSERT_EQ(ABinderHost_removeService("test.wire/unsafe"), STATUS_OK);
     }
     setenv("BINDER_HOST_DIR", saved.c_str(), 1);
-    struct stat st;
     EXPECT_NE(lstat((open + "/test.wire%2Funsafe").c_str(), &st), 0);
     rmdir(open.c_str());
     unlink(link.c_str());
-}
 
-TEST_F(WireTest, StaleSocketsAreReplaced) {
-    ndk::SpAIBinder local(AIBinder_new(Counted::clazz(), nullptr));
     // A socket file nobody listens on, left by a process that died.
-    const std::string stalePath = folder() + "/test.wire%2Fstale";
+    const std::string stalePath = saved + "/test.wire%2Fstale";
     {
         ndk::ScopedFileDescriptor stale(socket(AF_UNIX, SOCK_STREAM, 0));
         sockaddr_un address{};
@@ -278,8 +253,7 @@ TEST_F(WireTest, StaleSocketsAreReplaced) {
         ASSERT_EQ(bind(stale.get(), reinterpret_cast<sockaddr*>(&address), sizeof(address)), 0);
     }
     ASSERT_EQ(AServiceManager_addService(local.get(), "test.wire/stale"), EX_NONE);
-    ndk::ScopedFileDescriptor live(connectRaw(stalePath));
-    EXPECT_GE(live.get(), 0);
+    EXPECT_GE(ndk::ScopedFileDescriptor(connectRaw(stalePath)).get(), 0);
 }
 
 }  // namespace

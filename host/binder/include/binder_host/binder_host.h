@@ -24,6 +24,10 @@
 //   descriptors while in use (more while calls overlap). When the peer process goes away its
 //   proxies die at once, as with ABinderHost_declareBinderDead.
 // - Limits per transaction: 1 MiB of data and 253 descriptors (STATUS_FAILED_TRANSACTION).
+// - A parcel received from another process hands each descriptor to its reader itself, once
+//   (AParcel_readParcelFileDescriptor gives the caller that descriptor to own; a second read of
+//   the same one fails with STATUS_BAD_VALUE), where a device gives a duplicate on every read:
+//   two system calls fewer per descriptor on each call.
 //
 // Test convention: every test process uses a service folder of its own, so that test processes
 // running in parallel (ctest -j) never find each other's services. Every executable under tests/
@@ -103,6 +107,16 @@ void ABinderHost_resetForTesting(void);
 // is told first and closes its side (its proxies into this process die), then this side closes.
 // Waits up to timeoutMs in all.
 void ABinderHost_closeConnections(uint32_t timeoutMs);
+
+// Loopback mode: with the environment variable BINDER_HOST_LOOPBACK set (to anything but "" or
+// "0"), AServiceManager_getService/checkService/waitForService hand out a service registered in
+// this process as a proxy through a socket connection to this process (one per instance), so
+// that every call and callback is a transaction with descriptors passed as across processes.
+// ABinderHost_declareDead takes the instance's connection down (its proxies die as with a
+// service process's exit) and ABinderHost_resetForTesting closes every loopback connection.
+// Returns the object of this process that a loopback proxy stands for (+1), or NULL for any
+// other binder; tests use it to inspect a service they reach through loopback.
+AIBinder* ABinderHost_getLoopbackLocal(AIBinder* proxy);
 
 // Creates a fresh private service folder under the per-user default and points BINDER_HOST_DIR
 // (and BINDER_HOST_PRIVATE_DIR, which marks it as a test's) at it; children inherit both. The

@@ -34,13 +34,40 @@ thread_local const void* tControlThread = nullptr;
 // How long an extra outgoing channel stays open with no call on it. The first one stays.
 constexpr std::chrono::milliseconds kIdleChannelLife{200};
 
-// Reads exactly size bytes, collecting the descriptors that arrive with them. Returns size, 0 at
-// a clean end of stream before any byte, or -1 (errno kept) on an error or a cut message.
-ssize_t receiveAll(int socket, uint8_t* buffer, size_t size,
-                   std::vector<ndk::ScopedFileDescriptor>* fds, bool* truncated) {
-    size_t got = 0;
-    while (got < size) {
-        iovec iov{buffer + got, size - got};
+#if defined(__SANITIZE_THREAD__)
+#define BINDER_HOST_TSAN 1
+#elif defined(__has_feature)
+#if __has_feature(thread_sanitizer)
+#define BINDER_HOST_TSAN 1
+#endif
+#endif
+
+#ifdef BINDER_HOST_TSAN
+extern "C" void __tsan_acquire(void* addr);
+extern "C" void __tsan_release(void* addr);
+// A message is a happens-before edge from its sender to its receiver. The thread sanitizer
+// cannot see it when both ends are in this process (loopback) and the receiving end came
+// through SCM_RIGHTS, so every send releases and every receive acquires one shared object.
+char gWireOrder;
+void wireSent() {
+    __tsan_release(&gWireOrder);
+}
+void wireReceived() {
+    __tsan_acquire(&gWireOrder);
+}
+#else
+void wireSent() {}
+void wireReceived() {}
+#endif
+
+// A channel's buffer starts at this size and goes back to it after a larger message.
+constexpr size_t kReceiveBufferBytes = 16 * 1024;
+
+// One read of whatever the socket holds into the free end of buffer, with the descriptors that
+// came with it. Returns the bytes read, 0 at the end of the stream, -1 (errno kept) on an error.
+ssize_t receiveSome(int socket, ReceiveBuffer* buffer, bool* truncated) {
+    for (;;) {
+        iovec iov{buffer->bytes.data() + buffer->end, buffer->bytes.size() - buffer->end};
         alignas(cmsghdr) char control[CMSG_SPACE(sizeof(int) * kMaxFds)];
         msghdr msg{};
         msg.msg_iov = &iov;
@@ -50,6 +77,7 @@ ssize_t receiveAll(int socket, uint8_t* buffer, size_t size,
         ssize_t n = recvmsg(socket, &msg, MSG_CMSG_CLOEXEC);
         if (n < 0 && errno == EINTR) continue;
         if (n < 0) return -1;
+        wireReceived();
         for (cmsghdr* c = CMSG_FIRSTHDR(&msg); c != nullptr; c = CMSG_NXTHDR(&msg, c)) {
             if (c->cmsg_level != SOL_SOCKET || c->cmsg_type != SCM_RIGHTS) continue;
             size_t count = (c->cmsg_len - CMSG_LEN(0)) / sizeof(int);
@@ -57,25 +85,43 @@ ssize_t receiveAll(int socket, uint8_t* buffer, size_t size,
             for (size_t i = 0; i < count; ++i) {
                 int fd;
                 memcpy(&fd, data + i, sizeof(fd));
-                fds->emplace_back(fd);
+                buffer->fds.emplace_back(fd);
             }
         }
         if ((msg.msg_flags & MSG_CTRUNC) != 0) *truncated = true;
-        if (n == 0) {
-            if (got == 0) return 0;
-            errno = EPROTO;
-            return -1;
-        }
-        got += static_cast<size_t>(n);
+        buffer->end += static_cast<size_t>(n);
+        return n;
     }
-    return static_cast<ssize_t>(size);
+}
+
+// Waits until socket has something to read (or has ended). A thread asleep in recvmsg is also
+// woken each time the peer takes data this side sent (the socket's room to write grows), which
+// on a server that answers and then waits for the next call is a wake-up for nothing, and two
+// context switches, on every call; poll waits for input only.
+void waitReadable(int socket) {
+    pollfd ready{socket, POLLIN, 0};
+    while (poll(&ready, 1, -1) < 0 && errno == EINTR) {
+    }
+}
+
+// Makes room for a message of total bytes from begin on: moves the unread bytes to the front,
+// and grows the buffer if the message is larger than it.
+void makeRoom(ReceiveBuffer* buffer, size_t total) {
+    if (buffer->begin > 0) {
+        const size_t unread = buffer->end - buffer->begin;
+        memmove(buffer->bytes.data(), buffer->bytes.data() + buffer->begin, unread);
+        buffer->begin = 0;
+        buffer->end = unread;
+    }
+    if (buffer->bytes.size() < total) buffer->bytes.resize(total);
 }
 
 }  // namespace
 
 std::shared_ptr<Connection> Connection::start(ndk::ScopedFileDescriptor socket, const ucred& peer,
-                                              bool connector) {
-    std::shared_ptr<Connection> connection(new Connection(std::move(socket), peer, connector));
+                                              bool connector, uint32_t serverLimit) {
+    std::shared_ptr<Connection> connection(
+        new Connection(std::move(socket), peer, connector, serverLimit));
     // The peer learns how many call channels we serve before anything else.
     WireHeader limit{};
     limit.magic = kWireMagic;
@@ -94,10 +140,12 @@ std::shared_ptr<Connection> Connection::start(ndk::ScopedFileDescriptor socket, 
     return connection;
 }
 
-Connection::Connection(ndk::ScopedFileDescriptor socket, const ucred& peer, bool connector)
+Connection::Connection(ndk::ScopedFileDescriptor socket, const ucred& peer, bool connector,
+                       uint32_t serverLimit)
     : peer_(peer),
       connector_(connector),
-      incomingLimit_(poolThreadLimit()),
+      incomingLimit_(serverLimit != 0 ? serverLimit : poolThreadLimit()),
+      servesWithoutPool_(serverLimit != 0),
       control_(std::make_shared<Channel>(socket.release(), false)) {}
 
 Connection::~Connection() = default;
@@ -309,6 +357,7 @@ bool Connection::send(Channel& channel, const WireHeader& header, const Outgoing
             c->cmsg_len = CMSG_LEN(sizeof(int) * body.fds.size());
             memcpy(CMSG_DATA(c), body.fds.data(), sizeof(int) * body.fds.size());
         }
+        wireSent();
         ssize_t n = sendmsg(channel.socket.get(), &msg, MSG_NOSIGNAL);
         if (n < 0 && errno == EINTR) continue;
         if (n < 0) {
@@ -519,7 +568,7 @@ void Connection::serveChannel(const std::shared_ptr<Channel>& channel) {
             break;
         }
         // Calls run on binder threads: none before this process starts or joins its pool.
-        while (!poolServing() && usable()) {
+        while (!servesWithoutPool_ && !poolServing() && usable()) {
             std::this_thread::sleep_for(std::chrono::milliseconds(10));
         }
         {
@@ -563,38 +612,79 @@ Connection::Read Connection::readCallOrReply(Channel& channel, Incoming* incomin
 Connection::Read Connection::readMessage(Channel& channel, Incoming* incoming,
                                          std::vector<ndk::ScopedFileDescriptor>* fds,
                                          std::string* error) {
+    ReceiveBuffer& buffer = channel.received;
+    if (buffer.bytes.empty()) buffer.bytes.resize(kReceiveBufferBytes);
     bool truncated = false;
-    uint8_t headerBytes[sizeof(WireHeader)];
-    const int socket = channel.socket.get();
-    ssize_t n = receiveAll(socket, headerBytes, sizeof(headerBytes), fds, &truncated);
-    if (n == 0) return Read::kEnd;  // the peer closed the channel
-    if (n < 0) {
-        // A reset or our own shutdown: the peer is gone either way.
-        if (errno != EPROTO) return Read::kEnd;
-        *error = "message cut short";
+    size_t total = 0;  // of the message at begin, once its header is in
+    for (;;) {
+        const size_t unread = buffer.end - buffer.begin;
+        if (total == 0 && unread >= sizeof(WireHeader)) {
+            size_t bodySize = 0;
+            if (!decodeHeader(buffer.bytes.data() + buffer.begin, sizeof(WireHeader),
+                              &incoming->header, &bodySize, error)) {
+                return Read::kBad;
+            }
+            total = sizeof(WireHeader) + bodySize;
+        }
+        if (total != 0 && unread >= total) break;
+        const size_t needed = total != 0 ? total : sizeof(WireHeader);
+        if (buffer.bytes.size() - buffer.begin < needed) makeRoom(&buffer, needed);
+        waitReadable(channel.socket.get());
+        const ssize_t n = receiveSome(channel.socket.get(), &buffer, &truncated);
+        if (truncated) {
+            *error = "too many descriptors";
+            return Read::kBad;
+        }
+        if (n > 0) continue;
+        if (n == 0 && buffer.end == buffer.begin) return Read::kEnd;  // the peer closed it
+        if (n == 0) {
+            *error = "message cut short";
+            return Read::kBad;
+        }
+        return Read::kEnd;  // a reset or our own shutdown: the peer is gone either way
+    }
+    // The message's descriptors came with its first byte, so they are all here by now.
+    const WireHeader& header = incoming->header;
+    const uint8_t* body = buffer.bytes.data() + buffer.begin + sizeof(WireHeader);
+    const size_t bodySize = total - sizeof(WireHeader);
+    buffer.begin += total;
+    if (buffer.fds.size() - buffer.fdBegin < header.fdCount) {
+        *error = "descriptor count mismatch";
         return Read::kBad;
     }
-    size_t bodySize = 0;
-    if (!decodeHeader(headerBytes, sizeof(headerBytes), &incoming->header, &bodySize, error)) {
-        return Read::kBad;
+    for (uint32_t i = 0; i < header.fdCount; ++i) {
+        fds->push_back(std::move(buffer.fds[buffer.fdBegin++]));
     }
-    std::vector<uint8_t> body(bodySize);
-    if (bodySize > 0 && receiveAll(socket, body.data(), bodySize, fds, &truncated) <= 0) {
-        *error = "message cut short";
-        return Read::kBad;
-    }
-    if (truncated) {
-        *error = "too many descriptors";
-        return Read::kBad;
+    if (buffer.begin == buffer.end) {
+        // Everything read is taken: a descriptor left over came with no message.
+        if (buffer.fdBegin != buffer.fds.size()) {
+            *error = "descriptors without a message";
+            return Read::kBad;
+        }
+        buffer.fds.clear();
+        buffer.fdBegin = 0;
+    } else if (buffer.fdBegin == buffer.fds.size()) {
+        buffer.fds.clear();
+        buffer.fdBegin = 0;
     }
     DecodedBody decoded;
-    if (!decodeBody(incoming->header, body.data(), body.size(), fds->size(), &decoded, error)) {
-        return Read::kBad;
+    if (!decodeBody(header, body, bodySize, fds->size(), &decoded, error)) return Read::kBad;
+    const uint32_t type = header.type;
+    bool built = true;
+    if (type == kMessageTransact || type == kMessageReply) {
+        incoming->parcel.reset(newParcelFor(nullptr));
+        incoming->parcel->received = true;
+        built = buildParcel(decoded, fds, incoming->parcel.get(), error);
     }
-    const uint32_t type = incoming->header.type;
-    if (type != kMessageTransact && type != kMessageReply) return Read::kMessage;
-    incoming->parcel.reset(newParcelFor(nullptr));
-    return buildParcel(decoded, fds, incoming->parcel.get(), error) ? Read::kMessage : Read::kBad;
+    if (buffer.begin == buffer.end) {
+        buffer.begin = buffer.end = 0;
+        // A large message's room is given back once it has been taken.
+        if (buffer.bytes.size() > kReceiveBufferBytes) {
+            buffer.bytes.resize(kReceiveBufferBytes);
+            buffer.bytes.shrink_to_fit();
+        }
+    }
+    return built ? Read::kMessage : Read::kBad;
 }
 
 AIBinder* Connection::proxyForLocked(uint64_t handle) {
@@ -817,6 +907,24 @@ void Connection::proxyDestroyed(AIBinder* proxy) {
         header.id = 0;
     }
     closeIfIdle();
+}
+
+AIBinder* Connection::exportedBinder(uint64_t handle) {
+    std::lock_guard<std::mutex> lock(mutex_);
+    auto it = exports_.find(handle);
+    if (it == exports_.end()) return nullptr;
+    AIBinder_incStrong(it->second.binder);
+    return it->second.binder;
+}
+
+void Connection::drop() {
+    die();
+    // Another thread may be the one taking it down: wait for the control thread and every
+    // channel thread (but this one) to have let their sockets go.
+    const int own = tChannelThread == this ? 1 : 0;
+    std::unique_lock<std::mutex> lock(mutex_);
+    threadsEnded_.wait_for(lock, std::chrono::seconds(1),
+                           [&]() { return controlDone_ && threads_ <= own; });
 }
 
 void Connection::shutdownChannelsLocked() {

@@ -28,10 +28,22 @@ struct ParcelDeleter {
 };
 using ParcelPtr = std::unique_ptr<AParcel, ParcelDeleter>;
 
+// What has been read from a channel and not yet taken as messages. One read takes whatever
+// the socket holds (often a whole message, sometimes more); descriptors arrive with the first
+// byte of their message, so they are matched to messages in order.
+struct ReceiveBuffer {
+    std::vector<uint8_t> bytes;
+    size_t begin = 0;                            // first byte not yet taken
+    size_t end = 0;                              // one past the last byte read
+    std::vector<ndk::ScopedFileDescriptor> fds;  // received and not yet taken, oldest first
+    size_t fdBegin = 0;
+};
+
 // One socket of a connection. An outgoing channel carries this side's calls, one at a time: the
 // calling thread sends and then reads until its reply. An incoming one has a thread of its own
 // that reads the peer's calls and runs them. Nested calls go back on the channel of the call
-// they serve, to the thread waiting on it.
+// they serve, to the thread waiting on it. Either way one thread at a time reads a channel, so
+// its receive buffer needs no lock.
 struct Channel {
     explicit Channel(int fd, bool outgoing) : socket(fd), outgoing(outgoing) {}
 
@@ -39,14 +51,17 @@ struct Channel {
     std::mutex sendMutex;              // one message at a time
     const bool outgoing;
     std::chrono::steady_clock::time_point freedAt;  // outgoing: when its last call ended
+    ReceiveBuffer received;
 };
 
 class Connection : public std::enable_shared_from_this<Connection> {
   public:
     // Takes over a connected socket whose peer passed the uid check and starts serving it.
     // connector: this side connected (it closes the connection once nothing uses it).
+    // serverLimit (0: none): the side of a loopback connection that stands for a service
+    // process: it serves that many call channels, whether or not this process's pool serves.
     static std::shared_ptr<Connection> start(ndk::ScopedFileDescriptor socket, const ucred& peer,
-                                             bool connector);
+                                             bool connector, uint32_t serverLimit = 0);
 
     pid_t peerPid() const { return peer_.pid; }
     uid_t peerUid() const { return peer_.uid; }
@@ -71,6 +86,13 @@ class Connection : public std::enable_shared_from_this<Connection> {
 
     void proxyDestroyed(AIBinder* proxy);
 
+    // This side's object the peer knows by handle: +1, or NULL.
+    AIBinder* exportedBinder(uint64_t handle);
+
+    // Takes the connection down at once, as if the peer had gone away, and returns once every
+    // proxy into the peer is dead and this side's sockets are closed (or one second passed).
+    void drop();
+
     ~Connection();
 
   private:
@@ -91,7 +113,8 @@ class Connection : public std::enable_shared_from_this<Connection> {
     };
     enum class Read { kMessage, kEnd, kBad };
 
-    Connection(ndk::ScopedFileDescriptor socket, const ucred& peer, bool connector);
+    Connection(ndk::ScopedFileDescriptor socket, const ucred& peer, bool connector,
+               uint32_t serverLimit);
 
     // Adds a call channel to the tables; an incoming one gets its serving thread.
     void addChannel(const std::shared_ptr<Channel>& channel);
@@ -144,6 +167,8 @@ class Connection : public std::enable_shared_from_this<Connection> {
     const bool connector_;
     // How many incoming channels this side serves (its binder threads for this peer).
     const uint32_t incomingLimit_;
+    // Incoming calls run without waiting for this process's pool (a loopback service side).
+    const bool servesWithoutPool_;
 
     // The control channel: created with the connection, never replaced (its socket is shut
     // down, not closed, until the connection goes).

@@ -552,6 +552,141 @@ AIBinder* lookupService(const std::string& instance) {
     return nullptr;
 }
 
+// ---- Loopback ----
+
+namespace {
+
+// Both sides of a loopback connection: the client's, which holds the proxies, and the server's,
+// which stands for the service's process.
+struct LoopbackPair {
+    std::string instance;
+    std::weak_ptr<Connection> client;
+    std::weak_ptr<Connection> server;
+};
+
+// Every loopback connection not yet taken down, the newest of an instance last; one that closed
+// for being idle stays listed until both its sides are gone, so that a reset can wait for it.
+struct Loopbacks {
+    std::mutex mutex;
+    std::vector<LoopbackPair> pairs;
+};
+
+Loopbacks& loopbacks() {
+    static Loopbacks* const instance = new Loopbacks();
+    return *instance;
+}
+
+// How many calls the service side of a loopback connection serves at once: a service process
+// with a pool of its own, whatever the size of this process's pool.
+constexpr uint32_t kLoopbackServerThreads = 8;
+
+std::vector<LoopbackPair> takeLoopbacks(const std::string* instance) {
+    Loopbacks& l = loopbacks();
+    std::lock_guard<std::mutex> lock(l.mutex);
+    std::vector<LoopbackPair> taken;
+    for (auto it = l.pairs.begin(); it != l.pairs.end();) {
+        if (instance != nullptr && it->instance != *instance) {
+            ++it;
+            continue;
+        }
+        taken.push_back(std::move(*it));
+        it = l.pairs.erase(it);
+    }
+    return taken;
+}
+
+void dropPairs(const std::vector<LoopbackPair>& pairs) {
+    // The service side first, as when its process dies; then the client side, so that its
+    // proxies are dead and both sides' sockets closed once this returns.
+    for (const LoopbackPair& pair : pairs) {
+        if (std::shared_ptr<Connection> server = pair.server.lock()) server->drop();
+        if (std::shared_ptr<Connection> client = pair.client.lock()) client->drop();
+    }
+}
+
+// The client side of instance's loopback connection, made if there is none in use: NULL when
+// no socket pair can be had.
+std::shared_ptr<Connection> loopbackClient(const std::string& instance) {
+    Loopbacks& l = loopbacks();
+    std::lock_guard<std::mutex> lock(l.mutex);
+    for (auto it = l.pairs.begin(); it != l.pairs.end();) {
+        if (it->client.expired() && it->server.expired()) {
+            it = l.pairs.erase(it);
+        } else {
+            ++it;
+        }
+    }
+    for (auto it = l.pairs.rbegin(); it != l.pairs.rend(); ++it) {
+        if (it->instance != instance) continue;
+        std::shared_ptr<Connection> client = it->client.lock();
+        if (client != nullptr && client->usable()) return client;
+        break;
+    }
+    int fds[2];
+    if (socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, fds) != 0) {
+        logMessage(LOG_ERR, "Cannot open a loopback connection for '%s': %s", instance.c_str(),
+                   strerror(errno));
+        return nullptr;
+    }
+    const ucred self{getpid(), getuid(), getgid()};
+    LoopbackPair pair;
+    pair.instance = instance;
+    pair.server =
+        Connection::start(ndk::ScopedFileDescriptor(fds[1]), self, false, kLoopbackServerThreads);
+    std::shared_ptr<Connection> client =
+        Connection::start(ndk::ScopedFileDescriptor(fds[0]), self, true);
+    pair.client = client;
+    l.pairs.push_back(std::move(pair));
+    return client;
+}
+
+}  // namespace
+
+bool loopbackEnabled() {
+    const char* value = getenv("BINDER_HOST_LOOPBACK");
+    return value != nullptr && value[0] != '\0' && strcmp(value, "0") != 0;
+}
+
+AIBinder* loopbackService(const std::string& instance) {
+    // A connection in use is reused; one closing down (idle) is replaced, once.
+    for (int attempt = 0; attempt < 2; ++attempt) {
+        std::shared_ptr<Connection> client = loopbackClient(instance);
+        if (client == nullptr) return nullptr;
+        AIBinder* binder = nullptr;
+        binder_status_t status = client->getService(instance, &binder);
+        if (status == STATUS_OK) {
+            client->waitUntilComplete();
+            return binder;
+        }
+        if (status != STATUS_DEAD_OBJECT) return nullptr;
+    }
+    return nullptr;
+}
+
+void loopbackServiceDied(const std::string& instance) {
+    dropPairs(takeLoopbacks(&instance));
+}
+
+void closeLoopbacks() {
+    dropPairs(takeLoopbacks(nullptr));
+}
+
+AIBinder* loopbackLocal(AIBinder* proxy) {
+    if (proxy == nullptr || proxy->proxy == nullptr) return nullptr;
+    std::shared_ptr<Connection> server;
+    {
+        Loopbacks& l = loopbacks();
+        std::lock_guard<std::mutex> lock(l.mutex);
+        for (const LoopbackPair& pair : l.pairs) {
+            if (pair.client.lock() == proxy->proxy->connection) {
+                server = pair.server.lock();
+                break;
+            }
+        }
+    }
+    return server == nullptr ? nullptr : server->exportedBinder(proxy->proxy->handle);
+}
+
 }  // namespace binder_host::rpc
 
 // ---- Host controls ----
@@ -582,6 +717,10 @@ void removePrivateFolder() {
 
 void ABinderHost_closeConnections(uint32_t timeoutMs) {
     binder_host::rpc::closeConnections(timeoutMs);
+}
+
+AIBinder* ABinderHost_getLoopbackLocal(AIBinder* proxy) {
+    return binder_host::rpc::loopbackLocal(proxy);
 }
 
 binder_status_t ABinderHost_usePrivateServiceDir() {

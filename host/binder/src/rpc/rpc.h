@@ -65,4 +65,17 @@ void closeConnections(uint32_t timeoutMs);
 // The service registered under instance by another process: +1 proxy, or NULL.
 AIBinder* lookupService(const std::string& instance);
 
+// Loopback (BINDER_HOST_LOOPBACK set to anything but "" or "0"): a service registered in this
+// process is handed out as a proxy through a socket connection to this process, one connection
+// per instance, so that every call on it is a transaction as if the service ran elsewhere.
+bool loopbackEnabled();
+// A +1 proxy for instance through its loopback connection (made if needed), or NULL.
+AIBinder* loopbackService(const std::string& instance);
+// Takes instance's loopback connection down, as when a service process dies: its proxies die.
+void loopbackServiceDied(const std::string& instance);
+// Takes every loopback connection down and waits until their sockets are closed.
+void closeLoopbacks();
+// The object of this process a loopback proxy stands for: +1, or NULL for any other binder.
+AIBinder* loopbackLocal(AIBinder* proxy);
+
 }  // namespace binder_host::rpc
