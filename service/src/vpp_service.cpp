@@ -77,7 +77,9 @@ ServiceHandle::~ServiceHandle() {
     // Only our own registration goes (the name may have been taken over meanwhile).
     if (AServiceManager_isDeclared(s.name.c_str())) {
         ndk::SpAIBinder current(AServiceManager_checkService(s.name.c_str()));
-        if (current.get() == s.binder.get()) {
+        // In loopback mode the lookup gives a proxy of our own binder.
+        ndk::SpAIBinder local(ABinderHost_getLoopbackLocal(current.get()));
+        if (current.get() == s.binder.get() || local.get() == s.binder.get()) {
             ABinderHost_removeService(s.name.c_str());
         }
     }
