@@ -100,16 +100,17 @@ TEST_F(LoggingTest, EncryptionSendsToTheEncryptingSinkAlone) {
         for (Level level : kLevels) {
             EmitNode(level, 5);
         }
-        ExpectLines(log.Lines(),
-                    {Error("EmitNode", "[node] value 5"), Warn("EmitNode", "[node] value 5"),
-                     Info("EmitNode", "[node] value 5"), Verbose("EmitNode", "[node] value 5")},
-                    LogSink::Encrypt, ixeName);
+        ExpectLines(
+            log.Lines(),
+            {Node('E', "EmitNode", "[node] value 5"), Node('W', "EmitNode", "[node] value 5"),
+             Node('I', "EmitNode", "[node] value 5"), Node('V', "EmitNode", "[node] value 5")},
+            LogSink::Encrypt, ixeName);
         EXPECT_TRUE(log.AndroidLines().empty());
     }
     g_logIxeEncryption = 2;
     LogRecorder log;
     EmitNode(Level::kError, 6);
-    EXPECT_TRUE(LogIs(log, {Error("EmitNode", "[node] value 6")}));
+    EXPECT_TRUE(LogIs(log, {Node('E', "EmitNode", "[node] value 6")}));
 }
 
 // A clear group bit silences its level whatever the other switches, and the statement then
@@ -150,7 +151,8 @@ TEST_F(LoggingTest, ExtensionFormUsesItsOwnMasksGroupAndAndroidTag) {
     LogRecorder log;
     EmitIxe(true, 1);
     EmitIxe(false, 2);
-    ExpectLines(log.Lines(), {Error("EmitIxe", "[node] ixe 1"), Info("EmitIxe", "[node] ixe 2")},
+    ExpectLines(log.Lines(),
+                {Node('E', "EmitIxe", "[node] ixe 1"), Node('I', "EmitIxe", "[node] ixe 2")},
                 LogSink::Normal, ixeName);
     std::vector<std::string> android;
     for (const auto& line : log.AndroidLines()) {
@@ -165,7 +167,7 @@ TEST_F(LoggingTest, ExtensionFormUsesItsOwnMasksGroupAndAndroidTag) {
                 std::to_string(g_ixeLine[1]) + " EmitIxe() [node] ixe 2\n"}));
 
     SetAllMasks(~0ULL, ~kIxeGroup);
-    log.Restart();
+    log.Clear();
     EmitIxe(true, 4);
     EmitIxe(false, 5);
     EXPECT_TRUE(log.Lines().empty() && log.AndroidLines().empty());

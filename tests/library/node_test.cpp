@@ -52,7 +52,7 @@ std::string ReleasedLine() {
 }
 
 ExpectedLine Died(const TestNode& node) {
-    return Info("VppServiceDied", "vpp service died: cookie=" + Ptr(&node));
+    return Node('I', "VppServiceDied", "vpp service died: cookie=" + Ptr(&node));
 }
 
 void DeclareDead() {
@@ -76,10 +76,10 @@ TEST_F(NodeBaseTest, InitializeWithNullInterfaceFailsBeforeCreatingAnything) {
     QuietNode node("NullIf");
     BothSinks capture;
     EXPECT_EQ(node.Initialize(nullptr), LumResultEInvalidPointer);
-    EXPECT_TRUE(LogIs(
-        capture, {Error("Initialize", "[NullIf] pIxoNodeInterface is NULL"),
-                  Error("Initialize",
-                        "[NullIf] VPP base initialization failed: LumResultEInvalidPointer")}));
+    EXPECT_TRUE(LogIs(capture,
+                      {Node('E', "Initialize", "[NullIf] pIxoNodeInterface is NULL"),
+                       Node('E', "Initialize",
+                            "[NullIf] VPP base initialization failed: LumResultEInvalidPointer")}));
     EXPECT_EQ(TestNode::s_pSessionCountLock, nullptr);
     EXPECT_TRUE(mutexNames.empty());
     EXPECT_EQ(LiveConditionCount(), m_conditions);
@@ -111,25 +111,26 @@ TEST_F(NodeBaseTest, InitializeAttemptsEverythingAndCleansUpOnAnyFailure) {
         TestNode::s_sessionCount = 2;
         BothSinks capture;
         std::vector<ExpectedLine> expected = {
-            Verbose("Initialize", InitializeVerboseLine("Matrix"))};
+            Node('V', "Initialize", InitializeVerboseLine("Matrix"))};
         const LumResult result = node.Initialize(&g_nodeInterface);
         if (lockFails) {
-            expected.push_back(Error(
-                "Initialize", "[Matrix] Falied to allocate memory s_pSessionCountLock (nil)"));
+            expected.push_back(Node(
+                'E', "Initialize", "[Matrix] Falied to allocate memory s_pSessionCountLock (nil)"));
         }
         expected.push_back(
-            Info("Initialize", InitializeInfoLine("Matrix", TestNode::s_pSessionCountLock)));
+            Node('I', "Initialize", InitializeInfoLine("Matrix", TestNode::s_pSessionCountLock)));
         if (mutexFails) {
-            expected.push_back(
-                Error("Initialize", "[Matrix] Falied to allocate memory for VPPFlushSessionLock"));
+            expected.push_back(Node('E', "Initialize",
+                                    "[Matrix] Falied to allocate memory for VPPFlushSessionLock"));
         }
         if (conditionFails) {
-            expected.push_back(Error(
-                "Initialize", "[Matrix] Falied to allocate memory for VPPWaitFlushSessionDone"));
+            expected.push_back(
+                Node('E', "Initialize",
+                     "[Matrix] Falied to allocate memory for VPPWaitFlushSessionDone"));
         }
         if (anyFails) {
-            expected.push_back(
-                Error("Initialize", "[Matrix] VPP base initialization failed: LumResultENoMemory"));
+            expected.push_back(Node('E', "Initialize",
+                                    "[Matrix] VPP base initialization failed: LumResultENoMemory"));
         }
         EXPECT_TRUE(LogIs(capture, expected));
         EXPECT_EQ(result, anyFails ? LumResultENoMemory : LumResultSuccess);
@@ -159,11 +160,11 @@ TEST_F(NodeBaseTest, SecondNodeReusesTheCountLockAndFailsAlone) {
     EXPECT_EQ(second.Initialize(&g_nodeInterface), LumResultENoMemory);
     EXPECT_TRUE(LogIs(
         capture,
-        {Verbose("Initialize", InitializeVerboseLine("Second")),
-         Info("Initialize", "[Second] vpp SessionCount lock already exists"),
-         Info("Initialize", InitializeInfoLine("Second", pLock)),
-         Error("Initialize", "[Second] Falied to allocate memory for VPPFlushSessionLock"),
-         Error("Initialize", "[Second] VPP base initialization failed: LumResultENoMemory")}));
+        {Node('V', "Initialize", InitializeVerboseLine("Second")),
+         Node('I', "Initialize", "[Second] vpp SessionCount lock already exists"),
+         Node('I', "Initialize", InitializeInfoLine("Second", pLock)),
+         Node('E', "Initialize", "[Second] Falied to allocate memory for VPPFlushSessionLock"),
+         Node('E', "Initialize", "[Second] VPP base initialization failed: LumResultENoMemory")}));
     EXPECT_EQ(TestNode::s_pSessionCountLock, pLock);
     EXPECT_EQ(second.m_pFlushSessionLock, nullptr);
     EXPECT_NE(first.m_pFlushSessionLock, nullptr);
@@ -209,13 +210,13 @@ TEST_F(NodeDestructionTest, OnlyTheLastNodeReleasesAndTheNextOneStartsOver) {
         nodes[i].reset();
         const unsigned left = 2 - i;
         std::vector<ExpectedLine> expected = {
-            Verbose("~IxoNodeVppBase", "[" + name + "] destructor of IxoNodeVppBase"),
-            Info("~IxoNodeVppBase",
+            Node('V', "~IxoNodeVppBase", "[" + name + "] destructor of IxoNodeVppBase"),
+            Node('I', "~IxoNodeVppBase",
                  Printf("[%s] s_sessionCount decrease to: %u", name.c_str(), left))};
         if (left == 0) {
             expected.push_back(
-                Info("~IxoNodeVppBase", "[" + name + "] Need release vpp service now"));
-            expected.push_back(Verbose("ReleaseVppService", ReleasedLine()));
+                Node('I', "~IxoNodeVppBase", "[" + name + "] Need release vpp service now"));
+            expected.push_back(Node('V', "ReleaseVppService", ReleasedLine()));
         }
         EXPECT_TRUE(LogIs(capture, expected));
         EXPECT_EQ(TestNode::s_sessionCount, left);
@@ -238,29 +239,31 @@ TEST_F(NodeDestructionTest, CountZeroAtEntryReleasesAndLaterNodesFindNoLock) {
     auto never = std::make_unique<QuietNode>("NoLock");
     BothSinks capture;
     first.reset();
-    EXPECT_TRUE(LogIs(capture, {Verbose("~IxoNodeVppBase", "[First] destructor of IxoNodeVppBase"),
-                                Info("~IxoNodeVppBase", "[First] Need release vpp service now"),
-                                Error("ReleaseVppService", "Unlinking from death recipient failed"),
-                                Verbose("ReleaseVppService", ReleasedLine())}));
+    EXPECT_TRUE(
+        LogIs(capture, {Node('V', "~IxoNodeVppBase", "[First] destructor of IxoNodeVppBase"),
+                        Node('I', "~IxoNodeVppBase", "[First] Need release vpp service now"),
+                        Node('E', "ReleaseVppService", "Unlinking from death recipient failed"),
+                        Node('V', "ReleaseVppService", ReleasedLine())}));
     EXPECT_EQ(TestNode::s_vppService, nullptr);
 
     capture.Clear();
     second.reset();
-    EXPECT_TRUE(LogIs(
-        capture,
-        {Verbose("~IxoNodeVppBase", "[Second] destructor of IxoNodeVppBase"),
-         Info("~IxoNodeVppBase", "[Second] s_pSessionCountLock is NULL, s_vppService: (nil)")}));
+    EXPECT_TRUE(
+        LogIs(capture, {Node('V', "~IxoNodeVppBase", "[Second] destructor of IxoNodeVppBase"),
+                        Node('I', "~IxoNodeVppBase",
+                             "[Second] s_pSessionCountLock is NULL, s_vppService: (nil)")}));
 
     // A service held without a lock stays held.
     ASSERT_EQ(TestNode::AcquireVppService("/default"), LumResultSuccess);
     const auto service = TestNode::s_vppService;
     capture.Clear();
     never.reset();
-    EXPECT_TRUE(LogIs(capture, {Verbose("~IxoNodeVppBase", "[NoLock] destructor of IxoNodeVppBase"),
-                                Info("~IxoNodeVppBase",
-                                     "[NoLock] s_pSessionCountLock is NULL, "
-                                     "s_vppService: " +
-                                         Ptr(service.get()))}));
+    EXPECT_TRUE(
+        LogIs(capture, {Node('V', "~IxoNodeVppBase", "[NoLock] destructor of IxoNodeVppBase"),
+                        Node('I', "~IxoNodeVppBase",
+                             "[NoLock] s_pSessionCountLock is NULL, "
+                             "s_vppService: " +
+                                 Ptr(service.get()))}));
     EXPECT_EQ(TestNode::s_vppService, service);
 }
 
@@ -284,9 +287,9 @@ TEST_F(ServiceLinkTest, AcquisitionWithoutServiceFailsAtOnceAndIsRetried) {
     BothSinks capture;
     QuietNode node("Lonely");
     const std::string empty = AcquireLine();
-    EXPECT_TRUE(LogIs(capture, {Verbose("AcquireVppService", empty),
-                                Error("AcquireVppService", "Cannot get VPP service binder"),
-                                Info("AcquireVppService", empty)}));
+    EXPECT_TRUE(LogIs(capture, {Node('V', "AcquireVppService", empty),
+                                Node('E', "AcquireVppService", "Cannot get VPP service binder"),
+                                Node('I', "AcquireVppService", empty)}));
     EXPECT_EQ(TestNode::AcquireVppService("/default"), LumResultEUnableToLoad);
     EXPECT_EQ(ABinderHost_getStartThreadPoolCallCount(), 0u);
     EXPECT_EQ(node.Initialize(&g_nodeInterface), LumResultSuccess);
@@ -303,19 +306,19 @@ TEST_F(ServiceLinkTest, FirstAcquisitionLooksUpAndStartsThePoolLaterOnesDoNot) {
     ServiceRegistration registration(service);
     BothSinks capture;
     QuietNode first("First");
-    EXPECT_TRUE(LogIs(
-        capture, {Verbose("AcquireVppService", Printf("&s_vppService: %p, s_vppService: (nil)",
-                                                      static_cast<void*>(&TestNode::s_vppService))),
-                  Info("AcquireVppService", AcquireLine())}));
+    EXPECT_TRUE(LogIs(capture, {Node('V', "AcquireVppService",
+                                     Printf("&s_vppService: %p, s_vppService: (nil)",
+                                            static_cast<void*>(&TestNode::s_vppService))),
+                                Node('I', "AcquireVppService", AcquireLine())}));
     EXPECT_EQ(TestNode::s_vppService.get(), static_cast<IVppService*>(service.get()));
 
     capture.Clear();
     EXPECT_EQ(TestNode::AcquireVppService("/default"), LumResultSuccess);
-    EXPECT_TRUE(LogIs(
-        capture, {Verbose("AcquireVppService", AcquireLine()),
-                  Verbose("AcquireVppService", "s_vppService is already acquired: " +
-                                                   Ptr(static_cast<IVppService*>(service.get()))),
-                  Info("AcquireVppService", AcquireLine())}));
+    EXPECT_TRUE(LogIs(capture, {Node('V', "AcquireVppService", AcquireLine()),
+                                Node('V', "AcquireVppService",
+                                     "s_vppService is already acquired: " +
+                                         Ptr(static_cast<IVppService*>(service.get()))),
+                                Node('I', "AcquireVppService", AcquireLine())}));
     EXPECT_EQ(ABinderHost_getCheckServiceCount(), 1u);
     EXPECT_EQ(ABinderHost_getStartThreadPoolCallCount(), 1u);
 }
@@ -337,7 +340,7 @@ TEST_F(ServiceLinkTest, ReleaseUnlinksOnlyTheReleasingNode) {
     QuietNode empty("Empty");
     BothSinks capture;
     EXPECT_EQ(TestNode::ReleaseVppService(&empty), LumResultSuccess);
-    EXPECT_TRUE(LogIs(capture, {Verbose("ReleaseVppService", ReleasedLine())}));
+    EXPECT_TRUE(LogIs(capture, {Node('V', "ReleaseVppService", ReleasedLine())}));
 
     auto service = ndk::SharedRefBase::make<ScriptedService>();
     ServiceRegistration registration(service);
@@ -347,7 +350,7 @@ TEST_F(ServiceLinkTest, ReleaseUnlinksOnlyTheReleasingNode) {
     ASSERT_EQ(other.InitVppSession(), LumResultSuccess);
     capture.Clear();
     EXPECT_EQ(TestNode::ReleaseVppService(&released), LumResultSuccess);
-    EXPECT_TRUE(LogIs(capture, {Verbose("ReleaseVppService", ReleasedLine())}));
+    EXPECT_TRUE(LogIs(capture, {Node('V', "ReleaseVppService", ReleasedLine())}));
     EXPECT_EQ(TestNode::s_vppService, nullptr);
 
     capture.Clear();

@@ -9,61 +9,61 @@
 namespace vpptest {
 namespace {
 
-// The "finish" line many operations end with: "[name] <what>: <session> finish".
-ExpectedLine Finish(const TestNode& node, Level level, const char* pFunction, const char* pWhat) {
-    return {level, pFunction,
-            Printf("[%s] %s: %p finish", node.m_pNodeName, pWhat,
-                   static_cast<void*>(node.m_pVppSession.get()))};
-}
-ExpectedLine Initialised(const TestNode& node) {
-    return Finish(node, Level::kInfo, "InitVppSession", "init vpp session");
-}
-ExpectedLine ParametersSet(const TestNode& node) {
-    return Finish(node, Level::kInfo, "SetVppParameter", "set parameters for vpp session");
-}
-ExpectedLine ControlSet(const TestNode& node) {
-    return Finish(node, Level::kInfo, "SetVppControl", "set frc control for vpp session");
-}
-ExpectedLine Closed(const TestNode& node) {
-    return Finish(node, Level::kInfo, "CloseVppSession", "close VPP session");
-}
-ExpectedLine Terminated(const TestNode& node) {
-    return Finish(node, Level::kInfo, "TermVppSession", "term vpp session");
-}
-ExpectedLine Flushed(const TestNode& node, int32_t vppErr) {
-    return {Level::kInfo, "FlushSession",
-            Printf("[%s] flush vpp session: %p finish, vppErr: %d", node.m_pNodeName,
-                   static_cast<void*>(node.m_pVppSession.get()), vppErr)};
-}
-ExpectedLine Linked(const TestNode& node) {
-    return {Level::kVerbose, "InitVppSession",
-            Printf("[%s] VPP service linked to death", node.m_pNodeName)};
-}
-ExpectedLine CountRaised(const TestNode& node, uint32_t count) {
-    return {Level::kInfo, "OpenVppSession",
-            Printf("[%s] s_sessionCount increase to: %u, vppSession: %p", node.m_pNodeName, count,
-                   static_cast<void*>(node.m_pVppSession.get()))};
-}
-// "[name] text" from the given function at the given level.
-ExpectedLine Line(Level level, const char* pFunction, const TestNode& node,
-                  const std::string& text) {
-    return {level, pFunction, Printf("[%s] ", node.m_pNodeName) + text};
-}
-ExpectedLine WorkerCreated(const TestNode& node, const char* pWhat, Pavo::OSThreadHandle id) {
-    return Line(
-        Level::kVerbose, pWhat[0] == 'O' ? "NotifyOpenVppSession" : "NotifyCloseVppSession", node,
-        Printf("Create Defer%sVppSession Thread: %ld successfully", pWhat, static_cast<long>(id)));
-}
-ExpectedLine OpenJoined(const TestNode& node) {
-    return Line(Level::kVerbose, "WaitForOnOpenVppSession", node,
-                "wait for OnOpenVppSession finish");
-}
-ExpectedLine CloseWorkerDone(const TestNode& node) {
-    return Line(Level::kVerbose, "DeferCloseVppSession", node, "close vppSession successfully");
-}
-ExpectedLine CloseJoined(const TestNode& node) {
-    return Line(Level::kVerbose, "WaitForCloseVppSession", node, "VPP session closing finished");
-}
+// Expected lines of the lifecycle, the "[name] " prefix included.
+class LifecycleTest : public SessionTest {
+  protected:
+    static ExpectedLine Line(Level level, const char* pFunction, const TestNode& node,
+                             const std::string& text) {
+        return {level, pFunction, Printf("[%s] ", node.m_pNodeName) + text};
+    }
+    // "[name] <what>: <session> finish<tail>", the line many operations end with.
+    static ExpectedLine Finish(const TestNode& n, const char* pFunction, const char* pWhat,
+                               const std::string& tail = "") {
+        return Line(
+            Level::kInfo, pFunction, n,
+            Printf("%s: %p finish", pWhat, static_cast<void*>(n.m_pVppSession.get())) + tail);
+    }
+    static ExpectedLine Initialised(const TestNode& n) {
+        return Finish(n, "InitVppSession", "init vpp session");
+    }
+    static ExpectedLine ParametersSet(const TestNode& n) {
+        return Finish(n, "SetVppParameter", "set parameters for vpp session");
+    }
+    static ExpectedLine Closed(const TestNode& n) {
+        return Finish(n, "CloseVppSession", "close VPP session");
+    }
+    static ExpectedLine Terminated(const TestNode& n) {
+        return Finish(n, "TermVppSession", "term vpp session");
+    }
+    static ExpectedLine Flushed(const TestNode& n, int32_t vppErr) {
+        return Finish(n, "FlushSession", "flush vpp session",
+                      ", vppErr: " + std::to_string(vppErr));
+    }
+    static ExpectedLine Linked(const TestNode& n) {
+        return Line(Level::kVerbose, "InitVppSession", n, "VPP service linked to death");
+    }
+    static ExpectedLine CountRaised(const TestNode& n, uint32_t count) {
+        return Line(Level::kInfo, "OpenVppSession", n,
+                    Printf("s_sessionCount increase to: %u, vppSession: %p", count,
+                           static_cast<void*>(n.m_pVppSession.get())));
+    }
+    static ExpectedLine WorkerCreated(const TestNode& n, const char* pWhat,
+                                      Pavo::OSThreadHandle id) {
+        return Line(Level::kVerbose, Printf("Notify%sVppSession", pWhat).c_str(), n,
+                    Printf("Create Defer%sVppSession Thread: %ld successfully", pWhat,
+                           static_cast<long>(id)));
+    }
+    static ExpectedLine OpenJoined(const TestNode& n) {
+        return Line(Level::kVerbose, "WaitForOnOpenVppSession", n,
+                    "wait for OnOpenVppSession finish");
+    }
+    static ExpectedLine CloseWorkerDone(const TestNode& n) {
+        return Line(Level::kVerbose, "DeferCloseVppSession", n, "close vppSession successfully");
+    }
+    static ExpectedLine CloseJoined(const TestNode& n) {
+        return Line(Level::kVerbose, "WaitForCloseVppSession", n, "VPP session closing finished");
+    }
+};
 
 // Methods called on the session after the first skip ones.
 std::vector<std::string> MethodsAfter(const ScriptedSession& session, size_t skip) {
@@ -90,11 +90,11 @@ void HoldFirstCall(ScriptedSession& session, const char* pMethod, Gate& gate) {
     });
 }
 
-using InitVppSessionTest = SessionTest;
-using ParameterAndControlTest = SessionTest;
-using OpenVppSessionTest = SessionTest;
-using FlushSessionTest = SessionTest;
-using CloseVppSessionTest = SessionTest;
+using InitVppSessionTest = LifecycleTest;
+using ParameterAndControlTest = LifecycleTest;
+using OpenVppSessionTest = LifecycleTest;
+using FlushSessionTest = LifecycleTest;
+using CloseVppSessionTest = LifecycleTest;
 
 TEST_F(InitVppSessionTest, SuccessLinksTheNodeToDeathAndRegistersItsCallbacks) {
     auto node = MakeNode("Init");
@@ -108,7 +108,7 @@ TEST_F(InitVppSessionTest, SuccessLinksTheNodeToDeathAndRegistersItsCallbacks) {
     EXPECT_EQ(session->Callbacks().get(), static_cast<IVppCallbacks*>(node->m_pVppCallbacks.get()));
 
     // The death link carries the node as its cookie.
-    log.Restart();
+    log.Clear();
     ASSERT_EQ(ABinderHost_declareDead(DefaultInstanceName().c_str()), STATUS_OK);
     ASSERT_EQ(ABinderHost_flushPool(), STATUS_OK);
     EXPECT_EQ(node->Events(), std::vector<std::string>{"died"});
@@ -175,7 +175,7 @@ TEST_F(InitVppSessionTest, WithoutServiceOrLinkNoSessionIsAskedFor) {
     ASSERT_EQ(ABinderHost_declareDead(DefaultInstanceName().c_str()), STATUS_OK);
     ASSERT_EQ(ABinderHost_flushPool(), STATUS_OK);
     const ndk::ScopedAStatus status(AStatus_fromStatus(STATUS_DEAD_OBJECT));
-    log.Restart();
+    log.Clear();
     EXPECT_EQ(node->InitVppSession(), LumResultEFailed);
     EXPECT_TRUE(LogIs(log, {Line(Level::kError, "InitVppSession", *node,
                                  Printf("linking VPP service to death failed: %d: %s",
@@ -240,7 +240,7 @@ TEST_F(ParameterAndControlTest, ControlIsPrecededBySetModeUntilTheDeferredOpen) 
     LogRecorder log;
     EXPECT_EQ(node->SetVppControl(ctrl), LumResultSuccess);
     EXPECT_EQ(node->SetVppControl(ctrl), LumResultEFailed);
-    EXPECT_TRUE(LogIs(log, {ControlSet(*node),
+    EXPECT_TRUE(LogIs(log, {Finish(*node, "SetVppControl", "set frc control for vpp session"),
                             Line(Level::kError, "SetVppControl", *node,
                                  "VPP set contrl FRC failed, vppError: VPP_ERR_INVALID_CFG")}));
     const auto calls = session->Calls();
@@ -278,7 +278,7 @@ TEST_F(OpenVppSessionTest, DirectOpenRaisesTheCountUnlessRefused) {
 
     // OnOpenVppSession on the caller's thread marks the session opened but leaves the worker
     // outcome, which a wait without a worker returns silently.
-    log.Restart();
+    log.Clear();
     EXPECT_EQ(node->OnOpenVppSession(), LumResultSuccess);
     EXPECT_EQ(node->m_sessionOpened, 1u);
     EXPECT_EQ(node->WaitForOnOpenVppSession(), 0u);
@@ -317,7 +317,7 @@ TEST_F(OpenVppSessionTest, DeferredOpenSetsBothPortsThenOpens) {
     EXPECT_EQ(calls[2].param, expected) << calls[2].param.toString();
     EXPECT_EQ(node->m_sessionOpened, 1u);
 
-    log.Restart();
+    log.Clear();
     EXPECT_EQ(node->WaitForOnOpenVppSession(), 1u);
     EXPECT_TRUE(LogIs(log, {}));
 }
@@ -462,8 +462,8 @@ TEST_F(FlushSessionTest, LoggedCodeIsTheOutputCallsOutValue) {
         LogRecorder log;
         EXPECT_EQ(node->FlushSession(), LumResultSuccess);
         EXPECT_EQ(node->DrainSession(), LumResultSuccess);
-        EXPECT_TRUE(LogIs(log, {Flushed(*node, logged),
-                                Finish(*node, Level::kInfo, "DrainSession", "drain vpp session")}));
+        EXPECT_TRUE(LogIs(
+            log, {Flushed(*node, logged), Finish(*node, "DrainSession", "drain vpp session")}));
         EXPECT_EQ(MethodsAfter(*session, 1), (std::vector<std::string>{"flush", "flush"}));
     }
 }
@@ -492,26 +492,8 @@ TEST_F(CloseVppSessionTest, CloseOutcomesAndTerm) {
     EXPECT_EQ(node->m_pVppSession, session);
 }
 
-// Without a worker the wait closes and terminates on the spot, without a flush or a line of its
-// own; the open outcome is cleared and m_closeResult, cleared only by the worker, is returned.
-TEST_F(CloseVppSessionTest, WaitWithoutWorkerClosesOnTheSpot) {
-    auto node = MakeSessionNode("SyncClose");
-    auto session = SessionOf(*node);
-    ASSERT_EQ(node->NotifyOpenVppSession(), LumResultSuccess);
-    ASSERT_EQ(node->WaitForOnOpenVppSession(), 1u);
-    const size_t opened = session->Calls().size();
-    node->m_closeResult = 5;
-
-    LogRecorder log;
-    EXPECT_EQ(node->WaitForCloseVppSession(), 5);
-    EXPECT_TRUE(LogIs(log, {Closed(*node), Terminated(*node)}));
-    EXPECT_EQ(MethodsAfter(*session, opened), (std::vector<std::string>{"close", "term"}));
-    EXPECT_EQ(node->WaitForOnOpenVppSession(), 0u);
-}
-
 // The worker runs flush, close and term whatever each answered (here a refused close); the wait
-// joins it, logs after the worker's last line and returns the cleared outcome. A second wait
-// closes on the spot.
+// joins it, logs after the worker's last line and returns the outcome the worker cleared.
 TEST_F(CloseVppSessionTest, DeferredCloseFlushesClosesTerminatesAndIsJoined) {
     auto node = MakeSessionNode("AsyncClose");
     auto session = SessionOf(*node);
@@ -546,20 +528,19 @@ TEST_F(CloseVppSessionTest, DeferredCloseFlushesClosesTerminatesAndIsJoined) {
               (std::vector<std::string>{"flush", "flush", "close", "term"}));
     EXPECT_EQ(node->m_closeResult, 0u);
     EXPECT_EQ(node->WaitForOnOpenVppSession(), 0u);
-
-    log.Restart();
-    EXPECT_EQ(node->WaitForCloseVppSession(), LumResultSuccess);
-    EXPECT_TRUE(LogIs(log, {Closed(*node), Terminated(*node)}));
 }
 
 // A failed thread creation returns its code and sends nothing: the open wait returns what the
-// last worker left, the close is left to the wait.
+// last worker left; the close wait, without a worker, closes and terminates on the spot without a
+// flush or a line of its own, clears the open outcome and returns m_closeResult (only the worker
+// clears that).
 TEST_F(CloseVppSessionTest, ThreadCreationFailureLeavesTheWorkToTheWaits) {
     auto node = MakeSessionNode("NoThread");
     auto session = SessionOf(*node);
     ASSERT_EQ(node->NotifyOpenVppSession(), LumResultSuccess);
     ASSERT_EQ(node->WaitForOnOpenVppSession(), 1u);
     const size_t opened = session->Calls().size();
+    node->m_closeResult = 5;
     camera_host::SetThreadCreateFailure([] { return LumResultETooManyUsers; });
     LogRecorder log;
     EXPECT_EQ(node->NotifyOpenVppSession(), LumResultETooManyUsers);
@@ -569,7 +550,8 @@ TEST_F(CloseVppSessionTest, ThreadCreationFailureLeavesTheWorkToTheWaits) {
     EXPECT_EQ(node->NotifyCloseVppSession(), LumResultEBusy);
     EXPECT_EQ(node->m_closeThreadId, 0);
     EXPECT_EQ(session->Calls().size(), opened);
-    EXPECT_EQ(node->WaitForCloseVppSession(), LumResultSuccess);
+    EXPECT_EQ(node->WaitForCloseVppSession(), 5);
+    EXPECT_EQ(node->WaitForOnOpenVppSession(), 0u);
     EXPECT_TRUE(LogIs(log, {Line(Level::kError, "NotifyOpenVppSession", *node,
                                  "Failed to Create DeferOpenVppSession Thread with error: "
                                  "LumResultETooManyUsers"),
@@ -581,20 +563,13 @@ TEST_F(CloseVppSessionTest, ThreadCreationFailureLeavesTheWorkToTheWaits) {
 }
 
 // The destructor's own lines and those of the service release, for the last node.
-std::vector<ExpectedLine> DestructorLines(const char* pName, bool counted) {
-    std::vector<ExpectedLine> lines = {
-        {Level::kVerbose, "~IxoNodeVppBase", Printf("[%s] destructor of IxoNodeVppBase", pName)}};
-    if (counted) {
-        lines.push_back(
-            {Level::kInfo, "~IxoNodeVppBase", Printf("[%s] s_sessionCount decrease to: 0", pName)});
-    }
-    lines.push_back(
-        {Level::kInfo, "~IxoNodeVppBase", Printf("[%s] Need release vpp service now", pName)});
-    lines.push_back({Level::kVerbose, "ReleaseVppService",
-                     Printf("&s_vppService: %p, s_vppService is already released, s_vppService: "
-                            "(nil)",
-                            static_cast<void*>(&TestNode::s_vppService))});
-    return lines;
+std::vector<ExpectedLine> DestructorLines(const char* pName) {
+    return {Node('V', "~IxoNodeVppBase", Printf("[%s] destructor of IxoNodeVppBase", pName)),
+            Node('I', "~IxoNodeVppBase", Printf("[%s] s_sessionCount decrease to: 0", pName)),
+            Node('I', "~IxoNodeVppBase", Printf("[%s] Need release vpp service now", pName)),
+            Node('V', "ReleaseVppService",
+                 Printf("&s_vppService: %p, s_vppService is already released, s_vppService: (nil)",
+                        static_cast<void*>(&TestNode::s_vppService)))};
 }
 
 // Without a worker the destructor closes and terminates on the spot; with the skip flag it
@@ -606,7 +581,7 @@ TEST_F(CloseVppSessionTest, DestructorClosesUnlessTold) {
         auto session = SessionOf(*node);
         ASSERT_EQ(node->OpenVppSession(), LumResultSuccess);
         node->m_skipWaitForClose = skip ? 1 : 0;
-        std::vector<ExpectedLine> expected = DestructorLines("Closing", true);
+        std::vector<ExpectedLine> expected = DestructorLines("Closing");
         if (!skip) {
             expected.insert(expected.begin() + 1, {Closed(*node), Terminated(*node)});
         }
@@ -631,7 +606,7 @@ TEST_F(CloseVppSessionTest, DestructorJoinsThePendingWorker) {
                                               CloseWorkerDone(*node), CloseJoined(*node)};
     LogRecorder log;
     ASSERT_EQ(node->NotifyCloseVppSession(), LumResultSuccess);
-    std::vector<ExpectedLine> expected = DestructorLines("Leaving", true);
+    std::vector<ExpectedLine> expected = DestructorLines("Leaving");
     expected.insert(expected.begin() + 1, worker.begin(), worker.end());
     expected.push_back(WorkerCreated(*node, "Close", node->m_closeThreadId));
     node.reset();

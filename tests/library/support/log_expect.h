@@ -9,7 +9,7 @@
 #include <algorithm>
 #include <cstdarg>
 #include <cstdio>
-#include <optional>
+#include <mutex>
 #include <sstream>
 #include <string>
 #include <vector>
@@ -32,19 +32,6 @@ struct ExpectedLine {
     std::string message;
     Form form = Form::kNode;
 };
-
-inline ExpectedLine Error(std::string function, std::string message) {
-    return {Level::kError, std::move(function), std::move(message)};
-}
-inline ExpectedLine Warn(std::string function, std::string message) {
-    return {Level::kWarn, std::move(function), std::move(message)};
-}
-inline ExpectedLine Info(std::string function, std::string message) {
-    return {Level::kInfo, std::move(function), std::move(message)};
-}
-inline ExpectedLine Verbose(std::string function, std::string message) {
-    return {Level::kVerbose, std::move(function), std::move(message)};
-}
 
 // A line by its level letter ('E', 'W', 'I', 'V') in either form.
 inline Level LevelOf(char letter) {
@@ -103,47 +90,40 @@ struct AndroidLogLine {
     std::string message;
 };
 
-// Captures the Android log (liblog's logger hook) while alive.
-class AndroidLogCapture {
-  public:
-    AndroidLogCapture();
-    ~AndroidLogCapture();
-    AndroidLogCapture(const AndroidLogCapture&) = delete;
-    AndroidLogCapture& operator=(const AndroidLogCapture&) = delete;
-    std::vector<AndroidLogLine> Lines() const;
-    void Clear();
-};
-
 // Android logger for the time no recorder captures: the lines are dropped, not printed.
 inline void DiscardAndroidLog(const struct __android_logger_data*, const char*) {}
 
-// Captures the framework's sinks and the Android log at once; Restart drops what was captured.
+// Captures the framework's sinks and the Android log (liblog's logger hook) while alive.
 class LogRecorder {
   public:
-    LogRecorder() { Restart(); }
-    ~LogRecorder() {
-        m_android.reset();
-        __android_log_set_logger(DiscardAndroidLog);
+    LogRecorder() {
+        Clear();
+        __android_log_set_logger(Capture);
     }
+    ~LogRecorder() { __android_log_set_logger(DiscardAndroidLog); }
     LogRecorder(const LogRecorder&) = delete;
     LogRecorder& operator=(const LogRecorder&) = delete;
-    void Restart() {
-        m_capture.reset();
-        m_android.reset();
-        m_capture.emplace();
-        m_android.emplace();
-    }
     void Clear() {
-        m_capture->Clear();
-        m_android->Clear();
+        m_capture.Clear();
+        std::lock_guard<std::mutex> lock(s_mutex);
+        s_android.clear();
     }
-    std::vector<camera_host::LogLine> Lines() const { return m_capture->Lines(); }
-    std::vector<AndroidLogLine> AndroidLines() const { return m_android->Lines(); }
-    std::vector<std::string> Messages() const { return m_capture->Messages(); }
+    std::vector<camera_host::LogLine> Lines() const { return m_capture.Lines(); }
+    std::vector<AndroidLogLine> AndroidLines() const {
+        std::lock_guard<std::mutex> lock(s_mutex);
+        return s_android;
+    }
+    std::vector<std::string> Messages() const { return m_capture.Messages(); }
 
   private:
-    std::optional<camera_host::LogCapture> m_capture;
-    std::optional<AndroidLogCapture> m_android;
+    static void Capture(const struct __android_logger_data* pData, const char* pMessage) {
+        std::lock_guard<std::mutex> lock(s_mutex);
+        s_android.push_back({pData->priority, pData->tag != nullptr ? pData->tag : "",
+                             pMessage != nullptr ? pMessage : ""});
+    }
+    camera_host::LogCapture m_capture;
+    static inline std::mutex s_mutex;
+    static inline std::vector<AndroidLogLine> s_android;
 };
 
 // A framework line in one comparable string, every field but the line number.

@@ -9,7 +9,9 @@
 #include <stdexcept>
 
 namespace vpptest {
+namespace {
 
+// What a descriptor refers to right now.
 FdSeen InspectFd(int fd) {
     FdSeen seen;
     seen.fd = fd;
@@ -23,8 +25,6 @@ FdSeen InspectFd(int fd) {
     }
     return seen;
 }
-
-namespace {
 
 BufferSeen Snapshot(const VppBuffer& buffer) {
     BufferSeen seen;
@@ -122,13 +122,11 @@ ndk::ScopedAStatus ScriptedSession::Handle(Call call, VppError* _aidl_return) {
 ndk::ScopedAStatus ScriptedSession::init(int32_t flags,
                                          const std::shared_ptr<IVppCallbacks>& callbacks,
                                          VppError* r) {
-    Call call = Of("init", -1, flags);
-    call.withCallbacks = (callbacks != nullptr);
     {
         std::lock_guard<std::mutex> lock(m_mutex);
         m_callbacks = callbacks;
     }
-    return Handle(call, r);
+    return Handle(Of("init", -1, flags), r);
 }
 
 ndk::ScopedAStatus ScriptedSession::queueBuf(int32_t port, const VppBuffer& buffer, VppError* r) {
@@ -159,7 +157,6 @@ ndk::ScopedAStatus ScriptedService::getNewVppSession(int32_t /*flags*/,
     }
     std::shared_ptr<ScriptedSession> session =
         m_session ? m_session : ndk::SharedRefBase::make<ScriptedSession>();
-    m_last = session;
     *_aidl_return = session;
     if (m_mode == Mode::kFillButFail) {
         return ndk::ScopedAStatus::fromStatus(STATUS_FAILED_TRANSACTION);

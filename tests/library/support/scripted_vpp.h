@@ -75,12 +75,8 @@ struct Call {
     int32_t value = -1;                // setMode's mode, init's flags
     VppPortParam param;                // setParameter
     VppCtrlFrc ctrl;                   // setCtrlFrc
-    bool withCallbacks = false;        // init received a callbacks object
     std::optional<BufferSeen> buffer;  // queueBuf
 };
-
-// Records what a descriptor refers to right now.
-FdSeen InspectFd(int fd);
 
 class ScriptedSession : public BnVppSession {
   public:
@@ -168,10 +164,6 @@ class ScriptedService : public BnVppService {
         std::lock_guard<std::mutex> lock(m_mutex);
         m_session = std::move(session);
     }
-    std::shared_ptr<ScriptedSession> LastSession() const {
-        std::lock_guard<std::mutex> lock(m_mutex);
-        return m_last;
-    }
     int GetNewVppSessionCalls() const {
         std::lock_guard<std::mutex> lock(m_mutex);
         return m_calls;
@@ -183,7 +175,6 @@ class ScriptedService : public BnVppService {
     mutable std::mutex m_mutex;
     Mode m_mode = Mode::kNewSession;
     std::shared_ptr<ScriptedSession> m_session;
-    std::shared_ptr<ScriptedSession> m_last;
     int m_calls = 0;
 };
 

@@ -1,7 +1,5 @@
-// The test node's handlers, the Android log capture and descriptor counting.
+// The test node's handlers and the reset of the process-wide statics.
 #include "test_node.h"
-
-#include <dirent.h>
 
 #include <chrono>
 
@@ -82,42 +80,6 @@ void TestNode::ResetStatics() {
         s_pSessionCountLock->Destroy();
         s_pSessionCountLock = nullptr;
     }
-}
-
-namespace {
-
-std::mutex g_androidLogMutex;
-std::vector<AndroidLogLine> g_androidLogLines;
-
-void CaptureAndroidLog(const struct __android_logger_data* pData, const char* pMessage) {
-    std::lock_guard<std::mutex> lock(g_androidLogMutex);
-    g_androidLogLines.push_back(AndroidLogLine{pData->priority,
-                                               pData->tag != nullptr ? pData->tag : "",
-                                               pMessage != nullptr ? pMessage : ""});
-}
-
-}  // namespace
-
-AndroidLogCapture::AndroidLogCapture() {
-    {
-        std::lock_guard<std::mutex> lock(g_androidLogMutex);
-        g_androidLogLines.clear();
-    }
-    __android_log_set_logger(CaptureAndroidLog);
-}
-
-AndroidLogCapture::~AndroidLogCapture() {
-    __android_log_set_logger(__android_log_stderr_logger);
-}
-
-std::vector<AndroidLogLine> AndroidLogCapture::Lines() const {
-    std::lock_guard<std::mutex> lock(g_androidLogMutex);
-    return g_androidLogLines;
-}
-
-void AndroidLogCapture::Clear() {
-    std::lock_guard<std::mutex> lock(g_androidLogMutex);
-    g_androidLogLines.clear();
 }
 
 }  // namespace vpptest

@@ -1,5 +1,5 @@
 // A concrete node for tests: records every handler call, completes the flush-done handshake, and
-// makes the base class's members reachable. Also: Android log capture and descriptor counting.
+// makes the base class's members reachable.
 #pragma once
 
 #include <android/log.h>
@@ -42,12 +42,9 @@ class TestNode : public IxoNodeVppBase {
     // The base class's state, made public for tests.
     using IxoNodeVppBase::m_closeResult;
     using IxoNodeVppBase::m_closeThreadId;
-    using IxoNodeVppBase::m_height;
     using IxoNodeVppBase::m_inputFlushDone;
-    using IxoNodeVppBase::m_openResult;
     using IxoNodeVppBase::m_openThreadId;
     using IxoNodeVppBase::m_outputFlushDone;
-    using IxoNodeVppBase::m_pDeathRecipient;
     using IxoNodeVppBase::m_pFlushSessionLock;
     using IxoNodeVppBase::m_pNodeName;
     using IxoNodeVppBase::m_pVppCallbacks;
@@ -56,7 +53,6 @@ class TestNode : public IxoNodeVppBase {
     using IxoNodeVppBase::m_sessionMode;
     using IxoNodeVppBase::m_sessionOpened;
     using IxoNodeVppBase::m_skipWaitForClose;
-    using IxoNodeVppBase::m_width;
     using IxoNodeVppBase::s_pSessionCountLock;
     using IxoNodeVppBase::s_sessionCount;
     using IxoNodeVppBase::s_vppService;
