@@ -49,15 +49,6 @@ std::unique_ptr<PlainImageList> MakeList(const ImageGeometry& geometry, uint32_t
     return list;
 }
 
-// A destination plane after rows of rowLength bytes were copied at the two strides.
-Bytes RowsCopied(const Bytes& source, Bytes destination, uint32_t rows, uint32_t rowLength,
-                 uint32_t sourceStride, uint32_t destinationStride) {
-    for (uint32_t r = 0; r < rows; r++) {
-        std::memcpy(&destination[r * destinationStride], &source[r * sourceStride], rowLength);
-    }
-    return destination;
-}
-
 bool SameFormat(const IxoImageList& a, const IxoImageList& b) {
     return std::memcmp(&a.formatBlock, &b.formatBlock, sizeof(IxoImageFormat)) == 0 &&
            std::memcmp(a.planeSize, b.planeSize, sizeof(a.planeSize)) == 0 &&
@@ -99,20 +90,18 @@ TEST_F(CopyImageTest, WholePlanesBySourceSizes) {
         std::vector<Bytes> expected;
         for (uint32_t k = 0; k < 2; k++) {
             for (uint32_t p = 0; p < input->numberOfPlanes; p++) {
-                Bytes plane = PlaneBytes(*output, k, p);
+                expected.push_back(PlaneBytes(*output, k, p));
                 const Bytes source = PlaneBytes(*input, k, p);
-                std::copy(source.begin(), source.end(), plane.begin());
-                expected.push_back(plane);
+                std::copy(source.begin(), source.end(), expected.back().begin());
             }
         }
-        const Bytes outputSizes(
-            reinterpret_cast<const uint8_t*>(output->planeSize),
-            reinterpret_cast<const uint8_t*>(output->planeSize + IXO_MAX_PLANES));
+        uint64_t sizes[IXO_MAX_PLANES];
+        std::memcpy(sizes, output->planeSize, sizeof(sizes));
         StartCapture();
         EXPECT_EQ(node->CopyImage(output.get(), input.get()), LumResultSuccess);
         ExpectLog({});
         EXPECT_TRUE(SameFormat(*output, *input));
-        std::memcpy(output->planeSize, outputSizes.data(), outputSizes.size());
+        std::memcpy(output->planeSize, sizes, sizeof(sizes));
         size_t i = 0;
         for (uint32_t k = 0; k < 2; k++) {
             for (uint32_t p = 0; p < input->numberOfPlanes; p++) {
@@ -128,55 +117,33 @@ TEST_F(CopyImageTest, WholePlanesBySourceSizes) {
 // destination's geometry; the rest of the record is the source's.
 TEST_F(CopyImageTest, RowByRowCopiesBoundRowsAndPlanes) {
     const struct {
-        const char* name;
-        ImageGeometry input, output;
-        uint32_t sourceFormat;
-        uint32_t rows0, rows1;  // rows copied per plane (0: plane left untouched)
+        uint32_t format, sourceFormat;
+        uint32_t input[4], output[4];  // width, height, stride, scanline
+        uint32_t rows0, rows1;         // rows copied per plane (0: plane left untouched)
         IxoPlaneLayout layout1;
     } cases[] = {
-        {"nv12 strides",
-         Geometry(IxoFormatNV12, 64, 32, 96, 40),
-         Geometry(IxoFormatNV12, 80, 48, 128, 48),
-         IxoFormatNV12,
-         32,
-         16,
-         {24, 64, 24}},
-        {"nv21 scanlines",
-         Geometry(IxoFormatNV21, 64, 32, 64, 40),
-         Geometry(IxoFormatNV21, 64, 20, 64, 30),
-         IxoFormatNV21,
-         20,
-         10,
-         {10, 32, 15}},
-        {"format 1",
-         Geometry(IxoFormatNV12, 64, 32, 64),
-         Geometry(IxoFormatNV12, 64, 32, 80),
-         IxoFormatY8,
-         32,
-         0,
-         {16, 64, 16}},
-        {"single row",
-         Geometry(IxoFormatNV12, 64, 1, 64),
-         Geometry(IxoFormatNV12, 64, 5, 128),
-         IxoFormatNV12,
-         1,
-         0,
-         {2, 64, 2}},
+        {IxoFormatNV12, IxoFormatNV12, {64, 32, 96, 40}, {80, 48, 128, 48}, 32, 16, {24, 64, 24}},
+        {IxoFormatNV21, IxoFormatNV21, {64, 32, 64, 40}, {64, 20, 64, 30}, 20, 10, {10, 32, 15}},
+        {IxoFormatNV12, IxoFormatY8, {64, 32, 64, 0}, {64, 32, 80, 0}, 32, 0, {16, 64, 16}},
+        {IxoFormatNV12, IxoFormatNV12, {64, 1, 64, 0}, {64, 5, 128, 0}, 1, 0, {2, 64, 2}},
     };
     for (const auto& c : cases) {
-        SCOPED_TRACE(c.name);
-        auto input = MakeList(c.input, 2, 4);
-        auto output = MakeList(c.output, 2, 0);
+        SCOPED_TRACE(&c - cases);
+        const ImageGeometry in = Geometry(c.format, c.input[0], c.input[1], c.input[2], c.input[3]);
+        const ImageGeometry out =
+            Geometry(c.format, c.output[0], c.output[1], c.output[2], c.output[3]);
+        auto input = MakeList(in, 2, 4);
+        auto output = MakeList(out, 2, 0);
         input->formatBlock.format = c.sourceFormat;
         const IxoPlaneLayout layout0 = output->formatBlock.planeLayout[0];
         const uint64_t planeSizes[] = {output->planeSize[0], output->planeSize[1]};
         std::vector<Bytes> expected;
         const uint32_t rows[] = {c.rows0, c.rows1};
-        for (uint32_t k = 0; k < 2; k++) {
-            for (uint32_t p = 0; p < 2; p++) {
-                expected.push_back(RowsCopied(PlaneBytes(*input, k, p), PlaneBytes(*output, k, p),
-                                              rows[p], c.input.stride, c.input.stride,
-                                              c.output.stride));
+        for (uint32_t i = 0; i < 4; i++) {
+            const Bytes source = PlaneBytes(*input, i / 2, i % 2);
+            expected.push_back(PlaneBytes(*output, i / 2, i % 2));
+            for (uint32_t r = 0; r < rows[i % 2]; r++) {
+                std::memcpy(&expected[i][r * out.stride], &source[r * in.stride], in.stride);
             }
         }
         StartCapture();
@@ -188,8 +155,8 @@ TEST_F(CopyImageTest, RowByRowCopiesBoundRowsAndPlanes) {
                   std::make_tuple(layout0.height, layout0.stride, layout0.scanline));
         EXPECT_EQ(std::make_tuple(got1.height, got1.stride, got1.scanline),
                   std::make_tuple(c.layout1.height, c.layout1.stride, c.layout1.scanline));
-        EXPECT_EQ(output->formatBlock.width, c.input.width);
-        EXPECT_EQ(output->formatBlock.height, c.input.height);
+        EXPECT_EQ(output->formatBlock.width, in.width);
+        EXPECT_EQ(output->formatBlock.height, in.height);
         EXPECT_EQ(output->formatBlock.format, c.sourceFormat);
         EXPECT_EQ(std::memcmp(output->planeSize, input->planeSize, sizeof(input->planeSize)), 0);
         output->planeSize[0] = planeSizes[0];
