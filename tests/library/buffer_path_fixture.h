@@ -2,26 +2,19 @@
 // buffers, exact comparison of the lines that reach both log sinks, and descriptor checks.
 #pragma once
 
-#include <binder_host/binder_host.h>
 #include <camera_host/camera_buffers.h>
-#include <camera_host/camera_host.h>
 #include <fcntl.h>
-#include <gtest/gtest.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <memory>
 #include <optional>
 #include <string>
-#include <utility>
 #include <vector>
 
 #include "base_fixture.h"
-#include "ixolog.h"
-#include "log_expect.h"
 #include "scripted_vpp.h"
 #include "syslog_capture.h"
-#include "test_node.h"
 
 namespace vpptest {
 

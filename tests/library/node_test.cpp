@@ -21,22 +21,20 @@ using camera_host::LiveMutexCount;
 
 IxoNodeInterface g_nodeInterface{};
 
-std::string InitializeVerboseLine(const char* pName) {
+// The count and its lock as the Initialize lines print them, with the lock given.
+std::string CountState(const void* pLock) {
     return Printf(
-        "[%s] initialize IxoNodeVppBase, &s_sessionCount: %p, s_sessionCount: %u, "
-        "&s_pSessionCountLock: %p, s_pSessionCountLock: %p",
-        pName, static_cast<void*>(&TestNode::s_sessionCount), TestNode::s_sessionCount,
-        static_cast<void*>(&TestNode::s_pSessionCountLock),
-        static_cast<void*>(TestNode::s_pSessionCountLock));
-}
-
-// The INFO line after the count lock step, with the lock as it is then.
-std::string InitializeInfoLine(const char* pName, const void* pLock) {
-    return Printf(
-        "[%s] &s_sessionCount: %p, s_sessionCount: %u, &s_pSessionCountLock: %p, "
-        "s_pSessionCountLock: %p",
-        pName, static_cast<void*>(&TestNode::s_sessionCount), TestNode::s_sessionCount,
+        "&s_sessionCount: %p, s_sessionCount: %u, &s_pSessionCountLock: %p, s_pSessionCountLock: "
+        "%p",
+        static_cast<void*>(&TestNode::s_sessionCount), TestNode::s_sessionCount,
         static_cast<void*>(&TestNode::s_pSessionCountLock), pLock);
+}
+std::string InitializeVerboseLine(const char* pName) {
+    return Printf("[%s] initialize IxoNodeVppBase, ", pName) +
+           CountState(TestNode::s_pSessionCountLock);
+}
+std::string InitializeInfoLine(const char* pName, const void* pLock) {
+    return Printf("[%s] ", pName) + CountState(pLock);
 }
 
 std::string AcquireLine() {

@@ -1,26 +1,16 @@
 // Fixture of the session tests: a scripted service on top of the base fixture, and gates.
 #pragma once
 
-#include <android/binder_status.h>
 #include <binder_host/binder_host.h>
-#include <gtest/gtest.h>
 
 #include <chrono>
 #include <condition_variable>
 #include <memory>
 #include <mutex>
 #include <optional>
-#include <sstream>
-#include <string>
-#include <thread>
-#include <vector>
 
 #include "base_fixture.h"
-#include "camera_host/camera_host.h"
-#include "ixolog.h"
-#include "log_expect.h"
 #include "scripted_vpp.h"
-#include "test_node.h"
 
 namespace vpptest {
 
