@@ -186,7 +186,8 @@ TEST_F(QueueInputTest, EveryServiceRefusalIsATimeout) {
     });
 }
 
-// A camera object without an address, a handle or at all fails before the service is called.
+// A camera object without an address, a handle or at all fails before the service is called, on
+// the input and the output path.
 TEST_F(QueueInputTest, MissingCameraHandleFailsBeforeTheService) {
     for (HandleMode mode : {HandleMode::NullAddress, HandleMode::NullHandle, HandleMode::Normal}) {
         CameraBufferConfig config = SmallNv12();
@@ -210,6 +211,15 @@ TEST_F(QueueInputTest, MissingCameraHandleFailsBeforeTheService) {
                        Node('I', "QueueInput", "[BufNode] >> queue EOS buffer of requestId: 7"),
                        Node('V', "GetNativeHandle", "[BufNode] get phNativeHandle: (nil)"),
                        Node('E', "QueueInput", NoHandle("7", 6))});
+        }
+        if (mode == HandleMode::NullHandle) {
+            StartCapture();
+            EXPECT_EQ(node->QueueOutput(&request->info, 7, 4, 0), LumResultETimeout);
+            EXPECT_TRUE(Queued().empty());
+            EXPECT_EQ(request->frcRatioInfo.outputQueuedNum, 0);
+            ExpectLog({Node('I', "QueueOutput", "[BufNode] queueOutput of requestId: 7, index: 4"),
+                       Node('V', "GetNativeHandle", "[BufNode] get phNativeHandle: (nil)"),
+                       Node('E', "QueueOutput", NoHandle("7", 4))});
         }
     }
 }
@@ -289,19 +299,6 @@ TEST_F(QueueOutputTest, RefusalIsATimeoutAndLeavesTheCounter) {
     EXPECT_EQ(SinkLines().back().message, OutputOutcome("failed!", 1, "25", 1, kOutputSize, pHandle,
                                                         &request->info.outputCookie));
     EXPECT_EQ(request->frcRatioInfo.outputQueuedNum, 7);
-}
-
-TEST_F(QueueOutputTest, MissingCameraHandleFailsBeforeTheService) {
-    auto request = MakeOutputRequest(26, HandleMode::NullHandle);
-    StartCapture();
-    EXPECT_EQ(node->QueueOutput(&request->info, 26, 4, 0), LumResultETimeout);
-    EXPECT_TRUE(Queued().empty());
-    EXPECT_EQ(request->frcRatioInfo.outputQueuedNum, 0);
-    ExpectLog({
-        Node('I', "QueueOutput", "[BufNode] queueOutput of requestId: 26, index: 4"),
-        Node('V', "GetNativeHandle", "[BufNode] get phNativeHandle: (nil)"),
-        Node('E', "QueueOutput", NoHandle("26", 4)),
-    });
 }
 
 // The memory-less end-of-stream buffer on port 0: only the flag, one line; a refusal is a failure

@@ -286,78 +286,68 @@ TEST_F(OpenVppSessionTest, DirectOpenRaisesTheCountUnlessRefused) {
 }
 
 // The worker sends the node's geometry to port 0 then port 1 (colour format = m_sessionMode),
-// opens, and the join publishes the outcome; a second wait returns it silently.
-TEST_F(OpenVppSessionTest, DeferredOpenSetsBothPortsThenOpens) {
-    auto node = MakeSessionNode("Deferred", 1920, 1080);
-    node->m_sessionMode = 4;
-    auto session = SessionOf(*node);
-    Gate started;
-    HoldFirstCall(*session, "setParameter", started);
-
-    LogRecorder log;
-    ASSERT_EQ(node->NotifyOpenVppSession(), LumResultSuccess);
-    const Pavo::OSThreadHandle id = node->m_openThreadId;
-    started.Open();
-    EXPECT_EQ(node->WaitForOnOpenVppSession(), 1u);
-    EXPECT_EQ(node->m_openThreadId, 0);
-    EXPECT_TRUE(LogIs(
-        log, {WorkerCreated(*node, "Open", id), ParametersSet(*node), CountRaised(*node, 1),
-              Line(Level::kInfo, "DeferOpenVppSession", *node, "open vppSession successfully"),
-              OpenJoined(*node)}));
-    ASSERT_EQ(session->Methods(),
-              (std::vector<std::string>{"init", "setParameter", "setParameter", "open"}));
-    VppPortParam expected;
-    expected.height = expected.scanlines = 1080;
-    expected.width = expected.stride = 1920;
-    expected.colorFormat = 4;
-    const auto calls = session->Calls();
-    EXPECT_EQ(calls[1].port, 0);
-    EXPECT_EQ(calls[2].port, 1);
-    EXPECT_EQ(calls[1].param, expected) << calls[1].param.toString();
-    EXPECT_EQ(calls[2].param, expected) << calls[2].param.toString();
-    EXPECT_EQ(node->m_sessionOpened, 1u);
-
-    log.Clear();
-    EXPECT_EQ(node->WaitForOnOpenVppSession(), 1u);
-    EXPECT_TRUE(LogIs(log, {}));
-}
-
-// A refused parameter or open makes the worker fail; the wait reports 0 and nothing is counted.
-TEST_F(OpenVppSessionTest, DeferredOpenFailuresReachTheWait) {
-    for (const char* pRefused : {"setParameter", "open"}) {
-        SCOPED_TRACE(pRefused);
-        const bool parameters = std::string(pRefused) == "setParameter";
-        auto node = MakeSessionNode("BadOpen");
+// opens, and the join publishes the outcome; a second wait returns it silently. A refused
+// parameter or open makes the worker fail: the wait reports 0 and nothing is counted.
+TEST_F(OpenVppSessionTest, DeferredOpenSetsBothPortsThenOpensOrFails) {
+    for (const std::string refused : {"", "setParameter", "open"}) {
+        SCOPED_TRACE(refused);
+        auto node = MakeSessionNode("Deferred", 1920, 1080);
+        node->m_sessionMode = 4;
         auto session = SessionOf(*node);
-        session->Script(pRefused, {Answer(VppError::VPP_ERR_RESOURCES)});
+        if (!refused.empty()) {
+            session->Script(refused, {Answer(VppError::VPP_ERR_RESOURCES)});
+        }
         Gate started;
         HoldFirstCall(*session, "setParameter", started);
 
         LogRecorder log;
         ASSERT_EQ(node->NotifyOpenVppSession(), LumResultSuccess);
-        const Pavo::OSThreadHandle id = node->m_openThreadId;
+        std::vector<ExpectedLine> expected = {WorkerCreated(*node, "Open", node->m_openThreadId)};
         started.Open();
-        EXPECT_EQ(node->WaitForOnOpenVppSession(), 0u);
-        std::vector<ExpectedLine> expected = {WorkerCreated(*node, "Open", id)};
-        if (parameters) {
-            expected.push_back(Line(Level::kError, "SetVppParameter", *node,
-                                    "VPP set parameters failed, vppError: VPP_ERR_RESOURCES"));
-            expected.push_back(Line(Level::kError, "OnOpenVppSession", *node,
-                                    "SetVppParameter() failed: LumResultEFailed"));
+        const uint32_t opened = refused.empty() ? 1 : 0;
+        EXPECT_EQ(node->WaitForOnOpenVppSession(), opened);
+        EXPECT_EQ(node->m_openThreadId, 0);
+        const auto failed = [&](const char* pFunction, const std::string& text) {
+            expected.push_back(Line(Level::kError, pFunction, *node, text));
+        };
+        if (refused == "setParameter") {
+            failed("SetVppParameter", "VPP set parameters failed, vppError: VPP_ERR_RESOURCES");
+            failed("OnOpenVppSession", "SetVppParameter() failed: LumResultEFailed");
         } else {
             expected.push_back(ParametersSet(*node));
-            expected.push_back(Line(Level::kError, "OpenVppSession", *node,
-                                    "VPP open session failed, vppError: VPP_ERR_RESOURCES"));
-            expected.push_back(Line(Level::kError, "OnOpenVppSession", *node,
-                                    "OpenVppSession() failed: LumResultEFailed"));
         }
-        expected.push_back(Line(Level::kError, "DeferOpenVppSession", *node,
-                                "Failed to OpenVppSession with error: LumResultEFailed"));
+        if (refused == "open") {
+            failed("OpenVppSession", "VPP open session failed, vppError: VPP_ERR_RESOURCES");
+            failed("OnOpenVppSession", "OpenVppSession() failed: LumResultEFailed");
+        }
+        if (refused.empty()) {
+            expected.push_back(CountRaised(*node, 1));
+            expected.push_back(
+                Line(Level::kInfo, "DeferOpenVppSession", *node, "open vppSession successfully"));
+        } else {
+            failed("DeferOpenVppSession", "Failed to OpenVppSession with error: LumResultEFailed");
+        }
         expected.push_back(OpenJoined(*node));
         EXPECT_TRUE(LogIs(log, expected));
-        EXPECT_EQ(session->CallsOf("open").size(), parameters ? 0u : 1u);
-        EXPECT_EQ(TestNode::s_sessionCount, 0u);
-        EXPECT_EQ(node->m_sessionOpened, 0u);
+        EXPECT_EQ(session->CallsOf("open").size(), refused == "setParameter" ? 0u : 1u);
+        EXPECT_EQ(TestNode::s_sessionCount, opened);
+        EXPECT_EQ(node->m_sessionOpened, opened);
+        if (refused.empty()) {
+            VppPortParam param;
+            param.height = param.scanlines = 1080;
+            param.width = param.stride = 1920;
+            param.colorFormat = 4;
+            ASSERT_EQ(session->Methods(),
+                      (std::vector<std::string>{"init", "setParameter", "setParameter", "open"}));
+            const auto calls = session->Calls();
+            for (int32_t port : {0, 1}) {
+                EXPECT_EQ(calls[port + 1].port, port);
+                EXPECT_EQ(calls[port + 1].param, param) << calls[port + 1].param.toString();
+            }
+            log.Clear();
+            EXPECT_EQ(node->WaitForOnOpenVppSession(), 1u);
+            EXPECT_TRUE(LogIs(log, {}));
+        }
     }
 }
 

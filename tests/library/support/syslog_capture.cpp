@@ -36,19 +36,13 @@ bool Record(int priority, const char* pFormat, va_list args) {
     return true;
 }
 
-using VsyslogFunction = void (*)(int, const char*, va_list);
-
-void PassOn(int priority, const char* pFormat, va_list args) {
+// Records the line, or passes it on to the C library's vsyslog without a capture.
+void Log(int priority, const char* pFormat, va_list args) {
+    using VsyslogFunction = void (*)(int, const char*, va_list);
     static const VsyslogFunction pReal =
         reinterpret_cast<VsyslogFunction>(dlsym(RTLD_NEXT, "vsyslog"));
-    if (pReal != nullptr) {
+    if (!Record(priority, pFormat, args) && pReal != nullptr) {
         pReal(priority, pFormat, args);
-    }
-}
-
-void Log(int priority, const char* pFormat, va_list args) {
-    if (!Record(priority, pFormat, args)) {
-        PassOn(priority, pFormat, args);
     }
 }
 
