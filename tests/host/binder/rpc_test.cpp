@@ -1,6 +1,5 @@
 // Cross-process binder tests against a peer process (binder_peer): lookup by name, calling
-// identity, descriptors, binder objects as handles, reference counts, nested calls, death; and
-// loopback, where a service of this process is reached through a socket all the same.
+// identity, descriptors, binder objects as handles, reference counts, nested calls, death.
 #include <android/binder_auto_utils.h>
 #include <android/binder_ibinder.h>
 #include <android/binder_manager.h>
@@ -9,7 +8,6 @@
 #include <binder_host/binder_host.h>
 #include <fcntl.h>
 #include <gtest/gtest.h>
-#include <stdlib.h>
 #include <sys/mman.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -305,90 +303,6 @@ TEST_F(RpcTest, ConnectionClosesWhenNothingUsesIt) {
     const int idle = openFdCount();
     EXPECT_EQ(AIBinder_ping(peerBinder(instance_).get()), STATUS_OK);
     EXPECT_TRUE(waitFor([&]() { return openFdCount() == idle; }));
-}
-
-// ---- Loopback ----
-
-// A service of this process: kEcho, kDescribeFd (the descriptor number it got) and kCallBack
-// (through the callback it is given).
-binder_status_t loopbackTransact(AIBinder*, transaction_code_t code, const AParcel* in,
-                                 AParcel* out) {
-    if (code == peer::kDescribeFd) {
-        int fd = -1;
-        binder_status_t status = AParcel_readParcelFileDescriptor(in, &fd);
-        if (status != STATUS_OK) return status;
-        ndk::ScopedFileDescriptor owned(fd);
-        return AParcel_writeInt32(out, fd);
-    }
-    if (code == peer::kEcho) {
-        std::string text;
-        binder_status_t status = peer::readString(in, &text);
-        return status == STATUS_OK ? peer::writeString(out, text) : status;
-    }
-    if (code != peer::kCallBack) return STATUS_UNKNOWN_TRANSACTION;
-    ndk::SpAIBinder callback;
-    std::string text;
-    std::string answer;
-    binder_status_t status = ndk::AParcel_readRequiredStrongBinder(in, &callback);
-    if (status == STATUS_OK) status = peer::readString(in, &text);
-    if (status == STATUS_OK && !AIBinder_associateClass(callback.get(), Callback::clazz())) {
-        status = STATUS_BAD_TYPE;
-    }
-    if (status == STATUS_OK) {
-        EXPECT_TRUE(AIBinder_isRemote(callback.get()));
-        status = callText(callback.get(), peer::kCallbackEcho, text, &answer);
-    }
-    return status == STATUS_OK ? peer::writeString(out, answer) : status;
-}
-
-TEST(LoopbackTest, LocalServiceIsReachedThroughTheSocketAndDiesLikeAProcess) {
-    ABinderProcess_startThreadPool();
-    static const AIBinder_Class* clazz = AIBinder_Class_define(
-        peer::kDescriptor, [](void* a) { return a; }, [](void*) {}, loopbackTransact);
-    const char* const instance = "test.rpc/loopback";
-    const int before = openFdCount();
-    setenv("BINDER_HOST_LOOPBACK", "1", 1);
-    {
-        ndk::SpAIBinder local(AIBinder_new(clazz, nullptr));
-        ASSERT_EQ(AServiceManager_addService(local.get(), instance), EX_NONE);
-        ndk::SpAIBinder proxy(AServiceManager_checkService(instance));
-        ASSERT_NE(proxy.get(), nullptr);
-        ASSERT_TRUE(AIBinder_associateClass(proxy.get(), clazz));
-        EXPECT_TRUE(AIBinder_isRemote(proxy.get()));
-        EXPECT_EQ(ndk::SpAIBinder(ABinderHost_getLoopbackLocal(proxy.get())).get(), local.get());
-        EXPECT_EQ(ABinderHost_getLoopbackLocal(local.get()), nullptr);
-
-        // A descriptor reaches the service as a number of its own.
-        ndk::ScopedFileDescriptor file(memfd_create("loopback", MFD_CLOEXEC));
-        ndk::ScopedAParcel reply;
-        ASSERT_EQ(call(proxy.get(), peer::kDescribeFd, reply,
-                       [&](AParcel* p) {
-                           return ndk::AParcel_writeRequiredParcelFileDescriptor(p, file);
-                       }),
-                  STATUS_OK);
-        const int32_t seen = readInt(reply);
-        EXPECT_GE(seen, 0);
-        EXPECT_NE(seen, file.get());
-
-        // The callback reaches the service as a proxy; its nested call comes back to us.
-        Callback::service = proxy.get();
-        ndk::SpAIBinder callback(AIBinder_new(Callback::clazz(), nullptr));
-        std::string text;
-        ASSERT_EQ(callText(proxy.get(), peer::kCallBack, "x", &text, callback.get()), STATUS_OK);
-        EXPECT_EQ(text, "peer:x");
-        Callback::service = nullptr;
-
-        gDied = 0;
-        ndk::ScopedAIBinder_DeathRecipient recipient(AIBinder_DeathRecipient_new(onDied));
-        ASSERT_EQ(AIBinder_linkToDeath(proxy.get(), recipient.get(), nullptr), STATUS_OK);
-        ASSERT_EQ(ABinderHost_declareDead(instance), STATUS_OK);
-        ASSERT_EQ(ABinderHost_flushPool(), STATUS_OK);
-        EXPECT_EQ(gDied.load(), 1);
-        EXPECT_EQ(AIBinder_ping(proxy.get()), STATUS_DEAD_OBJECT);
-    }
-    unsetenv("BINDER_HOST_LOOPBACK");
-    ABinderHost_resetForTesting();
-    EXPECT_EQ(openFdCount(), before);
 }
 
 }  // namespace
