@@ -27,11 +27,11 @@ namespace {
 
 using binder_test::Counted;
 using binder_test::openFdCount;
+using binder_test::waitFor;
 using rpc_test::call;
 using rpc_test::callText;
 using rpc_test::peerBinder;
 using rpc_test::PeerProcess;
-using rpc_test::waitFor;
 
 // The tests' callback object: kCallbackEcho answers through kEcho of `service`, a call back into
 // the peer made while the peer's call into us is outstanding.
@@ -42,9 +42,9 @@ struct Callback {
         if (code != peer::kCallbackEcho) return STATUS_UNKNOWN_TRANSACTION;
         std::string text;
         std::string answer;
-        binder_status_t status = peer::readString(in, &text);
+        binder_status_t status = ndk::AParcel_readString(in, &text);
         if (status == STATUS_OK) status = callText(service, peer::kEcho, "peer:" + text, &answer);
-        return status == STATUS_OK ? peer::writeString(out, answer) : status;
+        return status == STATUS_OK ? ndk::AParcel_writeString(out, answer) : status;
     }
     static const AIBinder_Class* clazz() {
         static const AIBinder_Class* c = AIBinder_Class_define(
@@ -137,7 +137,7 @@ TEST_F(RpcTest, DescriptorsArriveAsFreshNumbersForTheSameFileAndLimitsHold) {
         EXPECT_GE(readInt(reply), 0);
         AParcel_readInt64(reply.get(), &dev);
         AParcel_readInt64(reply.get(), &ino);
-        ASSERT_EQ(peer::readString(reply.get(), &text), STATUS_OK);
+        ASSERT_EQ(ndk::AParcel_readString(reply.get(), &text), STATUS_OK);
         EXPECT_EQ(std::make_tuple(dev, ino, text),
                   std::make_tuple(int64_t(st.st_dev), int64_t(st.st_ino), std::string("pixels")));
 
@@ -145,13 +145,14 @@ TEST_F(RpcTest, DescriptorsArriveAsFreshNumbersForTheSameFileAndLimitsHold) {
         ASSERT_EQ(call(service_.get(), peer::kKeepFd, reply, writeFile), STATUS_OK);
         file.set(-1);
         ASSERT_EQ(call(service_.get(), peer::kReadKeptFd, reply), STATUS_OK);
-        ASSERT_EQ(peer::readString(reply.get(), &text), STATUS_OK);
+        ASSERT_EQ(ndk::AParcel_readString(reply.get(), &text), STATUS_OK);
         EXPECT_EQ(text, "pixels");
 
         // A descriptor in a reply belongs to its reader, once.
-        ASSERT_EQ(call(service_.get(), peer::kMakeFd, reply,
-                       [](AParcel* p) { return peer::writeString(p, "from peer"); }),
-                  STATUS_OK);
+        ASSERT_EQ(
+            call(service_.get(), peer::kMakeFd, reply,
+                 [](AParcel* p) { return ndk::AParcel_writeString(p, std::string("from peer")); }),
+            STATUS_OK);
         ndk::ScopedFileDescriptor made;
         ASSERT_EQ(ndk::AParcel_readRequiredParcelFileDescriptor(reply.get(), &made), STATUS_OK);
         char buffer[16] = {};

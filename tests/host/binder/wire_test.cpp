@@ -202,7 +202,7 @@ TEST_F(WireTest, MalformedMessagesDropTheConnectionWithoutLeaks) {
         for (int i = 0; i < 64; ++i) channels.emplace_back(openCallChannel(control.get()));
         EXPECT_TRUE(closedByPeer(control.get()));
     }
-    EXPECT_TRUE(binder_test::waitForFdCount(before));
+    EXPECT_TRUE(binder_test::waitFor([&] { return openFdCount() == before; }));
     EXPECT_EQ(ndk::SpAIBinder(AServiceManager_checkService(kInstance)).get(), service_.get());
 }
 
