@@ -331,9 +331,9 @@ def library_programs(build):
 
 def service_programs(build):
     folder = os.path.join(build, "tests/service/service")
-    names = ("vppservice_tests", "vppservice_library_tests")
     engine = os.path.join(build, "tests/service/frc/vppfrc_engine_tests")
-    return [(n, os.path.join(folder, n)) for n in names] + [("vppfrc_engine_tests", engine)]
+    return [("vppservice_tests", os.path.join(folder, "vppservice_tests")),
+            ("vppfrc_engine_tests", engine)]
 
 
 def tools_programs(build):

@@ -53,14 +53,15 @@ binder_status_t onTransact(AIBinder*, transaction_code_t code, const AParcel* in
     ndk::ScopedFileDescriptor fd;
     ndk::SpAIBinder binder;
     binder_status_t status = STATUS_OK;
-    if (code == peer::kEcho || code == peer::kMakeFd) status = peer::readString(in, &text);
+    if (code == peer::kEcho || code == peer::kMakeFd) status = ndk::AParcel_readString(in, &text);
     if (code == peer::kDescribeFd || code == peer::kKeepFd) {
         status = ndk::AParcel_readRequiredParcelFileDescriptor(in, &fd);
     }
     if (code == peer::kReturnBinder || code == peer::kIsOwnObject || code == peer::kHoldBinder ||
         code == peer::kCallBack) {
         status = ndk::AParcel_readRequiredStrongBinder(in, &binder);
-        if (status == STATUS_OK && code == peer::kCallBack) status = peer::readString(in, &text);
+        if (status == STATUS_OK && code == peer::kCallBack)
+            status = ndk::AParcel_readString(in, &text);
     }
     if (status != STATUS_OK) return status;
     // The kept descriptor and the held binder are shared; nested and blocking calls hold nothing.
@@ -68,7 +69,7 @@ binder_status_t onTransact(AIBinder*, transaction_code_t code, const AParcel* in
     if (code >= peer::kKeepFd && code <= peer::kDropBinder) lock.lock();
     switch (code) {
         case peer::kEcho:
-            return peer::writeString(out, text);
+            return ndk::AParcel_writeString(out, text);
         case peer::kCaller:
             AParcel_writeInt32(out, AIBinder_getCallingPid());
             return AParcel_writeInt32(out, static_cast<int32_t>(AIBinder_getCallingUid()));
@@ -78,13 +79,13 @@ binder_status_t onTransact(AIBinder*, transaction_code_t code, const AParcel* in
             AParcel_writeInt32(out, fd.get());
             AParcel_writeInt64(out, static_cast<int64_t>(st.st_dev));
             AParcel_writeInt64(out, static_cast<int64_t>(st.st_ino));
-            return peer::writeString(out, readThroughMmap(fd.get()));
+            return ndk::AParcel_writeString(out, readThroughMmap(fd.get()));
         }
         case peer::kKeepFd:
             gKeptFd = std::move(fd);
             return STATUS_OK;
         case peer::kReadKeptFd:
-            return peer::writeString(out, readThroughMmap(gKeptFd.get()));
+            return ndk::AParcel_writeString(out, readThroughMmap(gKeptFd.get()));
         case peer::kMakeFd:
             fd.set(memfd_create("peer", MFD_CLOEXEC));
             if (write(fd.get(), text.data(), text.size()) != static_cast<ssize_t>(text.size())) {
@@ -115,14 +116,14 @@ binder_status_t onTransact(AIBinder*, transaction_code_t code, const AParcel* in
             ndk::ScopedAParcel call;
             ndk::ScopedAParcel reply;
             status = AIBinder_prepareTransaction(binder.get(), call.getR());
-            if (status == STATUS_OK) status = peer::writeString(call.get(), text);
+            if (status == STATUS_OK) status = ndk::AParcel_writeString(call.get(), text);
             if (status == STATUS_OK) {
                 status = AIBinder_transact(binder.get(), peer::kCallbackEcho, call.getR(),
                                            reply.getR(), 0);
             }
             std::string answer;
-            if (status == STATUS_OK) status = peer::readString(reply.get(), &answer);
-            return status == STATUS_OK ? peer::writeString(out, answer) : status;
+            if (status == STATUS_OK) status = ndk::AParcel_readString(reply.get(), &answer);
+            return status == STATUS_OK ? ndk::AParcel_writeString(out, answer) : status;
         }
         case peer::kBlock:
             for (;;) pause();

@@ -41,9 +41,7 @@ struct Recorder {
     }
     std::vector<Event> take() {
         std::lock_guard<std::mutex> lock(mutex);
-        std::vector<Event> out;
-        out.swap(events);
-        return out;
+        return std::move(events);
     }
     // The kinds of the events since the last take, in order.
     std::string kinds() {
@@ -94,14 +92,12 @@ TEST_F(DeathTest, DeclareDeadDeliversEachLinkOnceOnPoolThread) {
     // Per link: onBinderDied, then onUnlinked with the same cookie, both on the pool.
     std::vector<Event> events = Recorder::get().take();
     ASSERT_EQ(events.size(), 4u);
-    std::vector<void*> died;
-    for (size_t i = 0; i < events.size(); i += 2) {
-        EXPECT_EQ(events[i].kind + " " + events[i + 1].kind, "died unlinked");
-        EXPECT_EQ(events[i + 1].cookie, events[i].cookie);
-        EXPECT_TRUE(events[i].onPoolThread && events[i + 1].onPoolThread);
-        died.push_back(events[i].cookie);
+    for (size_t i = 0; i < events.size(); ++i) {
+        EXPECT_EQ(events[i].kind, i % 2 == 0 ? "died" : "unlinked");
+        EXPECT_EQ(events[i].cookie, events[i & ~size_t{1}].cookie);
+        EXPECT_TRUE(events[i].onPoolThread);
     }
-    EXPECT_NE(died[0], died[1]);
+    EXPECT_NE(events[0].cookie, events[2].cookie);
 
     // The binder stays dead and its links are gone.
     EXPECT_FALSE(AIBinder_isAlive(service_.get()));
@@ -125,17 +121,17 @@ TEST_F(DeathTest, DeclareDeadDeliversEachLinkOnceOnPoolThread) {
     EXPECT_EQ(AIBinder_linkToDeath(service_.get(), recipient.get(), &cookieA_), STATUS_DEAD_OBJECT);
     events = Recorder::get().take();
     ASSERT_EQ(events.size(), 1u);
-    EXPECT_EQ(events[0].kind, "unlinked");
-    EXPECT_FALSE(events[0].onPoolThread);
+    EXPECT_TRUE(events[0].kind == "unlinked" && !events[0].onPoolThread);
 }
 
 TEST_F(DeathTest, UnlinkMatchesTheExactLinkAndEndsIt) {
     auto recipient = newRecipient();
     auto other = newRecipient();
-    EXPECT_EQ(AIBinder_linkToDeath(nullptr, recipient.get(), nullptr), STATUS_UNEXPECTED_NULL);
-    EXPECT_EQ(AIBinder_linkToDeath(service_.get(), nullptr, nullptr), STATUS_UNEXPECTED_NULL);
-    EXPECT_EQ(AIBinder_unlinkToDeath(nullptr, recipient.get(), nullptr), STATUS_UNEXPECTED_NULL);
-    EXPECT_EQ(AIBinder_unlinkToDeath(service_.get(), nullptr, nullptr), STATUS_UNEXPECTED_NULL);
+    for (AIBinder* binder : {static_cast<AIBinder*>(nullptr), service_.get()}) {
+        AIBinder_DeathRecipient* r = binder == nullptr ? recipient.get() : nullptr;
+        EXPECT_EQ(AIBinder_linkToDeath(binder, r, nullptr), STATUS_UNEXPECTED_NULL);
+        EXPECT_EQ(AIBinder_unlinkToDeath(binder, r, nullptr), STATUS_UNEXPECTED_NULL);
+    }
 
     // The same cookie twice makes two links; only the exact (binder, cookie) pair of the same
     // recipient matches, one link per unlink.

@@ -1,13 +1,7 @@
-// The calls between the cross-process tests and their peer process (binder_peer), and the
-// helpers both sides use to write and read them.
+// The calls between the cross-process tests and their peer process (binder_peer).
 #pragma once
 
-#include <android/binder_auto_utils.h>
 #include <android/binder_ibinder.h>
-#include <android/binder_parcel.h>
-#include <android/binder_parcel_utils.h>
-
-#include <string>
 
 namespace peer {
 
@@ -36,13 +30,5 @@ enum Code : transaction_code_t {
 enum CallbackCode : transaction_code_t {
     kCallbackEcho = FIRST_CALL_TRANSACTION,  // string -> the string, through the peer's kEcho
 };
-
-inline binder_status_t readString(const AParcel* parcel, std::string* out) {
-    return ndk::AParcel_readString(parcel, out);
-}
-
-inline binder_status_t writeString(AParcel* parcel, const std::string& text) {
-    return ndk::AParcel_writeString(parcel, text);
-}
 
 }  // namespace peer

@@ -1,20 +1,18 @@
-// Helpers of the cross-process tests: the peer process, calls with their reply, and waiting for a
-// condition with a deadline.
+// Helpers of the cross-process tests: the peer process and calls with their reply.
 #pragma once
 
 #include <android/binder_auto_utils.h>
 #include <android/binder_ibinder.h>
 #include <android/binder_manager.h>
+#include <android/binder_parcel_utils.h>
 #include <poll.h>
 #include <signal.h>
 #include <spawn.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include <chrono>
 #include <functional>
 #include <string>
-#include <thread>
 
 #include "peer_protocol.h"
 
@@ -97,19 +95,9 @@ inline binder_status_t callText(AIBinder* binder, transaction_code_t code, const
     ndk::ScopedAParcel reply;
     binder_status_t status = call(binder, code, reply, [&](AParcel* p) {
         binder_status_t s = object != nullptr ? AParcel_writeStrongBinder(p, object) : STATUS_OK;
-        return s == STATUS_OK ? peer::writeString(p, text) : s;
+        return s == STATUS_OK ? ndk::AParcel_writeString(p, text) : s;
     });
-    return status == STATUS_OK ? peer::readString(reply.get(), answer) : status;
-}
-
-// Polls condition for up to two seconds.
-inline bool waitFor(const std::function<bool()>& condition) {
-    auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(2);
-    while (!condition()) {
-        if (std::chrono::steady_clock::now() > deadline) return false;
-        std::this_thread::sleep_for(std::chrono::milliseconds(5));
-    }
-    return true;
+    return status == STATUS_OK ? ndk::AParcel_readString(reply.get(), answer) : status;
 }
 
 }  // namespace rpc_test

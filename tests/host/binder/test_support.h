@@ -1,4 +1,5 @@
-// Helpers shared by the host binder tests: descriptor counting and a minimal counted binder class.
+// Helpers shared by the host binder tests: descriptor counting, waiting for a condition, and a
+// minimal counted binder class.
 #pragma once
 
 #include <android/binder_ibinder.h>
@@ -16,10 +17,11 @@ inline int openFdCount() {
     return testsupport::OpenDescriptorCount();
 }
 
-// Waits up to two seconds for the open descriptor count to come back to count.
-inline bool waitForFdCount(int count) {
+// Polls condition for up to two seconds.
+template <typename Condition>
+bool waitFor(const Condition& condition) {
     auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(2);
-    while (openFdCount() != count) {
+    while (!condition()) {
         if (std::chrono::steady_clock::now() > deadline) return false;
         std::this_thread::sleep_for(std::chrono::milliseconds(5));
     }

@@ -20,6 +20,7 @@
 #include <cstring>
 #include <functional>
 #include <string>
+#include <tuple>
 #include <vector>
 
 #include "test_support.h"
@@ -85,9 +86,7 @@ WireHeader header(uint32_t type, uint32_t objects = 0, uint32_t fds = 0, uint32_
     h.type = type;
     h.id = 1;
     h.code = FIRST_CALL_TRANSACTION;
-    h.objectCount = objects;
-    h.fdCount = fds;
-    h.dataSize = size;
+    std::tie(h.objectCount, h.fdCount, h.dataSize) = std::tie(objects, fds, size);
     return h;
 }
 
@@ -115,12 +114,6 @@ int openCallChannel(int control) {
                ? ours.release()
                : -1;
 }
-
-struct Case {
-    const char* name;
-    std::vector<uint8_t> bytes;
-    int fdsToSend;
-};
 
 class WireTest : public ::testing::Test {
   protected:
@@ -152,7 +145,11 @@ TEST_F(WireTest, MalformedMessagesDropTheConnectionWithoutLeaks) {
     release.target = 0x12345;
     release.code = 1;
     const uint32_t fdKind = wire::kWireFd;
-    const std::vector<Case> cases = {
+    const struct {
+        const char* name;
+        std::vector<uint8_t> bytes;
+        int fdsToSend;
+    } cases[] = {
         {"bad magic", message(badMagic, {}, {}), 0},
         {"unknown type", message(header(99), {}, {}), 0},
         {"data over the limit", message(header(kTransact, 0, 0, 2 * 1024 * 1024), {}, {}), 0},
@@ -176,7 +173,7 @@ TEST_F(WireTest, MalformedMessagesDropTheConnectionWithoutLeaks) {
 
     ndk::ScopedFileDescriptor file(memfd_create("wire-test", MFD_CLOEXEC));
     const int before = openFdCount();
-    for (const Case& c : cases) {
+    for (const auto& c : cases) {
         SCOPED_TRACE(c.name);
         ndk::ScopedFileDescriptor control(connectRaw(path_));
         ASSERT_GE(control.get(), 0);
@@ -205,10 +202,8 @@ TEST_F(WireTest, MalformedMessagesDropTheConnectionWithoutLeaks) {
         for (int i = 0; i < 64; ++i) channels.emplace_back(openCallChannel(control.get()));
         EXPECT_TRUE(closedByPeer(control.get()));
     }
-    EXPECT_TRUE(binder_test::waitForFdCount(before));
-
-    ndk::SpAIBinder found(AServiceManager_checkService(kInstance));
-    EXPECT_EQ(found.get(), service_.get());
+    EXPECT_TRUE(binder_test::waitFor([&] { return openFdCount() == before; }));
+    EXPECT_EQ(ndk::SpAIBinder(AServiceManager_checkService(kInstance)).get(), service_.get());
 }
 
 // The folder is 0700 and each socket 0600; unsafe folders (open to others, or a symbolic link)
@@ -218,8 +213,7 @@ TEST_F(WireTest, FolderAndSocketsArePrivateAndStaleOnesAreReplaced) {
     ASSERT_EQ(lstat(folder().c_str(), &st), 0);
     EXPECT_EQ(st.st_mode & 0777, 0700u);
     ASSERT_EQ(lstat(path_.c_str(), &st), 0);
-    EXPECT_TRUE(S_ISSOCK(st.st_mode));
-    EXPECT_EQ(st.st_mode & 0777, 0600u);
+    EXPECT_EQ(st.st_mode & (S_IFMT | 0777), S_IFSOCK | 0600u);
     ASSERT_EQ(ABinderHost_removeService(kInstance), STATUS_OK);
     EXPECT_NE(lstat(path_.c_str(), &st), 0);
 

@@ -1,5 +1,5 @@
-// Tests of the real-memory image records: geometry, memfd camera buffers and their handles,
-// image buffers and request records.
+// Tests of the real-memory image records: geometry, memfd camera buffers and their handles, and
+// image buffers.
 #include <fcntl.h>
 #include <sys/mman.h>
 #include <sys/stat.h>
@@ -73,9 +73,9 @@ TEST(DescribeImage, PlaneLayoutsDefaultsAndRejections) {
     IxoImageList list;
     for (const auto& [format, layouts] : cases) {
         ASSERT_TRUE(DescribeImage(Geometry(format, 640, 481, 704, 496), &list));
-        EXPECT_EQ(list.formatBlock.width, 640u);
-        EXPECT_EQ(list.formatBlock.height, 481u);
-        EXPECT_EQ(list.formatBlock.format, format);
+        EXPECT_EQ(std::vector<uint32_t>(
+                      {list.formatBlock.width, list.formatBlock.height, list.formatBlock.format}),
+                  std::vector<uint32_t>({640, 481, format}));
         ASSERT_EQ(list.numberOfPlanes, layouts.size());
         for (uint32_t p = 0; p < IXO_MAX_PLANES; ++p) {
             const IxoPlaneLayout want = p < layouts.size() ? layouts[p] : IxoPlaneLayout{};
@@ -124,8 +124,8 @@ TEST(CameraBuffer, PlanesLiveInTheHandlesDescriptors) {
             ASSERT_EQ(pHandle, buffer->Handle());
             ASSERT_EQ(pHandle->numFds, fds);
             ASSERT_EQ(pHandle->numInts, 2);
-            EXPECT_EQ(pHandle->data[fds], 7);
-            EXPECT_EQ(pHandle->data[fds + 1], -3);
+            EXPECT_EQ(std::vector<int>(pHandle->data + fds, pHandle->data + fds + 2),
+                      std::vector<int>({7, -3}));
             EXPECT_EQ(OpenDescriptorCount(), descriptorsBefore + fds);
             size_t total = 0;
             for (int i = 0; i < fds; ++i) {
@@ -145,22 +145,6 @@ TEST(CameraBuffer, PlanesLiveInTheHandlesDescriptors) {
             for (int fd : handleFds) EXPECT_EQ(fcntl(fd, F_GETFD), -1) << "fd " << fd;
         }
     }
-
-    // The handle modes leave no address or no handle, and still own their descriptors.
-    const int descriptorsBefore = OpenDescriptorCount();
-    CameraBufferConfig config = Config(IxoFormatNV12);
-    config.handleMode = HandleMode::NullAddress;
-    std::unique_ptr<CameraBuffer> nullAddress = CameraBuffer::Create(config);
-    config.handleMode = HandleMode::NullHandle;
-    std::unique_ptr<CameraBuffer> nullHandle = CameraBuffer::Create(config);
-    ASSERT_TRUE(nullAddress && nullHandle);
-    EXPECT_EQ(nullAddress->GetHandleAddress(), nullptr);
-    ASSERT_NE(nullHandle->GetHandleAddress(), nullptr);
-    EXPECT_EQ(*static_cast<native_handle_t**>(nullHandle->GetHandleAddress()), nullptr);
-    EXPECT_EQ(OpenDescriptorCount(), descriptorsBefore + 2);
-    nullAddress.reset();
-    nullHandle.reset();
-    EXPECT_EQ(OpenDescriptorCount(), descriptorsBefore);
 }
 
 TEST(ImageBuffer, WrapsACameraBufferAndAnInternalMemfd) {
@@ -187,23 +171,6 @@ TEST(ImageBuffer, WrapsACameraBufferAndAnInternalMemfd) {
             offset += image->planeSize[p];
         }
     }
-    EXPECT_EQ(OpenDescriptorCount(), descriptorsBefore);
-
-    std::unique_ptr<RequestBuffers> request = RequestBuffers::Create(
-        17, 123456789, Config(IxoFormatNV12), Config(IxoFormatNV21, true), 4);
-    ASSERT_NE(request, nullptr);
-    const IxoRequestBufferInfo& info = request->info;
-    EXPECT_EQ(info.requestId, 17u);
-    EXPECT_EQ(info.frameTimestamp, 123456789u);
-    EXPECT_EQ(info.pImageBuffer, request->input.get());
-    EXPECT_EQ(info.pOutputImageBuffer, request->output.get());
-    ASSERT_EQ(info.pFrcRatioInfo, &request->frcRatioInfo);
-    EXPECT_EQ(info.pFrcRatioInfo->frcRatio, 4u);
-    EXPECT_EQ(info.pFrcRatioInfo->outputQueuedNum, 0u);
-    EXPECT_EQ(info.pOutputImageBuffer->formatBlock.format, uint32_t{IxoFormatNV21});
-    // Input: one camera descriptor and the internal one; output: two planes and internal.
-    EXPECT_EQ(OpenDescriptorCount(), descriptorsBefore + 5);
-    request.reset();
     EXPECT_EQ(OpenDescriptorCount(), descriptorsBefore);
 }
 

@@ -9,6 +9,7 @@
 
 #include <memory>
 #include <string>
+#include <tuple>
 
 #include "mock_vpp.h"
 
@@ -45,8 +46,7 @@ TEST(BinderIdentity, FromBinderOnALocalStubIsTheImplementation) {
     FlushDone done;
     done.port = 1;
     VppError result = VppError::VPP_ERR;
-    EXPECT_TRUE(found->eventFlushDone(done, &result).isOk());
-    EXPECT_EQ(result, VppError::VPP_OK);
+    EXPECT_TRUE(found->eventFlushDone(done, &result).isOk() && result == VppError::VPP_OK);
 
     auto service = ::ndk::SharedRefBase::make<FakeService>();
     EXPECT_EQ(IVppService::fromBinder(service->asBinder()).get(), service.get());
@@ -95,20 +95,18 @@ TEST(BinderIdentity, VersionsHashesAndDefaultImplementation) {
     auto callbacks = ::ndk::SharedRefBase::make<MockCallbacks>();
     int32_t version = 0;
     std::string hash;
-    EXPECT_TRUE(callbacks->getInterfaceVersion(&version).isOk());
-    EXPECT_TRUE(callbacks->getInterfaceHash(&hash).isOk());
-    EXPECT_EQ(version, IVppCallbacks::version);
-    EXPECT_EQ(hash, IVppCallbacks::hash);
+    EXPECT_TRUE(callbacks->getInterfaceVersion(&version).isOk() &&
+                callbacks->getInterfaceHash(&hash).isOk());
+    EXPECT_EQ(std::tie(version, hash), std::tie(IVppCallbacks::version, IVppCallbacks::hash));
 
     // The default implementation answers every method STATUS_UNKNOWN_TRANSACTION.
     auto session = ::ndk::SharedRefBase::make<IVppSessionDefault>();
     VppError result = VppError::VPP_OK;
     EXPECT_EQ(session->queueBuf(0, VppBuffer(), &result).getStatus(), STATUS_UNKNOWN_TRANSACTION);
     EXPECT_EQ(session->term().getStatus(), STATUS_UNKNOWN_TRANSACTION);
-    EXPECT_TRUE(session->getInterfaceVersion(&version).isOk());
-    EXPECT_TRUE(session->getInterfaceHash(&hash).isOk());
-    EXPECT_EQ(version, 0);
-    EXPECT_EQ(hash, "");
+    EXPECT_TRUE(session->getInterfaceVersion(&version).isOk() &&
+                session->getInterfaceHash(&hash).isOk());
+    EXPECT_EQ(std::make_tuple(version, hash), std::make_tuple(0, std::string()));
     EXPECT_EQ(session->asBinder().get(), nullptr);
 }
 

@@ -22,6 +22,7 @@
 #include <regex>
 #include <sstream>
 #include <string>
+#include <tuple>
 #include <type_traits>
 #include <utility>
 #include <vector>
@@ -211,12 +212,11 @@ TEST(InterfaceContract, HashMatchesTheAidlText) {
     const std::string expected = VPP_AIDL_PACKAGE_SHA1;
     ASSERT_EQ(expected.size(), 40u);
     EXPECT_EQ(expected.find_first_not_of("0123456789abcdef"), std::string::npos) << expected;
-    EXPECT_EQ(IVppSession::hash, expected) << "the .aidl files changed: update the hash";
-    EXPECT_EQ(IVppCallbacks::hash, expected);
-    EXPECT_EQ(IVppService::hash, expected);
-    EXPECT_EQ(IVppSession::version, 1);
-    EXPECT_EQ(IVppCallbacks::version, 1);
-    EXPECT_EQ(IVppService::version, 1);
+    for (const std::string& hash : {IVppSession::hash, IVppCallbacks::hash, IVppService::hash}) {
+        EXPECT_EQ(hash, expected) << "the .aidl files changed: update the hash";
+    }
+    EXPECT_EQ(std::make_tuple(IVppSession::version, IVppCallbacks::version, IVppService::version),
+              std::make_tuple(1, 1, 1));
 }
 
 TEST(InterfaceContract, VppErrorNamesAndValuesMatchTheAidl) {

@@ -11,6 +11,7 @@
 #include <climits>
 #include <memory>
 #include <string>
+#include <tuple>
 
 #include "descriptors.h"
 #include "mock_vpp.h"
@@ -53,17 +54,13 @@ TEST_F(ProxyTest, ErrorsComeBackWithoutResults) {
     VppStats stats;
     stats.fallbackFrames = 99;
     VppError result = VppError::VPP_ERR_HW;
-    Status status = proxy_->getStats(&stats, &result);
-    EXPECT_EQ(status.getServiceSpecificError(), 7);
-    EXPECT_STREQ(status.getMessage(), "busy");
-    EXPECT_EQ(stats.fallbackFrames, 99);
-    EXPECT_EQ(result, VppError::VPP_ERR_HW);
-    status = proxy_->ping(&result);
-    EXPECT_EQ(status.getExceptionCode(), EX_ILLEGAL_STATE);
-    EXPECT_STREQ(status.getMessage(), "why");
+    EXPECT_EQ(proxy_->getStats(&stats, &result).getDescription(),
+              "Status(-8, EX_SERVICE_SPECIFIC): '7: busy'");
+    EXPECT_EQ(proxy_->ping(&result).getDescription(), "Status(-5, EX_ILLEGAL_STATE): 'why'");
     int32_t mode = 5;
     EXPECT_EQ(proxy_->getMode(&mode, &result).getStatus(), STATUS_NO_INIT);
-    EXPECT_EQ(mode, 5);
+    EXPECT_EQ(std::make_tuple(stats.fallbackFrames, result, mode),
+              std::make_tuple(int64_t{99}, VppError::VPP_ERR_HW, 5));
 }
 
 // An empty descriptor slot cannot be sent: the call fails before reaching the session.
@@ -91,10 +88,9 @@ TEST_F(ProxyTest, CallbacksArriveAsTheSameObjectAndTheVersionIsCached) {
     std::string hash;
     ASSERT_TRUE(proxy_->getInterfaceVersion(&version).isOk());
     ASSERT_TRUE(proxy_->getInterfaceHash(&hash).isOk());
-    EXPECT_EQ(version, IVppSession::version);
-    EXPECT_EQ(hash, IVppSession::hash);
-    EXPECT_EQ(proxy_->_aidl_cached_version, IVppSession::version);
-    EXPECT_EQ(proxy_->_aidl_cached_hash, IVppSession::hash);
+    EXPECT_EQ(
+        std::tie(version, hash, proxy_->_aidl_cached_version, proxy_->_aidl_cached_hash),
+        std::tie(IVppSession::version, IVppSession::hash, IVppSession::version, IVppSession::hash));
 }
 
 // Parcelable encoding: an int32 size prefix that counts itself, then the fields in order.
@@ -125,9 +121,9 @@ TEST_F(ParcelableEncodingTest, SizePrefixThenFieldsInOrder) {
     reconfig.outputParam.height = 720;
     reconfig.outputParam.width = 1280;
     rewind();
+    ReconfigDone back;
     ASSERT_EQ(reconfig.writeToParcel(parcel_), STATUS_OK);
     rewind();
-    ReconfigDone back;
     ASSERT_EQ(back.readFromParcel(parcel_), STATUS_OK);
     EXPECT_EQ(back, reconfig) << back.toString();
 }

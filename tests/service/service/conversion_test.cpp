@@ -1,6 +1,7 @@
 // Frame-rate conversion through a session: output count, order and pixels, timestamps, end of
 // stream, and the settings that change them.
 #include <random>
+#include <tuple>
 
 #include "service_test_util.h"
 
@@ -39,7 +40,7 @@ class ConversionTest : public ServiceTest {
     // Queues every output, then every input at `stamps` (the last flagged end of stream, or
     // followed by an empty end marker), and waits for the drain.
     void Run(const std::function<int64_t(size_t)>& stamps, bool endMarker = false) {
-        ASSERT_NO_FATAL_FAILURE(QueueOutputs());
+        QueueOutputs();
         for (size_t i = 0; i < in_.size(); ++i) {
             const int32_t flags = i + 1 == in_.size() && !endMarker ? kEos : 0;
             ASSERT_EQ(Queue(0, in_[i]->Buffer(i, stamps(i), flags)), E::VPP_OK);
@@ -51,7 +52,7 @@ class ConversionTest : public ServiceTest {
     std::vector<Event> FilledOutputs() const {
         std::vector<Event> filled;
         for (const Event& e : callbacks_->Of(Event::kOutput)) {
-            if (e.filledLen > 0) filled.push_back(e);
+            filled.insert(filled.end(), e.filledLen > 0 ? 1 : 0, e);
         }
         return filled;
     }
@@ -76,11 +77,12 @@ TEST_P(ConversionTest, EveryModeAndFactorYieldsItsScheduleAndPixels) {
             const auto outputs = FilledOutputs();
             ASSERT_EQ(outputs.size(), expected);
             for (size_t k = 0; k < expected; ++k) {
-                EXPECT_EQ(outputs[k].cookie, kOutputCookie + static_cast<int64_t>(k));
-                EXPECT_EQ(outputs[k].filledLen, static_cast<int32_t>(kFrameSize));
-                EXPECT_EQ(outputs[k].timestamp,
-                          kFirst + kInterval * static_cast<int64_t>(k) / step);
-                EXPECT_EQ(outputs[k].flags, k + 1 == expected ? kEos : 0);
+                const auto at = static_cast<int64_t>(k);
+                EXPECT_EQ(
+                    std::make_tuple(outputs[k].cookie, outputs[k].filledLen, outputs[k].timestamp,
+                                    outputs[k].flags),
+                    std::make_tuple(kOutputCookie + at, static_cast<int32_t>(kFrameSize),
+                                    kFirst + kInterval * at / step, k + 1 == expected ? kEos : 0));
                 // Inputs bit-exact; repeats copy the earlier input, blends round its mix.
                 const size_t i = k / step;
                 const int32_t phase = static_cast<int32_t>(k % step);
@@ -107,9 +109,10 @@ TEST_P(ConversionTest, EveryModeAndFactorYieldsItsScheduleAndPixels) {
             }
             VppStats stats;
             ASSERT_EQ(Call(&S::getStats, &stats), E::VPP_OK);
-            EXPECT_EQ(stats.interpolatedFrames, static_cast<int64_t>((m - 1) * (step - 1)));
-            EXPECT_EQ(stats.outputBuffersDone, static_cast<int64_t>(expected));
-            EXPECT_EQ(stats.inputBuffersDone, stats.inputBuffersQueued);
+            EXPECT_EQ(std::make_tuple(stats.interpolatedFrames, stats.outputBuffersDone,
+                                      stats.inputBuffersDone),
+                      std::make_tuple(static_cast<int64_t>((m - 1) * (step - 1)),
+                                      static_cast<int64_t>(expected), stats.inputBuffersQueued));
         }
     }
 }
@@ -121,20 +124,18 @@ TEST_P(ConversionTest, EndOfStreamWithNothingLeftGivesAnEmptyFlaggedOutput) {
     auto outputs = callbacks_->Of(Event::kOutput);
     ASSERT_EQ(outputs.size(), 3u);
     EXPECT_EQ(outputs[1].flags, 0) << "the last frame went out before the marker came";
-    EXPECT_EQ(outputs[2].filledLen, 0);
-    EXPECT_EQ(outputs[2].flags, kEos);
+    EXPECT_TRUE(outputs[2].filledLen == 0 && outputs[2].flags == kEos);
 
     // drain() ends the next stream the same way, without a buffer of its own.
     ASSERT_EQ(Queue(0, in_[0]->Buffer(1, 5)), E::VPP_OK);
-    ASSERT_EQ(Queue(1, out_[0]->Buffer(kOutputCookie)), E::VPP_OK);
-    ASSERT_EQ(Queue(1, out_[1]->Buffer(kOutputCookie + 1)), E::VPP_OK);
+    out_.pop_back();
+    QueueOutputs();
     ASSERT_EQ(Call(&S::drain), E::VPP_OK);
     ASSERT_TRUE(callbacks_->WaitFor(Event::kDrain, 2));
     outputs = callbacks_->Of(Event::kOutput);
     ASSERT_EQ(outputs.size(), 5u);
     EXPECT_EQ(outputs[3].filledLen, static_cast<int32_t>(kFrameSize));
-    EXPECT_EQ(outputs[4].filledLen, 0);
-    EXPECT_EQ(outputs[4].flags, kEos);
+    EXPECT_TRUE(outputs[4].filledLen == 0 && outputs[4].flags == kEos);
 }
 
 TEST_P(ConversionTest, TimestampAndPassThroughSettings) {
@@ -148,12 +149,10 @@ TEST_P(ConversionTest, TimestampAndPassThroughSettings) {
     // passed through, so an empty buffer carries the end of stream.
     const auto outputs = callbacks_->Of(Event::kOutput);
     ASSERT_EQ(outputs.size(), 3u);
-    EXPECT_EQ(outputs[0].timestamp, Stamp(0));
-    EXPECT_EQ(outputs[1].timestamp, Stamp(1));
-    EXPECT_EQ(outputs[1].flags, 0);
+    EXPECT_EQ(std::make_tuple(outputs[0].timestamp, outputs[1].timestamp, outputs[1].flags),
+              std::make_tuple(Stamp(0), Stamp(1), 0));
     EXPECT_EQ(outputs[1].filledLen, static_cast<int32_t>(kFrameSize));
-    EXPECT_EQ(outputs[2].filledLen, 0);
-    EXPECT_EQ(outputs[2].flags, kEos);
+    EXPECT_TRUE(outputs[2].filledLen == 0 && outputs[2].flags == kEos);
 }
 
 TEST_P(ConversionTest, ReconfigureReturnsOldBuffersThenTakesTheNewSize) {
@@ -165,9 +164,8 @@ TEST_P(ConversionTest, ReconfigureReturnsOldBuffersThenTakesTheNewSize) {
     ASSERT_TRUE(callbacks_->WaitFor(Event::kReconfig));
     const auto events = callbacks_->Events();
     ASSERT_EQ(events.size(), 4u);
-    EXPECT_EQ(events[0].kind, Event::kOutput);
+    EXPECT_TRUE(events[0].kind == Event::kOutput && events[1].kind == Event::kInput);
     EXPECT_EQ(events[0].filledLen, static_cast<int32_t>(kFrameSize));
-    EXPECT_EQ(events[1].kind, Event::kInput);
     EXPECT_EQ(events[2].kind, Event::kOutput) << "the unused old buffer comes back unfilled";
     EXPECT_EQ(events[2].filledLen, 0);
     EXPECT_EQ(events[3].status, E::VPP_OK);
@@ -214,10 +212,10 @@ TEST_P(ConversionTest, ClientTimestampsAtTheEndsOfTheRangeBlendBetweenThem) {
     ASSERT_NO_FATAL_FAILURE(Run([&](size_t i) { return stamps[i]; }));
     const auto out = FilledOutputs();
     ASSERT_EQ(out.size(), 9u);
-    EXPECT_EQ(out[0].timestamp, INT64_MIN);
-    EXPECT_EQ(out[2].timestamp, -1) << "half way from the minimum to the maximum";
-    EXPECT_EQ(out[4].timestamp, INT64_MAX);
-    EXPECT_EQ(out[8].timestamp, INT64_MIN);
+    // Half way from the minimum to the maximum is -1.
+    EXPECT_EQ(
+        std::make_tuple(out[0].timestamp, out[2].timestamp, out[4].timestamp, out[8].timestamp),
+        std::make_tuple(INT64_MIN, int64_t{-1}, INT64_MAX, INT64_MIN));
     for (size_t k = 1; k < 4; ++k) EXPECT_LT(out[k - 1].timestamp, out[k].timestamp);
     for (size_t k = 5; k < 8; ++k) EXPECT_GT(out[k - 1].timestamp, out[k].timestamp);
 }

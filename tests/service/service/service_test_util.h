@@ -21,6 +21,7 @@
 #include <mutex>
 #include <string>
 #include <thread>
+#include <tuple>
 #include <vector>
 
 #include "descriptors.h"
@@ -89,15 +90,14 @@ inline VppBuffer EndMarker(int64_t cookie = 0) {
     return buffer;
 }
 
-// One callback as the client saw it.
+// One callback as the client saw it; port is a flush's, status a reconfiguration's or error's.
 struct Event {
-    enum Kind { kInput, kOutput, kFlush, kDrain, kReconfig, kError } kind = kInput;
-    int64_t cookie = 0;
-    int32_t filledLen = 0;
-    int32_t flags = 0;
-    int64_t timestamp = 0;
-    int32_t port = -1;     // flush
-    E status = E::VPP_OK;  // reconfig, error
+    enum Kind { kInput, kOutput, kFlush, kDrain, kReconfig, kError } kind;
+    int64_t cookie;
+    int32_t filledLen, flags;
+    int64_t timestamp;
+    int32_t port;
+    E status;
     std::thread::id thread;
 };
 
@@ -113,9 +113,7 @@ class RecordingCallbacks : public BnVppCallbacks {
     }
     std::vector<Event> Of(Event::Kind kind) const {
         std::vector<Event> out;
-        for (const Event& e : Events()) {
-            if (e.kind == kind) out.push_back(e);
-        }
+        for (const Event& e : Events()) out.insert(out.end(), e.kind == kind ? 1 : 0, e);
         return out;
     }
     // Waits until `count` events of the kind were recorded; false after 5 s.
@@ -178,9 +176,7 @@ inline VppPortParam Param(int32_t width, int32_t height, int32_t format = 3, int
 
 inline VppCtrlFrc Ctrl(int32_t mode, int32_t factor, int32_t searchRange = 0) {
     VppCtrlFrc c;
-    c.mode = mode;
-    c.factor = factor;
-    c.searchRange = searchRange;
+    std::tie(c.mode, c.factor, c.searchRange) = std::tie(mode, factor, searchRange);
     return c;
 }
 
@@ -284,8 +280,7 @@ class ServiceTest : public ::testing::TestWithParam<Transport> {
     void OpenSession(const VppPortParam& param, const VppCtrlFrc& ctrl,
                      const std::function<void()>& settings = nullptr) {
         ASSERT_EQ(Call(&S::init, 0, callbacks_), E::VPP_OK);
-        ASSERT_EQ(Call(&S::setParameter, 0, param), E::VPP_OK);
-        ASSERT_EQ(Call(&S::setParameter, 1, param), E::VPP_OK);
+        for (int32_t port : {0, 1}) ASSERT_EQ(Call(&S::setParameter, port, param), E::VPP_OK);
         ASSERT_EQ(Call(&S::setCtrlFrc, ctrl), E::VPP_OK);
         if (settings) settings();
         ASSERT_EQ(Call(&S::open), E::VPP_OK);
