@@ -116,6 +116,22 @@ TEST_F(InitVppSessionTest, SuccessLinksTheNodeToDeathAndRegistersItsCallbacks) {
         log, {{Level::kInfo, "VppServiceDied", "vpp service died: cookie=" + Ptr(node.get())}}));
 }
 
+// A second init replaces the session and the callbacks; the old session is not closed.
+TEST_F(InitVppSessionTest, SecondInitReplacesTheSessionWithoutClosingTheOldOne) {
+    auto node = MakeNode("Reinit");
+    ASSERT_EQ(node->InitVppSession(), LumResultSuccess);
+    auto first = SessionOf(*node);
+    const auto firstCallbacks = node->m_pVppCallbacks;
+    LogRecorder log;
+    ASSERT_EQ(node->InitVppSession(), LumResultSuccess);
+    EXPECT_TRUE(LogIs(log, {Linked(*node), Initialised(*node)}));
+    auto second = SessionOf(*node);
+    ASSERT_NE(second, nullptr);
+    EXPECT_NE(second, first);
+    EXPECT_NE(node->m_pVppCallbacks, firstCallbacks);
+    EXPECT_EQ(first->Methods(), std::vector<std::string>{"init"});
+}
+
 // The preset "VPP_ERR" stands when the transaction breaks; codes are printed by name or in
 // decimal; "finish" follows the error line and the session stays with the node.
 TEST_F(InitVppSessionTest, FailedInitLogsTheErrorThenFinish) {
