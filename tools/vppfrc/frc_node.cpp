@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <chrono>
 #include <cstring>
+#include <thread>
 #include <utility>
 
 #include "media/pixel_format.h"
@@ -61,6 +62,14 @@ FrcNode::~FrcNode() {
     // they are destroyed, so the wait happens here and the base destructor skips its own.
     WaitForCloseVppSession();
     m_skipWaitForClose = 1;
+    if (deliverer_.joinable()) {
+        {
+            std::lock_guard<std::mutex> lock(mutex_);
+            deliveryExit_ = true;
+        }
+        deliveryReady_.notify_one();
+        deliverer_.join();
+    }
 }
 
 int FrcNode::OutputsPerInput() const {
@@ -146,6 +155,7 @@ LumResult FrcNode::Start() {
         FailLocked(error);
         return LumResultENoMemory;
     }
+    deliverer_ = std::thread([this] { DeliverFrames(); });
 
     LumResult result = Initialize(&nodeInterface_);
     const char* step = "initialising the node failed";
@@ -260,7 +270,7 @@ LumResult FrcNode::QueueFrame(const uint8_t* i420, int64_t timestamp) {
     uint64_t frame = 0;
     {
         std::unique_lock<std::mutex> lock(mutex_);
-        changed_.wait(lock, [&] {
+        inputFreed_.wait(lock, [&] {
             return !failure_.empty() || stopping_ || !started_ || endQueued_ ||
                    !freeInputs_.empty();
         });
@@ -305,6 +315,7 @@ LumResult FrcNode::QueueFrame(const uint8_t* i420, int64_t timestamp) {
         request->queued = false;
         freeInputs_.push_back(request);
         changed_.notify_all();
+        inputFreed_.notify_one();
     }
     if (LumResultSuccess != result) {
         FailLocked(Describe(
@@ -343,12 +354,14 @@ bool FrcNode::WaitForEnd(int timeoutMs) {
     for (;;) {
         const uint64_t seen = returns_;
         const bool changed = changed_.wait_for(lock, std::chrono::milliseconds(timeoutMs), [&] {
-            return drained_ || !failure_.empty() || returns_ != seen;
+            return (drained_ && deliveries_.empty() && !delivering_) || !failure_.empty() ||
+                   returns_ != seen;
         });
         if (!failure_.empty()) {
             return false;
         }
-        if (drained_) {
+        // The end is in once the frames before it are delivered too.
+        if (drained_ && deliveries_.empty() && !delivering_) {
             return true;
         }
         if (!changed) {
@@ -422,6 +435,7 @@ void FrcNode::Stop() {
         accepting_ = false;
         changed_.wait(lock, [&] { return outputCallsInFlight_ == 0; });
         changed_.notify_all();
+        inputFreed_.notify_all();
     }
     // On failure to start the worker the session stays open; the destructor closes it.
     NotifyCloseVppSession();
@@ -462,6 +476,7 @@ void FrcNode::FailLocked(const std::string& reason) {
         failure_ = reason;
     }
     changed_.notify_all();
+    inputFreed_.notify_all();
 }
 
 FrcNode::Request* FrcNode::RequestOfCookie(int64_t cookie, bool output) {
@@ -519,11 +534,16 @@ void FrcNode::OnVppInputBufferDone(const VppBuffer& buffer) {
     request->queued = false;
     freeInputs_.push_back(request);
     changed_.notify_all();
+    inputFreed_.notify_one();
 }
 
 void FrcNode::OnVppOutputBufferDone(const VppBuffer& buffer) {
     const uint64_t start = NowNs();
     Request* request = RequestOfCookie(buffer.cookie, true);
+    const bool endOfStream = (buffer.flags & kEndOfStreamFlag) != 0;
+    // A buffer returned by a flush or a close is unfilled; an end of stream may come without a
+    // frame when nothing was left to output.
+    const bool filled = buffer.filledLen > 0;
     {
         std::lock_guard<std::mutex> lock(mutex_);
         if (nullptr == request || !request->queued) {
@@ -531,66 +551,98 @@ void FrcNode::OnVppOutputBufferDone(const VppBuffer& buffer) {
             FailLocked("the VPP service returned an output buffer that was not queued");
             return;
         }
-    }
-    const bool endOfStream = (buffer.flags & kEndOfStreamFlag) != 0;
-    // A buffer returned by a flush or a close is unfilled; an end of stream may come without a
-    // frame when nothing was left to output.
-    const bool filled = buffer.filledLen > 0;
-    OutputFrame frame;
-    bool deliver = false;
-    {
-        std::lock_guard<std::mutex> lock(mutex_);
         request->frc.outputDoneNum++;
-        deliver = (filled || endOfStream) && !stopping_ && failure_.empty();
-        if (deliver) {
-            frame.timestamp = buffer.timestamp;
-            frame.endOfStream = endOfStream;
+        if (endOfStream) {
+            // The stream is over: buffers stay with the node until the next one.
+            accepting_ = false;
+        }
+        if ((filled || endOfStream) && !stopping_ && failure_.empty()) {
+            Delivery delivery;
+            delivery.request = request;
+            delivery.frame.timestamp = buffer.timestamp;
+            delivery.frame.endOfStream = endOfStream;
+            delivery.filled = filled;
             if (filled) {
-                frame.index = nextOutputIndex_++;
+                delivery.frame.index = nextOutputIndex_++;
                 // Output j shows an input frame when j * q / p is whole.
                 const uint64_t p =
                     static_cast<uint64_t>(config_.rateNum > 0 ? config_.rateNum : config_.factor);
                 const uint64_t q = static_cast<uint64_t>(config_.rateNum > 0 ? config_.rateDen : 1);
-                frame.isInputFrame =
+                delivery.frame.isInputFrame =
                     config_.mode == FrcMode::kOff || ((streamOutputIndex_ % p) * q) % p == 0;
                 streamOutputIndex_++;
-                frame.latencySeconds = LatencyOf(buffer.timestamp, start);
-                stats_.latencies.push_back(frame.latencySeconds);
+                delivery.frame.latencySeconds = LatencyOf(buffer.timestamp, start);
+                stats_.latencies.push_back(delivery.frame.latencySeconds);
+            }
+            // The conversion and the consumer run on the delivery thread, so that the service
+            // goes on with the next frame meanwhile; the buffer comes back to the pool there.
+            deliveries_.push_back(delivery);
+            deliveryReady_.notify_one();
+            stats_.handlerCalls++;
+            stats_.handlerSeconds += Seconds(NowNs() - start);
+            return;
+        }
+    }
+    FinishOutput(request, false, true, 0);
+    std::lock_guard<std::mutex> lock(mutex_);
+    stats_.handlerCalls++;
+    stats_.handlerSeconds += Seconds(NowNs() - start);
+}
+
+void FrcNode::DeliverFrames() {
+    std::unique_lock<std::mutex> lock(mutex_);
+    for (;;) {
+        deliveryReady_.wait(lock, [&] { return deliveryExit_ || !deliveries_.empty(); });
+        if (deliveries_.empty()) {
+            return;
+        }
+        const Delivery delivery = deliveries_.front();
+        deliveries_.pop_front();
+        delivering_ = true;
+        // Frames decided before a stop or a failure are not handed out after it.
+        const bool deliver = !stopping_ && failure_.empty();
+        lock.unlock();
+
+        const uint64_t start = NowNs();
+        OutputFrame frame = delivery.frame;
+        bool consumed = true;
+        double consumerSeconds = 0;
+        if (deliver) {
+            if (delivery.filled) {
+                const camera_host::CameraBuffer* camera = delivery.request->image->Camera();
+                media::Nv12ToI420(
+                    camera->PlaneAddress(0), camera->formatBlock.planeLayout[0].stride,
+                    camera->PlaneAddress(1), camera->formatBlock.planeLayout[1].stride,
+                    config_.width, config_.height, staging_.data());
+                frame.i420 = staging_.data();
+                frame.size = frameSize_;
+            }
+            if (consumer_) {
+                const uint64_t consumerStart = NowNs();
+                consumed = consumer_(frame);
+                consumerSeconds = Seconds(NowNs() - consumerStart);
             }
         }
-    }
+        FinishOutput(delivery.request, deliver && delivery.filled, consumed, frame.index);
 
-    bool consumed = true;
-    double consumerSeconds = 0;
-    if (deliver) {
-        if (filled) {
-            const camera_host::CameraBuffer* camera = request->image->Camera();
-            media::Nv12ToI420(camera->PlaneAddress(0), camera->formatBlock.planeLayout[0].stride,
-                              camera->PlaneAddress(1), camera->formatBlock.planeLayout[1].stride,
-                              config_.width, config_.height, staging_.data());
-            frame.i420 = staging_.data();
-            frame.size = frameSize_;
-        }
-        if (consumer_) {
-            const uint64_t consumerStart = NowNs();
-            consumed = consumer_(frame);
-            consumerSeconds = Seconds(NowNs() - consumerStart);
-        }
+        lock.lock();
+        delivering_ = false;
+        stats_.handlerSeconds += Seconds(NowNs() - start);
+        stats_.consumerSeconds += consumerSeconds;
+        changed_.notify_all();
     }
+}
 
+void FrcNode::FinishOutput(Request* request, bool delivered, bool consumed, uint64_t index) {
     bool requeue = false;
     {
         std::lock_guard<std::mutex> lock(mutex_);
         returns_++;
-        if (deliver && filled) {
+        if (delivered) {
             stats_.framesDelivered++;
         }
         if (!consumed) {
-            FailLocked("the output could not take frame " + std::to_string(frame.index + 1));
-        }
-        if (endOfStream) {
-            // The stream is over: buffers stay with the node until the next one.
-            accepting_ = false;
+            FailLocked("the output could not take frame " + std::to_string(index + 1));
         }
         requeue = accepting_ && !stopping_ && failure_.empty();
         if (request->inCall) {
@@ -608,11 +660,6 @@ void FrcNode::OnVppOutputBufferDone(const VppBuffer& buffer) {
     if (requeue) {
         QueueOutputRequest(request);
     }
-
-    std::lock_guard<std::mutex> lock(mutex_);
-    stats_.handlerCalls++;
-    stats_.handlerSeconds += Seconds(NowNs() - start);
-    stats_.consumerSeconds += consumerSeconds;
 }
 
 void FrcNode::OnVppFlushDone(const FlushDone& flushDone) {

@@ -10,6 +10,7 @@
 #include <memory>
 #include <mutex>
 #include <string>
+#include <thread>
 #include <unordered_map>
 #include <vector>
 
@@ -60,7 +61,8 @@ struct NodeStats {
     // which include the service's side of each call.
     uint64_t queueCalls = 0;
     double queueSeconds = 0;
-    // Time spent in the buffer-done handlers, and in the consumer called from them.
+    // Time spent on returned output buffers (the buffer-done handlers and the delivery
+    // thread's conversion to I420), and in the consumer.
     uint64_t handlerCalls = 0;
     double handlerSeconds = 0;
     double consumerSeconds = 0;
@@ -70,8 +72,9 @@ struct NodeStats {
 
 class FrcNode : public IxoNodeVppBase {
   public:
-    // Called on the service's callback thread, in output order, with each filled frame. Returns
-    // false to stop the run (the node then reports a failure).
+    // Called on the node's delivery thread, in output order, with each filled frame (and an
+    // empty end-of-stream one when nothing was left to output), while the service goes on
+    // with the next frames. Returns false to stop the run (the node then reports a failure).
     using FrameConsumer = std::function<bool(const OutputFrame&)>;
 
     // The service must be registered before construction: the base acquires it here.
@@ -143,6 +146,13 @@ class FrcNode : public IxoNodeVppBase {
         bool returnedInCall = false;  // the service returned it during that call
     };
 
+    // A returned output frame waiting for the delivery thread.
+    struct Delivery {
+        Request* request = nullptr;
+        OutputFrame frame;  // everything but the pixels, decided when the buffer came back
+        bool filled = false;
+    };
+
     struct QueuedInput {
         int64_t timestamp;
         uint64_t queuedNs;
@@ -154,6 +164,12 @@ class FrcNode : public IxoNodeVppBase {
     // Queues one output request; with the lock not held.
     LumResult QueueOutputRequest(Request* request);
     Request* RequestOfCookie(int64_t cookie, bool output);
+    // The delivery thread: converts each returned frame, hands it to the consumer and puts its
+    // buffer back to work, in output order.
+    void DeliverFrames();
+    // Counts a returned output buffer and queues it again, or keeps it when the node no longer
+    // accepts output. With the lock not held.
+    void FinishOutput(Request* request, bool delivered, bool consumed, uint64_t index);
     // Records a failure (the first reason wins) and wakes every waiter. Lock held.
     void FailLocked(const std::string& reason);
     double LatencyOf(int64_t timestamp, uint64_t doneNs);
@@ -167,11 +183,14 @@ class FrcNode : public IxoNodeVppBase {
     // Cookie value to request; built once by Start(), read-only afterwards.
     std::unordered_map<int64_t, Request*> inputCookies_;
     std::unordered_map<int64_t, Request*> outputCookies_;
-    std::vector<uint8_t> staging_;  // output frame converted to I420; callback thread only
+    std::vector<uint8_t> staging_;  // output frame converted to I420; delivery thread only
     size_t frameSize_ = 0;
 
     mutable std::mutex mutex_;
     std::condition_variable changed_;
+    // Only the thread waiting for a free input buffer waits here: output returns, which come
+    // twice as often or more, do not wake it for nothing.
+    std::condition_variable inputFreed_;
     std::deque<Request*> freeInputs_;
     std::deque<Request*> idleOutputs_;  // returned and not queued again
     size_t outputCallsInFlight_ = 0;    // output queue calls decided or running
@@ -189,6 +208,11 @@ class FrcNode : public IxoNodeVppBase {
     uint64_t nextOutputRequestId_ = 0;
     std::deque<QueuedInput> pendingInputs_;  // queued inputs whose outputs are not all out
     NodeStats stats_;
+    std::condition_variable deliveryReady_;
+    std::deque<Delivery> deliveries_;
+    bool delivering_ = false;    // the delivery thread is on a frame taken from deliveries_
+    bool deliveryExit_ = false;  // set by the destructor; the thread ends once none are left
+    std::thread deliverer_;      // last: it starts after, and ends before, everything above
 };
 
 // Name of a mode as the command line spells it ("off", "repeat", "blend", "motion").
