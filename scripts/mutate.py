@@ -10,6 +10,7 @@ that does not compile is reported as such and counts as neither caught nor misse
     scripts/mutate.py                    # every mutation, build/default
     scripts/mutate.py --list             # what the mutations are
     scripts/mutate.py --only L3 S1       # some of them
+    scripts/mutate.py --ci               # the sample CI runs (after the tests passed)
     scripts/mutate.py --build-dir build/asan --out mutations.md
 """
 
@@ -354,6 +355,10 @@ def e2e_programs(build):
 PROGRAMS = {"library": library_programs, "service": service_programs, "tools": tools_programs,
             "host": host_programs, "e2e": e2e_programs}
 
+# What CI runs on every change (--ci): one fault of each typical kind, across the areas, chosen to
+# fit a few minutes on two cores. The whole list is for a change to the tests themselves.
+CI_SAMPLE = ["L1", "L3", "L6", "L9", "S1", "S4", "T2", "H1", "E1"]
+
 
 def build(build_dir, targets, log):
     command = ["cmake", "--build", build_dir, "-j2", "--target"] + targets
@@ -377,6 +382,8 @@ def main():
     parser = argparse.ArgumentParser(description=__doc__.split("\n\n")[0])
     parser.add_argument("--build-dir", default="build/default")
     parser.add_argument("--only", nargs="*", help="mutation ids to run")
+    parser.add_argument("--ci", action="store_true",
+                        help="the sample CI runs, without the baseline (the tests just passed)")
     parser.add_argument("--list", action="store_true", help="list the mutations and stop")
     parser.add_argument("--timeout", type=int, default=300, help="seconds per test program")
     parser.add_argument("--no-baseline", action="store_true",
@@ -384,6 +391,9 @@ def main():
     parser.add_argument("--out", help="also write the table to this file")
     parser.add_argument("--log", default=None, help="build and test output (default: under the build dir)")
     args = parser.parse_args()
+    if args.ci:
+        args.only = (args.only or []) + CI_SAMPLE
+        args.no_baseline = True
 
     # In the order --only names them, so that the ones that matter most run first.
     by_id = {m.ident: m for m in MUTATIONS}
