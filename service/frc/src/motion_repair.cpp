@@ -519,6 +519,16 @@ void MotionInterpolator::Impl::finishRepairs(int k, int n, const FrameView& dst)
                 }
             }
         }
+        // Bilinear samples at a fractional offset soften fine texture: a true match under such
+        // a vector leaves a disagreement that grows with the texture's gradient and with the
+        // offsets' distance from whole samples (in 1/16, both frames and axes: 0..32).
+        int blur[3] = {0, 0, 0};
+        for (int c = 0; c < r.count; ++c) {
+            const int offsets[4] = {
+                roundDiv(-int64_t{k} * vecs[c].x, n), roundDiv(-int64_t{k} * vecs[c].y, n),
+                roundDiv(int64_t{n - k} * vecs[c].x, n), roundDiv(int64_t{n - k} * vecs[c].y, n)};
+            for (int o : offsets) blur[c] += std::min(o & 15, 16 - (o & 15));
+        }
         const int wB = static_cast<int>((int64_t{256} * k + n / 2) / n);
         uint8_t choice[kBlock][kBlock];    // candidate index, or 3: the background, soft mix
         uint16_t weightA[kBlock][kBlock];  // choice 3: weight of the earlier frame, of 256
@@ -540,10 +550,23 @@ void MotionInterpolator::Impl::finishRepairs(int k, int n, const FrameView& dst)
                         c = i;
                     }
                 }
+                int allowance = 9 * kAgreeNoise;
+                if (blur[c] > 0) {
+                    int gradient = 0;
+                    for (int i = 0; i < 3; ++i) {
+                        for (int j = 0; j < 2; ++j) {
+                            gradient += std::abs(pa[c][y + i][x + j + 1] - pa[c][y + i][x + j]) +
+                                        std::abs(pb[c][y + i][x + j + 1] - pb[c][y + i][x + j]) +
+                                        std::abs(pa[c][y + j + 1][x + i] - pa[c][y + j][x + i]) +
+                                        std::abs(pb[c][y + j + 1][x + i] - pb[c][y + j][x + i]);
+                        }
+                    }
+                    allowance += gradient * blur[c] / 16;
+                }
                 // Where no motion makes the frames agree (the background is hidden in one of
                 // them), the background's motion gives the least objectionable mix.
                 int value;
-                if (best > 9 * kAgreeNoise) {
+                if (best > allowance) {
                     int sa = 0;
                     int sb = 0;
                     for (int dy = 0; dy < 3; ++dy) {
