@@ -474,7 +474,10 @@ def main():
     if args.out:
         with open(args.out, "w") as f:
             f.write("\n".join(table) + "\n\n" + summary + "\n")
-    return 1 if missed else 0
+    # In CI a sample mutation that no longer applies or builds is a failure too: the sample
+    # must keep testing what it names.
+    other = len(selected) - caught - missed
+    return 1 if missed or (args.ci and other) else 0
 
 
 if __name__ == "__main__":
