@@ -3,12 +3,6 @@
 // service folder's and sockets' permissions.
 #include "rpc/wire.h"
 
-#include <android/binder_auto_utils.h>
-#include <android/binder_ibinder.h>
-#include <android/binder_manager.h>
-#include <android/binder_process.h>
-#include <binder_host/binder_host.h>
-#include <gtest/gtest.h>
 #include <poll.h>
 #include <stdlib.h>
 #include <sys/mman.h>
@@ -18,7 +12,6 @@
 #include <unistd.h>
 
 #include <cstring>
-#include <functional>
 #include <string>
 #include <tuple>
 #include <vector>
@@ -115,17 +108,12 @@ int openCallChannel(int control) {
                : -1;
 }
 
-class WireTest : public ::testing::Test {
+class WireTest : public binder_test::PoolTest {
   protected:
     void SetUp() override {
-        ABinderProcess_startThreadPool();
-        service_ = ndk::SpAIBinder(AIBinder_new(Counted::clazz(), nullptr));
-        ASSERT_EQ(AServiceManager_addService(service_.get(), kInstance), EX_NONE);
-        path_ = folder() + "/" + "test.wire%2Fdefault";
-    }
-    void TearDown() override {
-        ASSERT_EQ(ABinderHost_flushPool(), STATUS_OK);
-        ABinderHost_resetForTesting();
+        PoolTest::SetUp();
+        service_ = publish(kInstance);
+        path_ = folder() + "/test.wire%2Fdefault";
     }
 
     ndk::SpAIBinder service_;
