@@ -240,25 +240,19 @@ TEST(InterfaceContract, VppErrorNamesAndValuesMatchTheAidl) {
     static_assert(std::is_same_v<std::underlying_type_t<VppError>, int32_t>);
 }
 
-// Field names in the order toString() prints them (top level of "Name{a: x, b: {..}, c: [..]}").
-std::vector<std::string> printedFields(const std::string& printed) {
+// Field names in the order toString() prints them: "Name{a: x, b: Inner{..}, c: [..]}" with
+// the nested braces and brackets taken out first.
+std::vector<std::string> printedFields(std::string printed) {
+    printed = printed.substr(printed.find('{') + 1);
+    const std::regex nested(R"(\{[^{}\[\]]*\}|\[[^{}\[\]]*\])");
+    for (std::string before; before != printed;) {
+        before = printed;
+        printed = std::regex_replace(printed, nested, "");
+    }
     std::vector<std::string> fields;
-    int depth = 0;
-    std::string current;
-    bool inName = true;
-    for (size_t i = printed.find('{') + 1; i + 1 < printed.size(); i++) {
-        char c = printed[i];
-        if (c == '{' || c == '[') depth++;
-        if (c == '}' || c == ']') depth--;
-        if (depth == 0 && c == ':' && inName) {
-            fields.push_back(current);
-            current.clear();
-            inName = false;
-        } else if (depth == 0 && c == ',') {
-            inName = true;
-        } else if (inName && c != ' ') {
-            current += c;
-        }
+    const std::regex field(R"((\w+): )");
+    for (std::sregex_iterator it(printed.begin(), printed.end(), field), end; it != end; ++it) {
+        fields.push_back((*it)[1].str());
     }
     return fields;
 }
