@@ -1,8 +1,6 @@
 // Cross-process binder tests against a peer process (binder_peer): lookup by name, calling
 // identity, descriptors, binder objects as handles, reference counts, nested calls, death.
 #include <android/binder_parcel_utils.h>
-#include <fcntl.h>
-#include <poll.h>
 #include <signal.h>
 #include <spawn.h>
 #include <sys/mman.h>
@@ -26,36 +24,32 @@ using binder_test::Counted;
 using binder_test::openFdCount;
 using binder_test::waitFor;
 
+// The service under instance, associated with the peer's class.
+ndk::SpAIBinder peerBinder(const std::string& instance) {
+    static const AIBinder_Class* clazz = AIBinder_Class_define(
+        peer::kDescriptor, [](void* a) { return a; }, [](void*) {},
+        [](AIBinder*, transaction_code_t, const AParcel*, AParcel*) -> binder_status_t {
+            return STATUS_UNKNOWN_TRANSACTION;
+        });
+    ndk::SpAIBinder binder(AServiceManager_checkService(instance.c_str()));
+    if (binder.get() != nullptr && !AIBinder_associateClass(binder.get(), clazz)) return nullptr;
+    return binder;
+}
+
 // The peer process (binder_peer serving an instance); killed (SIGKILL) and reaped when it goes.
 class PeerProcess {
   public:
     ~PeerProcess() { kill(); }
 
-    // Starts it and waits for its "ready" line.
+    // Starts it and waits until its service answers.
     bool start(const std::string& instance, int extraThreads = 15) {
-        int fds[2];
-        if (pipe2(fds, O_CLOEXEC) != 0) return false;
-        ndk::ScopedFileDescriptor readEnd(fds[0]);
-        ndk::ScopedFileDescriptor writeEnd(fds[1]);
-        posix_spawn_file_actions_t actions;
-        posix_spawn_file_actions_init(&actions);
-        posix_spawn_file_actions_adddup2(&actions, writeEnd.get(), STDOUT_FILENO);
         const std::string threads = std::to_string(extraThreads);
         const char* argv[] = {BINDER_PEER_PATH, instance.c_str(), threads.c_str(), nullptr};
-        if (posix_spawn(&pid_, BINDER_PEER_PATH, &actions, nullptr, const_cast<char* const*>(argv),
+        if (posix_spawn(&pid_, BINDER_PEER_PATH, nullptr, nullptr, const_cast<char* const*>(argv),
                         environ) != 0) {
-            pid_ = -1;
+            return false;
         }
-        posix_spawn_file_actions_destroy(&actions);
-        writeEnd.set(-1);
-        std::string line;
-        char c;
-        pollfd pfd{readEnd.get(), POLLIN, 0};
-        while (pid_ > 0 && line != "ready\n" && poll(&pfd, 1, 10000) == 1 &&
-               read(readEnd.get(), &c, 1) == 1) {
-            line += c;
-        }
-        return line == "ready\n";
+        return waitFor([&] { return AIBinder_ping(peerBinder(instance).get()) == STATUS_OK; }, 10);
     }
 
     void kill() {
@@ -68,18 +62,6 @@ class PeerProcess {
   private:
     pid_t pid_ = -1;
 };
-
-// The service under instance, associated with the peer's class.
-ndk::SpAIBinder peerBinder(const std::string& instance) {
-    static const AIBinder_Class* clazz = AIBinder_Class_define(
-        peer::kDescriptor, [](void* a) { return a; }, [](void*) {},
-        [](AIBinder*, transaction_code_t, const AParcel*, AParcel*) -> binder_status_t {
-            return STATUS_UNKNOWN_TRANSACTION;
-        });
-    ndk::SpAIBinder binder(AServiceManager_checkService(instance.c_str()));
-    if (binder.get() != nullptr && !AIBinder_associateClass(binder.get(), clazz)) return nullptr;
-    return binder;
-}
 
 // One call: write fills the request; the reply replaces *reply.
 binder_status_t call(AIBinder* binder, transaction_code_t code, ndk::ScopedAParcel& reply,

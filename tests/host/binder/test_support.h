@@ -22,10 +22,10 @@ inline int openFdCount() {
     return testsupport::OpenDescriptorCount();
 }
 
-// Polls condition for up to two seconds.
+// Polls condition for up to `seconds`.
 template <typename Condition>
-bool waitFor(const Condition& condition) {
-    auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(2);
+bool waitFor(const Condition& condition, int seconds = 2) {
+    auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(seconds);
     while (!condition()) {
         if (std::chrono::steady_clock::now() > deadline) return false;
         std::this_thread::sleep_for(std::chrono::milliseconds(5));
