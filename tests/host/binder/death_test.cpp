@@ -12,6 +12,7 @@
 #include <mutex>
 #include <string>
 #include <thread>
+#include <utility>
 
 #include "test_support.h"
 
@@ -153,24 +154,20 @@ TEST_F(DeathTest, CallbacksMayUnlinkRelinkAndDeleteThemselves) {
     static ndk::SpAIBinder other;
     static AIBinder* binder = nullptr;
     static AIBinder_DeathRecipient* self = nullptr;
-    static binder_status_t unlinkResult = STATUS_OK;
-    static binder_status_t relinkResult = STATUS_UNKNOWN_ERROR;
-    static std::atomic<int> unlinkedCalls{0};
-    unlinkedCalls = 0;
+    using Results = std::pair<binder_status_t, binder_status_t>;
+    static Results unlinkAndRelink;
     other = ndk::SpAIBinder(AIBinder_new(Counted::clazz(), nullptr));
     binder = service_.get();
     self = AIBinder_DeathRecipient_new([](void* cookie) {
-        unlinkResult = AIBinder_unlinkToDeath(binder, self, cookie);
-        relinkResult = AIBinder_linkToDeath(other.get(), self, cookie);
+        unlinkAndRelink = {AIBinder_unlinkToDeath(binder, self, cookie),
+                           AIBinder_linkToDeath(other.get(), self, cookie)};
         AIBinder_DeathRecipient_delete(self);
     });
-    AIBinder_DeathRecipient_setOnUnlinked(self, [](void*) { unlinkedCalls++; });
+    AIBinder_DeathRecipient_setOnUnlinked(self, Recorder::onUnlinked);
     ASSERT_EQ(AIBinder_linkToDeath(service_.get(), self, &gCookieA), STATUS_OK);
-    EXPECT_EQ(declareDeadAndFlush(), "");
-    // The dying link was already removed; the new link was dropped by the delete.
-    EXPECT_EQ(unlinkResult, STATUS_NAME_NOT_FOUND);
-    EXPECT_EQ(relinkResult, STATUS_OK);
-    EXPECT_EQ(unlinkedCalls.load(), 2);
+    // The dying link was already removed; the new link ends with the delete.
+    EXPECT_EQ(declareDeadAndFlush(), "A: unlinked@pool unlinked@pool");
+    EXPECT_EQ(unlinkAndRelink, Results(STATUS_NAME_NOT_FOUND, STATUS_OK));
     other.set(nullptr);
 }
 

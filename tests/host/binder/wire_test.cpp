@@ -73,12 +73,14 @@ bool closedByPeer(int socket) {
     }
 }
 
-WireHeader header(uint32_t type, uint32_t objects = 0, uint32_t fds = 0, uint32_t size = 0) {
+WireHeader header(uint32_t type, uint32_t objects = 0, uint32_t fds = 0, uint32_t size = 0,
+                  uint64_t target = 0, uint32_t code = FIRST_CALL_TRANSACTION) {
     WireHeader h{};
     h.magic = wire::kWireMagic;
     h.type = type;
     h.id = 1;
-    h.code = FIRST_CALL_TRANSACTION;
+    h.code = code;
+    h.target = target;
     std::tie(h.objectCount, h.fdCount, h.dataSize) = std::tie(objects, fds, size);
     return h;
 }
@@ -127,11 +129,6 @@ TEST_F(WireTest, MalformedMessagesDropTheConnectionWithoutLeaks) {
     const std::vector<uint8_t> data16(16, 0);
     WireHeader badMagic = header(kTransact);
     badMagic.magic = 0;
-    WireHeader unknownTarget = header(kTransact);
-    unknownTarget.target = 0x12345;
-    WireHeader release = header(wire::kMessageDecRef);
-    release.target = 0x12345;
-    release.code = 1;
     const uint32_t fdKind = wire::kWireFd;
     const struct {
         const char* name;
@@ -153,8 +150,9 @@ TEST_F(WireTest, MalformedMessagesDropTheConnectionWithoutLeaks) {
          message(header(kTransact, 1, 1, 16), {{0, fdKind, 0}}, data16), 0},
         {"more descriptors than records",
          message(header(kTransact, 1, 1, 16), {{0, fdKind, 0}}, data16), 3},
-        {"call to an unknown object", message(unknownTarget, {}, {}), 0},
-        {"release of a reference never sent", message(release, {}, {}), 0},
+        {"call to an unknown object", message(header(kTransact, 0, 0, 0, 0x12345), {}, {}), 0},
+        {"release of a reference never sent",
+         message(header(wire::kMessageDecRef, 0, 0, 0, 0x12345, 1), {}, {}), 0},
         {"reply nobody waits for", message(header(wire::kMessageReply), {}, {}), 0},
         {"message cut short", message(header(kTransact, 0, 0, 64), {}, data16), 0},
     };
