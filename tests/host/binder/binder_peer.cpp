@@ -1,12 +1,11 @@
 // Peer process of the cross-process binder tests: serves test.IPeer under the instance name given
-// on its command line, prints "ready" once published, and serves until killed.
+// on its command line until killed.
 // Usage: binder_peer INSTANCE [POOL_EXTRA_THREADS]  (0: the main thread is the only one)
 #include <android/binder_auto_utils.h>
 #include <android/binder_ibinder.h>
 #include <android/binder_manager.h>
 #include <android/binder_parcel_utils.h>
 #include <android/binder_process.h>
-#include <binder_host/binder_host.h>
 #include <stdio.h>
 #include <stdlib.h>
 #include <sys/mman.h>
@@ -150,13 +149,6 @@ int main(int argc, char** argv) {
     if (argc > 2) ABinderProcess_setThreadPoolMaxThreadCount(static_cast<uint32_t>(atoi(argv[2])));
     ndk::SpAIBinder service(AIBinder_new(peerClass(), nullptr));
     if (AServiceManager_addService(service.get(), argv[1]) != EX_NONE) return 1;
-    // The service is published once the pool serves; "ready" comes from the pool after that.
-    ABinderHost_postToPool(
-        [](void*) {
-            printf("ready\n");
-            fflush(stdout);
-        },
-        nullptr);
     if (!singleThread) ABinderProcess_startThreadPool();
     ABinderProcess_joinThreadPool();
     return 0;

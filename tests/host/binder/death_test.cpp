@@ -1,18 +1,18 @@
 // Tests of death recipients: linking, unlinking, recipient deletion and death delivery on the
 // pool after a host-declared death.
 #include <android/binder_auto_utils.h>
-#include <android/binder_ibinder.h>
 #include <android/binder_manager.h>
 #include <android/binder_process.h>
 #include <binder_host/binder_host.h>
 #include <gtest/gtest.h>
 
 #include <atomic>
-#include <condition_variable>
+#include <chrono>
+#include <map>
 #include <mutex>
 #include <string>
 #include <thread>
-#include <vector>
+#include <utility>
 
 #include "test_support.h"
 
@@ -20,16 +20,14 @@ namespace {
 
 using binder_test::Counted;
 
-struct Event {
-    std::string kind;  // "died" or "unlinked"
-    void* cookie;
-    bool onPoolThread;
-};
+int gCookieA = 0;
+int gCookieB = 0;
 
-// Records every callback of the recipients made by newRecipient.
+// The callbacks of the recipients made by newRecipient, per link cookie in order, as
+// "A: died@pool unlinked@pool; B: unlinked" ("@pool": the call ran on a pool thread).
 struct Recorder {
     std::mutex mutex;
-    std::vector<Event> events;
+    std::map<std::string, std::string> seen;
 
     static Recorder& get() {
         static Recorder recorder;
@@ -37,16 +35,18 @@ struct Recorder {
     }
     void add(const char* kind, void* cookie) {
         std::lock_guard<std::mutex> lock(mutex);
-        events.push_back({kind, cookie, ABinderHost_isPoolThread()});
+        std::string& calls = seen[cookie == &gCookieA ? "A" : cookie == &gCookieB ? "B" : "-"];
+        calls += (calls.empty() ? "" : " ") + std::string(kind) +
+                 (ABinderHost_isPoolThread() ? "@pool" : "");
     }
-    std::vector<Event> take() {
-        std::lock_guard<std::mutex> lock(mutex);
-        return std::move(events);
-    }
-    // The kinds of the events since the last take, in order.
-    std::string kinds() {
+    // The callbacks since the last take.
+    static std::string take() {
+        std::lock_guard<std::mutex> lock(get().mutex);
         std::string out;
-        for (const Event& event : take()) out += (out.empty() ? "" : " ") + event.kind;
+        for (const auto& [cookie, calls] : get().seen) {
+            out += (out.empty() ? "" : "; ") + cookie + ": " + calls;
+        }
+        get().seen.clear();
         return out;
     }
     static void onDied(void* cookie) { get().add("died", cookie); }
@@ -59,51 +59,34 @@ ndk::ScopedAIBinder_DeathRecipient newRecipient() {
     return recipient;
 }
 
-class DeathTest : public ::testing::Test {
+class DeathTest : public binder_test::PoolTest {
   protected:
     void SetUp() override {
-        ABinderProcess_startThreadPool();
-        Recorder::get().take();
-        service_ = ndk::SpAIBinder(AIBinder_new(Counted::clazz(), nullptr));
-        ASSERT_EQ(AServiceManager_addService(service_.get(), kInstance), EX_NONE);
-    }
-    void TearDown() override {
-        ASSERT_EQ(ABinderHost_flushPool(), STATUS_OK);
-        ABinderHost_resetForTesting();
+        PoolTest::SetUp();
+        Recorder::take();
+        service_ = publish(kInstance);
     }
     std::string declareDeadAndFlush() {
         EXPECT_EQ(ABinderHost_declareDead(kInstance), STATUS_OK);
         EXPECT_EQ(ABinderHost_flushPool(), STATUS_OK);
-        return Recorder::get().kinds();
+        return Recorder::take();
     }
 
     static constexpr const char* kInstance = "test.death/default";
     ndk::SpAIBinder service_;
-    int cookieA_ = 0;
-    int cookieB_ = 0;
 };
 
 TEST_F(DeathTest, DeclareDeadDeliversEachLinkOnceOnPoolThread) {
     auto recipient = newRecipient();
-    ASSERT_EQ(AIBinder_linkToDeath(service_.get(), recipient.get(), &cookieA_), STATUS_OK);
-    ASSERT_EQ(AIBinder_linkToDeath(service_.get(), recipient.get(), &cookieB_), STATUS_OK);
-    ASSERT_EQ(ABinderHost_declareDead(kInstance), STATUS_OK);
-    ASSERT_EQ(ABinderHost_flushPool(), STATUS_OK);
-    // Per link: onBinderDied, then onUnlinked with the same cookie, both on the pool.
-    std::vector<Event> events = Recorder::get().take();
-    ASSERT_EQ(events.size(), 4u);
-    for (size_t i = 0; i < events.size(); ++i) {
-        EXPECT_EQ(events[i].kind, i % 2 == 0 ? "died" : "unlinked");
-        EXPECT_EQ(events[i].cookie, events[i & ~size_t{1}].cookie);
-        EXPECT_TRUE(events[i].onPoolThread);
-    }
-    EXPECT_NE(events[0].cookie, events[2].cookie);
+    ASSERT_EQ(AIBinder_linkToDeath(service_.get(), recipient.get(), &gCookieA), STATUS_OK);
+    ASSERT_EQ(AIBinder_linkToDeath(service_.get(), recipient.get(), &gCookieB), STATUS_OK);
+    EXPECT_EQ(declareDeadAndFlush(), "A: died@pool unlinked@pool; B: died@pool unlinked@pool");
 
     // The binder stays dead and its links are gone.
     EXPECT_FALSE(AIBinder_isAlive(service_.get()));
     EXPECT_TRUE(ABinderHost_isDead(service_.get()));
     EXPECT_EQ(AIBinder_ping(service_.get()), STATUS_DEAD_OBJECT);
-    EXPECT_EQ(AIBinder_unlinkToDeath(service_.get(), recipient.get(), &cookieA_),
+    EXPECT_EQ(AIBinder_unlinkToDeath(service_.get(), recipient.get(), &gCookieA),
               STATUS_NAME_NOT_FOUND);
     ndk::ScopedAParcel in;
     ndk::ScopedAParcel out;
@@ -115,13 +98,11 @@ TEST_F(DeathTest, DeclareDeadDeliversEachLinkOnceOnPoolThread) {
     EXPECT_EQ(ABinderHost_declareDead(kInstance), STATUS_NAME_NOT_FOUND);
     EXPECT_EQ(ABinderHost_declareBinderDead(service_.get()), STATUS_DEAD_OBJECT);
     ASSERT_EQ(ABinderHost_flushPool(), STATUS_OK);
-    EXPECT_EQ(Recorder::get().kinds(), "");  // nothing delivered twice
+    EXPECT_EQ(Recorder::take(), "");  // nothing delivered twice
 
     // A link to a dead binder fails and ends at once, inside linkToDeath itself.
-    EXPECT_EQ(AIBinder_linkToDeath(service_.get(), recipient.get(), &cookieA_), STATUS_DEAD_OBJECT);
-    events = Recorder::get().take();
-    ASSERT_EQ(events.size(), 1u);
-    EXPECT_TRUE(events[0].kind == "unlinked" && !events[0].onPoolThread);
+    EXPECT_EQ(AIBinder_linkToDeath(service_.get(), recipient.get(), &gCookieA), STATUS_DEAD_OBJECT);
+    EXPECT_EQ(Recorder::take(), "A: unlinked");
 }
 
 TEST_F(DeathTest, UnlinkMatchesTheExactLinkAndEndsIt) {
@@ -135,28 +116,27 @@ TEST_F(DeathTest, UnlinkMatchesTheExactLinkAndEndsIt) {
 
     // The same cookie twice makes two links; only the exact (binder, cookie) pair of the same
     // recipient matches, one link per unlink.
-    ASSERT_EQ(AIBinder_linkToDeath(service_.get(), recipient.get(), &cookieA_), STATUS_OK);
-    ASSERT_EQ(AIBinder_linkToDeath(service_.get(), recipient.get(), &cookieA_), STATUS_OK);
-    ASSERT_EQ(AIBinder_linkToDeath(service_.get(), recipient.get(), &cookieB_), STATUS_OK);
-    EXPECT_EQ(AIBinder_unlinkToDeath(service_.get(), other.get(), &cookieA_),
+    ASSERT_EQ(AIBinder_linkToDeath(service_.get(), recipient.get(), &gCookieA), STATUS_OK);
+    ASSERT_EQ(AIBinder_linkToDeath(service_.get(), recipient.get(), &gCookieA), STATUS_OK);
+    ASSERT_EQ(AIBinder_linkToDeath(service_.get(), recipient.get(), &gCookieB), STATUS_OK);
+    EXPECT_EQ(AIBinder_unlinkToDeath(service_.get(), other.get(), &gCookieA),
               STATUS_NAME_NOT_FOUND);
-    EXPECT_EQ(Recorder::get().kinds(), "");
-    EXPECT_EQ(AIBinder_unlinkToDeath(service_.get(), recipient.get(), &cookieB_), STATUS_OK);
-    EXPECT_EQ(AIBinder_unlinkToDeath(service_.get(), recipient.get(), &cookieB_),
+    EXPECT_EQ(AIBinder_unlinkToDeath(service_.get(), recipient.get(), &gCookieB), STATUS_OK);
+    EXPECT_EQ(AIBinder_unlinkToDeath(service_.get(), recipient.get(), &gCookieB),
               STATUS_NAME_NOT_FOUND);
-    EXPECT_EQ(AIBinder_unlinkToDeath(service_.get(), recipient.get(), &cookieA_), STATUS_OK);
-    EXPECT_EQ(Recorder::get().kinds(), "unlinked unlinked");
+    EXPECT_EQ(AIBinder_unlinkToDeath(service_.get(), recipient.get(), &gCookieA), STATUS_OK);
+    EXPECT_EQ(Recorder::take(), "A: unlinked; B: unlinked");
     // Unlinked pairs get no death; the one left does.
-    EXPECT_EQ(declareDeadAndFlush(), "died unlinked");
+    EXPECT_EQ(declareDeadAndFlush(), "A: died@pool unlinked@pool");
 }
 
 TEST_F(DeathTest, DeletedRecipientOrDestroyedBinderEndsLinksWithoutDeath) {
     ndk::SpAIBinder second(AIBinder_new(Counted::clazz(), nullptr));
     auto recipient = newRecipient();
-    ASSERT_EQ(AIBinder_linkToDeath(service_.get(), recipient.get(), &cookieA_), STATUS_OK);
-    ASSERT_EQ(AIBinder_linkToDeath(second.get(), recipient.get(), &cookieB_), STATUS_OK);
+    ASSERT_EQ(AIBinder_linkToDeath(service_.get(), recipient.get(), &gCookieA), STATUS_OK);
+    ASSERT_EQ(AIBinder_linkToDeath(second.get(), recipient.get(), &gCookieB), STATUS_OK);
     recipient.set(nullptr);
-    EXPECT_EQ(Recorder::get().kinds(), "unlinked unlinked");
+    EXPECT_EQ(Recorder::take(), "A: unlinked; B: unlinked");
     ASSERT_EQ(ABinderHost_declareBinderDead(second.get()), STATUS_OK);
     EXPECT_EQ(declareDeadAndFlush(), "");
     AIBinder_DeathRecipient_delete(nullptr);
@@ -164,9 +144,9 @@ TEST_F(DeathTest, DeletedRecipientOrDestroyedBinderEndsLinksWithoutDeath) {
 
     ndk::SpAIBinder transient(AIBinder_new(Counted::clazz(), nullptr));
     auto another = newRecipient();
-    ASSERT_EQ(AIBinder_linkToDeath(transient.get(), another.get(), &cookieA_), STATUS_OK);
+    ASSERT_EQ(AIBinder_linkToDeath(transient.get(), another.get(), &gCookieA), STATUS_OK);
     transient.set(nullptr);
-    EXPECT_EQ(Recorder::get().kinds(), "unlinked");
+    EXPECT_EQ(Recorder::take(), "A: unlinked");
 }
 
 // A death callback may unlink, link again elsewhere and delete its own recipient.
@@ -174,56 +154,36 @@ TEST_F(DeathTest, CallbacksMayUnlinkRelinkAndDeleteThemselves) {
     static ndk::SpAIBinder other;
     static AIBinder* binder = nullptr;
     static AIBinder_DeathRecipient* self = nullptr;
-    static binder_status_t unlinkResult = STATUS_OK;
-    static binder_status_t relinkResult = STATUS_UNKNOWN_ERROR;
-    static std::atomic<int> unlinkedCalls{0};
+    using Results = std::pair<binder_status_t, binder_status_t>;
+    static Results unlinkAndRelink;
     other = ndk::SpAIBinder(AIBinder_new(Counted::clazz(), nullptr));
     binder = service_.get();
     self = AIBinder_DeathRecipient_new([](void* cookie) {
-        unlinkResult = AIBinder_unlinkToDeath(binder, self, cookie);
-        relinkResult = AIBinder_linkToDeath(other.get(), self, cookie);
+        unlinkAndRelink = {AIBinder_unlinkToDeath(binder, self, cookie),
+                           AIBinder_linkToDeath(other.get(), self, cookie)};
         AIBinder_DeathRecipient_delete(self);
     });
-    AIBinder_DeathRecipient_setOnUnlinked(self, [](void*) { unlinkedCalls++; });
-    ASSERT_EQ(AIBinder_linkToDeath(service_.get(), self, &cookieA_), STATUS_OK);
-    EXPECT_EQ(declareDeadAndFlush(), "");
-    // The dying link was already removed; the new link was dropped by the delete.
-    EXPECT_EQ(unlinkResult, STATUS_NAME_NOT_FOUND);
-    EXPECT_EQ(relinkResult, STATUS_OK);
-    EXPECT_EQ(unlinkedCalls.load(), 2);
+    AIBinder_DeathRecipient_setOnUnlinked(self, Recorder::onUnlinked);
+    ASSERT_EQ(AIBinder_linkToDeath(service_.get(), self, &gCookieA), STATUS_OK);
+    // The dying link was already removed; the new link ends with the delete.
+    EXPECT_EQ(declareDeadAndFlush(), "A: unlinked@pool unlinked@pool");
+    EXPECT_EQ(unlinkAndRelink, Results(STATUS_NAME_NOT_FOUND, STATUS_OK));
     other.set(nullptr);
 }
 
 TEST_F(DeathTest, DeleteWaitsForCallbackRunningElsewhere) {
-    // A recipient that blocks in onBinderDied until released.
-    static std::mutex mutex;
-    static std::condition_variable cv;
-    static bool entered = false;
-    static bool release = false;
-    static std::atomic<bool> finished{false};
+    static std::atomic<int> stage;  // 1: the callback runs, 2: it has finished
+    stage = 0;
     AIBinder_DeathRecipient* recipient = AIBinder_DeathRecipient_new([](void*) {
-        std::unique_lock<std::mutex> lock(mutex);
-        entered = true;
-        cv.notify_all();
-        cv.wait(lock, [] { return release; });
-        finished = true;
+        stage = 1;
+        std::this_thread::sleep_for(std::chrono::milliseconds(100));
+        stage = 2;
     });
     ASSERT_EQ(AIBinder_linkToDeath(service_.get(), recipient, nullptr), STATUS_OK);
     ASSERT_EQ(ABinderHost_declareDead(kInstance), STATUS_OK);
-    {
-        std::unique_lock<std::mutex> lock(mutex);
-        cv.wait(lock, [] { return entered; });
-    }
-    std::thread deleter([&]() {
-        AIBinder_DeathRecipient_delete(recipient);
-        EXPECT_TRUE(finished.load()) << "delete returned while the callback ran";
-    });
-    {
-        std::lock_guard<std::mutex> lock(mutex);
-        release = true;
-    }
-    cv.notify_all();
-    deleter.join();
+    ASSERT_TRUE(binder_test::waitFor([] { return stage.load() == 1; }));
+    AIBinder_DeathRecipient_delete(recipient);
+    EXPECT_EQ(stage.load(), 2) << "delete returned while the callback ran";
 }
 
 TEST(DeathBeforePoolStart, DeliveredOnceThePoolStarts) {
@@ -234,19 +194,16 @@ TEST(DeathBeforePoolStart, DeliveredOnceThePoolStarts) {
             if (ABinderProcess_isThreadPoolStarted()) _exit(2);
             ndk::SpAIBinder binder(AIBinder_new(Counted::clazz(), nullptr));
             auto recipient = newRecipient();
-            int cookie = 0;
-            if (AIBinder_linkToDeath(binder.get(), recipient.get(), &cookie) != STATUS_OK ||
+            if (AIBinder_linkToDeath(binder.get(), recipient.get(), &gCookieA) != STATUS_OK ||
                 ABinderHost_declareBinderDead(binder.get()) != STATUS_OK) {
                 _exit(3);
             }
-            if (ABinderHost_flushPool() != STATUS_WOULD_BLOCK || !Recorder::get().take().empty()) {
+            if (ABinderHost_flushPool() != STATUS_WOULD_BLOCK || !Recorder::take().empty()) {
                 _exit(4);
             }
             ABinderProcess_startThreadPool();
             if (ABinderHost_flushPool() != STATUS_OK) _exit(5);
-            std::vector<Event> events = Recorder::get().take();
-            bool ok = events.size() == 2 && events[0].kind == "died" && events[0].onPoolThread;
-            _exit(ok ? 0 : 6);
+            _exit(Recorder::take() == "A: died@pool unlinked@pool" ? 0 : 6);
         },
         ::testing::ExitedWithCode(0), "");
 }

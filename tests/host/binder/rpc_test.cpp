@@ -1,37 +1,89 @@
 // Cross-process binder tests against a peer process (binder_peer): lookup by name, calling
 // identity, descriptors, binder objects as handles, reference counts, nested calls, death.
-#include <android/binder_auto_utils.h>
-#include <android/binder_ibinder.h>
-#include <android/binder_manager.h>
 #include <android/binder_parcel_utils.h>
-#include <android/binder_process.h>
-#include <binder_host/binder_host.h>
-#include <fcntl.h>
-#include <gtest/gtest.h>
+#include <signal.h>
+#include <spawn.h>
 #include <sys/mman.h>
 #include <sys/stat.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
-#include <atomic>
-#include <chrono>
+#include <functional>
 #include <string>
-#include <thread>
 #include <tuple>
 #include <vector>
 
 #include "peer_protocol.h"
-#include "rpc_test_support.h"
 #include "test_support.h"
+
+extern char** environ;
 
 namespace {
 
 using binder_test::Counted;
 using binder_test::openFdCount;
 using binder_test::waitFor;
-using rpc_test::call;
-using rpc_test::callText;
-using rpc_test::peerBinder;
-using rpc_test::PeerProcess;
+
+// The service under instance, associated with the peer's class.
+ndk::SpAIBinder peerBinder(const std::string& instance) {
+    static const AIBinder_Class* clazz = AIBinder_Class_define(
+        peer::kDescriptor, [](void* a) { return a; }, [](void*) {},
+        [](AIBinder*, transaction_code_t, const AParcel*, AParcel*) -> binder_status_t {
+            return STATUS_UNKNOWN_TRANSACTION;
+        });
+    ndk::SpAIBinder binder(AServiceManager_checkService(instance.c_str()));
+    if (binder.get() != nullptr && !AIBinder_associateClass(binder.get(), clazz)) return nullptr;
+    return binder;
+}
+
+// The peer process (binder_peer serving an instance); killed (SIGKILL) and reaped when it goes.
+class PeerProcess {
+  public:
+    ~PeerProcess() { kill(); }
+
+    // Starts it and waits until its service answers.
+    bool start(const std::string& instance, int extraThreads = 15) {
+        const std::string threads = std::to_string(extraThreads);
+        const char* argv[] = {BINDER_PEER_PATH, instance.c_str(), threads.c_str(), nullptr};
+        if (posix_spawn(&pid_, BINDER_PEER_PATH, nullptr, nullptr, const_cast<char* const*>(argv),
+                        environ) != 0) {
+            return false;
+        }
+        return waitFor([&] { return AIBinder_ping(peerBinder(instance).get()) == STATUS_OK; }, 10);
+    }
+
+    void kill() {
+        if (pid_ <= 0) return;
+        ::kill(pid_, SIGKILL);
+        waitpid(pid_, nullptr, 0);
+        pid_ = -1;
+    }
+
+  private:
+    pid_t pid_ = -1;
+};
+
+// One call: write fills the request; the reply replaces *reply.
+binder_status_t call(AIBinder* binder, transaction_code_t code, ndk::ScopedAParcel& reply,
+                     const std::function<binder_status_t(AParcel*)>& write = nullptr) {
+    ndk::ScopedAParcel in;
+    binder_status_t status = AIBinder_prepareTransaction(binder, in.getR());
+    if (status == STATUS_OK && write) status = write(in.get());
+    if (status != STATUS_OK) return status;
+    reply.set(nullptr);  // the out-parameter is overwritten, not released
+    return AIBinder_transact(binder, code, in.getR(), reply.getR(), 0);
+}
+
+// A call whose request is a string (and optionally a binder before it) and whose reply is one.
+binder_status_t callText(AIBinder* binder, transaction_code_t code, const std::string& text,
+                         std::string* answer, AIBinder* object = nullptr) {
+    ndk::ScopedAParcel reply;
+    binder_status_t status = call(binder, code, reply, [&](AParcel* p) {
+        binder_status_t s = object != nullptr ? AParcel_writeStrongBinder(p, object) : STATUS_OK;
+        return s == STATUS_OK ? ndk::AParcel_writeString(p, text) : s;
+    });
+    return status == STATUS_OK ? ndk::AParcel_readString(reply.get(), answer) : status;
+}
 
 // The tests' callback object: kCallbackEcho answers through kEcho of `service`, a call back into
 // the peer made while the peer's call into us is outstanding.
@@ -67,10 +119,10 @@ int32_t readInt(const ndk::ScopedAParcel& parcel) {
     return value;
 }
 
-class RpcTest : public ::testing::Test {
+class RpcTest : public binder_test::PoolTest {
   protected:
     void SetUp() override {
-        ABinderProcess_startThreadPool();
+        PoolTest::SetUp();
         instance_ = std::string("test.rpc/") +
                     ::testing::UnitTest::GetInstance()->current_test_info()->name();
         ASSERT_TRUE(peer_.start(instance_));
@@ -81,8 +133,7 @@ class RpcTest : public ::testing::Test {
     void TearDown() override {
         service_ = nullptr;
         peer_.kill();
-        ASSERT_EQ(ABinderHost_flushPool(), STATUS_OK);
-        ABinderHost_resetForTesting();
+        PoolTest::TearDown();
     }
     int32_t peerLiveObjects() {
         ndk::ScopedAParcel reply;

@@ -3,12 +3,6 @@
 // service folder's and sockets' permissions.
 #include "rpc/wire.h"
 
-#include <android/binder_auto_utils.h>
-#include <android/binder_ibinder.h>
-#include <android/binder_manager.h>
-#include <android/binder_process.h>
-#include <binder_host/binder_host.h>
-#include <gtest/gtest.h>
 #include <poll.h>
 #include <stdlib.h>
 #include <sys/mman.h>
@@ -18,7 +12,6 @@
 #include <unistd.h>
 
 #include <cstring>
-#include <functional>
 #include <string>
 #include <tuple>
 #include <vector>
@@ -80,12 +73,14 @@ bool closedByPeer(int socket) {
     }
 }
 
-WireHeader header(uint32_t type, uint32_t objects = 0, uint32_t fds = 0, uint32_t size = 0) {
+WireHeader header(uint32_t type, uint32_t objects = 0, uint32_t fds = 0, uint32_t size = 0,
+                  uint64_t target = 0, uint32_t code = FIRST_CALL_TRANSACTION) {
     WireHeader h{};
     h.magic = wire::kWireMagic;
     h.type = type;
     h.id = 1;
-    h.code = FIRST_CALL_TRANSACTION;
+    h.code = code;
+    h.target = target;
     std::tie(h.objectCount, h.fdCount, h.dataSize) = std::tie(objects, fds, size);
     return h;
 }
@@ -115,17 +110,12 @@ int openCallChannel(int control) {
                : -1;
 }
 
-class WireTest : public ::testing::Test {
+class WireTest : public binder_test::PoolTest {
   protected:
     void SetUp() override {
-        ABinderProcess_startThreadPool();
-        service_ = ndk::SpAIBinder(AIBinder_new(Counted::clazz(), nullptr));
-        ASSERT_EQ(AServiceManager_addService(service_.get(), kInstance), EX_NONE);
-        path_ = folder() + "/" + "test.wire%2Fdefault";
-    }
-    void TearDown() override {
-        ASSERT_EQ(ABinderHost_flushPool(), STATUS_OK);
-        ABinderHost_resetForTesting();
+        PoolTest::SetUp();
+        service_ = publish(kInstance);
+        path_ = folder() + "/test.wire%2Fdefault";
     }
 
     ndk::SpAIBinder service_;
@@ -139,11 +129,6 @@ TEST_F(WireTest, MalformedMessagesDropTheConnectionWithoutLeaks) {
     const std::vector<uint8_t> data16(16, 0);
     WireHeader badMagic = header(kTransact);
     badMagic.magic = 0;
-    WireHeader unknownTarget = header(kTransact);
-    unknownTarget.target = 0x12345;
-    WireHeader release = header(wire::kMessageDecRef);
-    release.target = 0x12345;
-    release.code = 1;
     const uint32_t fdKind = wire::kWireFd;
     const struct {
         const char* name;
@@ -165,8 +150,9 @@ TEST_F(WireTest, MalformedMessagesDropTheConnectionWithoutLeaks) {
          message(header(kTransact, 1, 1, 16), {{0, fdKind, 0}}, data16), 0},
         {"more descriptors than records",
          message(header(kTransact, 1, 1, 16), {{0, fdKind, 0}}, data16), 3},
-        {"call to an unknown object", message(unknownTarget, {}, {}), 0},
-        {"release of a reference never sent", message(release, {}, {}), 0},
+        {"call to an unknown object", message(header(kTransact, 0, 0, 0, 0x12345), {}, {}), 0},
+        {"release of a reference never sent",
+         message(header(wire::kMessageDecRef, 0, 0, 0, 0x12345, 1), {}, {}), 0},
         {"reply nobody waits for", message(header(wire::kMessageReply), {}, {}), 0},
         {"message cut short", message(header(kTransact, 0, 0, 64), {}, data16), 0},
     };

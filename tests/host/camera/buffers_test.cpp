@@ -19,13 +19,7 @@ using testsupport::OpenDescriptorCount;
 
 ImageGeometry Geometry(uint32_t format, uint32_t width, uint32_t height, uint32_t stride = 0,
                        uint32_t scanline = 0) {
-    ImageGeometry geometry;
-    geometry.format = format;
-    geometry.width = width;
-    geometry.height = height;
-    geometry.stride = stride;
-    geometry.scanline = scanline;
-    return geometry;
+    return {width, height, format, stride, scanline, 64};
 }
 
 CameraBufferConfig Config(uint32_t format, bool descriptorPerPlane = false) {
