@@ -36,13 +36,11 @@ inline std::string OutputOutcome(const char* verb, unsigned count, const std::st
 
 // Identity of an open descriptor's file: device and inode.
 using FileIdentity = std::pair<dev_t, ino_t>;
-
 inline FileIdentity IdentityOf(int fd) {
     struct stat status {};
     EXPECT_EQ(fstat(fd, &status), 0) << "descriptor " << fd << " is not open";
     return {status.st_dev, status.st_ino};
 }
-
 inline bool IsOpen(int fd) {
     return fd >= 0 && fcntl(fd, F_GETFD) >= 0;
 }
@@ -132,23 +130,17 @@ class BufferPathTest : public BaseTest {
 
     // The lines written since StartCapture, to the character, in both sinks.
     void ExpectLog(const std::vector<ExpectedLine>& expected) {
-        ASSERT_TRUE(m_logs.has_value()) << "StartCapture was not called";
         EXPECT_TRUE(LogIs(*m_logs, expected));
     }
-
     std::vector<camera_host::LogLine> SinkLines() const { return m_logs->Lines(); }
     std::vector<SyslogLine> SyslogLines() const { return m_syslog->Lines(); }
-
     // The buffers the session received through queueBuf, with their ports.
     std::vector<Call> Queued() const { return session->CallsOf("queueBuf"); }
 
     std::unique_ptr<camera_host::RequestBuffers> MakeRequest(
         uint64_t requestId = 7, uint64_t frameTimestamp = 33333,
         const camera_host::CameraBufferConfig& config = SmallNv12()) {
-        auto request =
-            camera_host::RequestBuffers::Create(requestId, frameTimestamp, config, config);
-        EXPECT_NE(request, nullptr);
-        return request;
+        return camera_host::RequestBuffers::Create(requestId, frameTimestamp, config, config);
     }
 
     // A descriptor seen by the session was a close-on-exec duplicate of original.

@@ -3,6 +3,8 @@
 // descriptors a queued buffer carries (fresh duplicates, released after the call).
 #include <sys/mman.h>
 
+#include <tuple>
+
 #include "buffer_path_fixture.h"
 
 namespace vpptest {
@@ -47,17 +49,11 @@ std::string OutputDuplicated(const std::string& requestId, const native_handle_t
 // Every field of a queued image buffer but its descriptors.
 void ExpectImageBuffer(const BufferSeen& seen, int32_t length, int32_t filled, int64_t timestamp,
                        int32_t flags, int64_t cookie) {
-    EXPECT_EQ(seen.offset, 0);
-    EXPECT_EQ(seen.bufferLen, length);
-    EXPECT_EQ(seen.filledLen, filled);
-    EXPECT_EQ(seen.allocLen, length);
-    EXPECT_EQ(seen.extraFds + seen.extraInts + seen.metadataCount, 0u);
-    EXPECT_EQ(seen.extraOffset, 0);
-    EXPECT_EQ(seen.extraLen, 0);
-    EXPECT_EQ(seen.flags, flags);
-    EXPECT_EQ(seen.timestamp, timestamp);
-    EXPECT_EQ(seen.portType, 0);
-    EXPECT_EQ(seen.cookie, cookie);
+    EXPECT_EQ(std::make_tuple(seen.offset, seen.bufferLen, seen.filledLen, seen.allocLen,
+                              seen.extras, seen.extraOffset, seen.extraLen, seen.flags,
+                              seen.timestamp, seen.portType, seen.cookie),
+              std::make_tuple(0, length, filled, length, size_t{0}, int64_t{0}, int64_t{0}, flags,
+                              timestamp, int64_t{0}, cookie));
 }
 
 using QueueInputTest = BufferPathTest;
