@@ -53,11 +53,6 @@ ExpectedLine Died(const TestNode& node) {
     return Node('I', "VppServiceDied", "vpp service died: cookie=" + Ptr(&node));
 }
 
-void DeclareDead() {
-    ASSERT_EQ(ABinderHost_declareDead(DefaultInstanceName().c_str()), STATUS_OK);
-    ASSERT_EQ(ABinderHost_flushPool(), STATUS_OK);
-}
-
 // A node whose destructor leaves the session alone.
 struct QuietNode : TestNode {
     explicit QuietNode(const char* pName) : TestNode(pName) { m_skipWaitForClose = 1; }
@@ -272,7 +267,7 @@ TEST_F(NodeDestructionTest, DestroyedNodeNoLongerHearsOfTheServiceDeath) {
     gone.reset();
     EXPECT_EQ(LiveMutexCount(), m_mutexes + 2);  // the count lock and Alive's flush mutex
     BothSinks capture;
-    DeclareDead();
+    DeclareServiceDead();
     EXPECT_EQ(alive->Events(), std::vector<std::string>{"died"});
     EXPECT_TRUE(LogIs(capture, {Died(*alive)}));
 }
@@ -352,7 +347,7 @@ TEST_F(ServiceLinkTest, ReleaseUnlinksOnlyTheReleasingNode) {
     EXPECT_EQ(TestNode::s_vppService, nullptr);
 
     capture.Clear();
-    DeclareDead();
+    DeclareServiceDead();
     EXPECT_TRUE(released.Events().empty());
     EXPECT_EQ(other.Events(), std::vector<std::string>{"died"});
     EXPECT_TRUE(LogIs(capture, {Died(other)}));
@@ -372,7 +367,7 @@ TEST_F(ServiceLinkTest, DeathCallsTheNodeFirstThenLogsOnAPoolThread) {
         onPoolThread = ABinderHost_isPoolThread();
         loggedBeforeHandler = !capture.Lines().empty();
     };
-    DeclareDead();
+    DeclareServiceDead();
     EXPECT_EQ(node.Events(), std::vector<std::string>{"died"});
     EXPECT_TRUE(onPoolThread);
     EXPECT_FALSE(loggedBeforeHandler);

@@ -4,6 +4,7 @@
 #include <android/binder_manager.h>
 #include <binder_host/binder_host.h>
 #include <fcntl.h>
+#include <gtest/gtest.h>
 #include <sys/stat.h>
 
 #include <stdexcept>
@@ -147,6 +148,11 @@ ndk::ScopedAStatus ScriptedService::getNewVppSession(int32_t /*flags*/,
 
 std::string DefaultInstanceName() {
     return std::string(ScriptedService::descriptor) + "/default";
+}
+
+void DeclareServiceDead() {
+    ASSERT_EQ(ABinderHost_declareDead(DefaultInstanceName().c_str()), STATUS_OK);
+    ASSERT_EQ(ABinderHost_flushPool(), STATUS_OK);
 }
 
 ServiceRegistration::ServiceRegistration(std::shared_ptr<ScriptedService> service)

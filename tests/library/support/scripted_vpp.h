@@ -173,6 +173,8 @@ class ScriptedService : public BnVppService {
 
 // Instance name under which nodes look the service up.
 std::string DefaultInstanceName();
+// Declares the service of that name dead and waits until every death notice was delivered.
+void DeclareServiceDead();
 
 // Registers a service under the default instance name for the object's life.
 class ServiceRegistration {
