@@ -9,6 +9,7 @@
 
 #include <memory>
 #include <optional>
+#include <tuple>
 #include <string>
 #include <vector>
 
@@ -143,20 +144,39 @@ class BufferPathTest : public BaseTest {
         return camera_host::RequestBuffers::Create(requestId, frameTimestamp, config, config);
     }
 
-    // A descriptor seen by the session was a close-on-exec duplicate of original.
-    static void ExpectDuplicateOf(const FdSeen& seen, int original) {
-        EXPECT_TRUE(seen.open) << "slot " << seen.fd << " was not open during the call";
-        EXPECT_NE(seen.fd, original) << "the caller's own descriptor was sent";
-        EXPECT_TRUE(seen.closeOnExec);
-        EXPECT_EQ(FileIdentity(seen.device, seen.inode), IdentityOf(original));
-    }
-
-    // A descriptor number the session saw is closed now (or reused for another file).
-    static void ExpectReleased(const FdSeen& seen) {
-        if (IsOpen(seen.fd)) {
-            EXPECT_NE(IdentityOf(seen.fd), FileIdentity(seen.device, seen.inode))
-                << "duplicate " << seen.fd << " is still open";
+    // The last buffer queued: its port, every field but the descriptors, and each descriptor a
+    // fresh close-on-exec duplicate of its original (-1: arrived as -1), closed after the call.
+    BufferSeen ExpectLastQueued(int32_t port, const std::vector<int>& originals, int32_t length,
+                                int32_t filled, int64_t timestamp, int32_t flags,
+                                int64_t cookie) const {
+        const std::vector<Call> queued = Queued();
+        if (queued.empty()) {
+            ADD_FAILURE() << "nothing was queued";
+            return {};
         }
+        const BufferSeen seen = *queued.back().buffer;
+        EXPECT_EQ(queued.back().port, port);
+        EXPECT_EQ(std::make_tuple(seen.offset, seen.bufferLen, seen.filledLen, seen.allocLen,
+                                  seen.extras, seen.extraOffset, seen.extraLen, seen.flags,
+                                  seen.timestamp, seen.portType, seen.cookie),
+                  std::make_tuple(0, length, filled, length, size_t{0}, int64_t{0}, int64_t{0},
+                                  flags, timestamp, int64_t{0}, cookie));
+        EXPECT_EQ(seen.fds.size(), originals.size());
+        for (size_t i = 0; i < std::min(seen.fds.size(), originals.size()); i++) {
+            const FdSeen& fd = seen.fds[i];
+            if (originals[i] < 0) {
+                EXPECT_EQ(fd.fd, -1) << "slot " << i;
+                continue;
+            }
+            EXPECT_TRUE(fd.open && fd.closeOnExec) << "slot " << i << " was not a duplicate";
+            EXPECT_NE(fd.fd, originals[i]) << "the caller's own descriptor was sent";
+            EXPECT_EQ(FileIdentity(fd.device, fd.inode), IdentityOf(originals[i]));
+            if (IsOpen(fd.fd)) {  // closed now, or reused for another file
+                EXPECT_NE(IdentityOf(fd.fd), FileIdentity(fd.device, fd.inode))
+                    << "duplicate " << fd.fd << " is still open";
+            }
+        }
+        return seen;
     }
 
     std::shared_ptr<ScriptedService> service;

@@ -3,8 +3,6 @@
 // descriptors a queued buffer carries (fresh duplicates, released after the call).
 #include <sys/mman.h>
 
-#include <tuple>
-
 #include "buffer_path_fixture.h"
 
 namespace vpptest {
@@ -46,16 +44,6 @@ std::string OutputDuplicated(const std::string& requestId, const native_handle_t
            ", pImageBuffer size: " + size + " phNativeHandle: " + Ptr(pHandle);
 }
 
-// Every field of a queued image buffer but its descriptors.
-void ExpectImageBuffer(const BufferSeen& seen, int32_t length, int32_t filled, int64_t timestamp,
-                       int32_t flags, int64_t cookie) {
-    EXPECT_EQ(std::make_tuple(seen.offset, seen.bufferLen, seen.filledLen, seen.allocLen,
-                              seen.extras, seen.extraOffset, seen.extraLen, seen.flags,
-                              seen.timestamp, seen.portType, seen.cookie),
-              std::make_tuple(0, length, filled, length, size_t{0}, int64_t{0}, int64_t{0}, flags,
-                              timestamp, int64_t{0}, cookie));
-}
-
 using QueueInputTest = BufferPathTest;
 
 // Each descriptor of the camera handle goes out as a fresh close-on-exec duplicate beside the
@@ -66,22 +54,14 @@ TEST_F(QueueInputTest, CameraFrameIsSentFieldByFieldAndCounted) {
     const native_handle_t* pHandle = request->input->Camera()->Handle();
     const int cameraFd = pHandle->data[0];
     const uint64_t newTimestamp = 0xFFFFFFFFFFFFFFF0ULL;
-
     StartCapture();
     EXPECT_EQ(node->QueueInput(&request->info, UINT64_MAX, 255, 0, 0, newTimestamp),
               LumResultSuccess);
-    const std::vector<Call> queued = Queued();
-    ASSERT_EQ(queued.size(), 1u);
-    EXPECT_EQ(queued[0].port, 0);
-    const BufferSeen& seen = *queued[0].buffer;
-    ASSERT_EQ(seen.fds.size(), 2u);
-    ExpectDuplicateOf(seen.fds[0], cameraFd);
-    ExpectDuplicateOf(seen.fds[1], pHandle->data[1]);
+    EXPECT_EQ(Queued().size(), 1u);
+    const BufferSeen seen = ExpectLastQueued(0, {cameraFd, pHandle->data[1]}, kSmallNv12Size,
+                                             kSmallNv12Size, static_cast<int64_t>(newTimestamp), 0,
+                                             CookieOf(&request->info.inputCookie));
     EXPECT_EQ(seen.ints, (std::vector<int32_t>{7, -3}));
-    ExpectImageBuffer(seen, kSmallNv12Size, kSmallNv12Size, static_cast<int64_t>(newTimestamp), 0,
-                      CookieOf(&request->info.inputCookie));
-    ExpectReleased(seen.fds[0]);
-    ExpectReleased(seen.fds[1]);
     EXPECT_TRUE(SyslogLines().empty());
     EXPECT_TRUE(IsOpen(cameraFd) && IsOpen(pHandle->data[1]));
     EXPECT_EQ(request->frcRatioInfo.inputQueuedNum, 1);
@@ -104,16 +84,11 @@ TEST_F(QueueInputTest, CameraFrameIsSentFieldByFieldAndCounted) {
 // record nothing is counted and the count line is left out.
 TEST_F(QueueInputTest, EndOfStreamAndMissingRecordAreNotCounted) {
     auto request = MakeRequest(9, 500);
+    const int cameraFd = request->input->Camera()->Handle()->data[0];
     for (int32_t isEOS : {1, 2, -1, 0x101}) {
         EXPECT_EQ(node->QueueInput(&request->info, 9, 1, isEOS, 0, 0), LumResultSuccess);
-    }
-    const std::vector<Call> queued = Queued();
-    ASSERT_EQ(queued.size(), 4u);
-    ExpectImageBuffer(*queued[0].buffer, kSmallNv12Size, kSmallNv12Size, 500, 1,
-                      CookieOf(&request->info.inputCookie));
-    EXPECT_EQ(queued[0].buffer->fds.size(), 1u);
-    for (size_t i = 1; i < queued.size(); i++) {
-        EXPECT_EQ(queued[i].buffer->flags, 0);
+        ExpectLastQueued(0, {cameraFd}, kSmallNv12Size, kSmallNv12Size, 500, isEOS == 1 ? 1 : 0,
+                         CookieOf(&request->info.inputCookie));
     }
     EXPECT_EQ(request->frcRatioInfo.inputQueuedNum, 3);
 
@@ -133,13 +108,9 @@ TEST_F(QueueInputTest, AnyNonZeroGenerateFlagWrapsTheInternalBuffer) {
         SCOPED_TRACE(needGenerateFd);
         StartCapture();
         EXPECT_EQ(node->QueueInput(&request->info, 11, 4, 0, needGenerateFd, 0), LumResultSuccess);
-        const BufferSeen seen = *Queued().back().buffer;
-        ASSERT_EQ(seen.fds.size(), 1u);
-        ExpectDuplicateOf(seen.fds[0], internal);
-        EXPECT_TRUE(seen.ints.empty());
-        ExpectImageBuffer(seen, kSmallNv12Size, kSmallNv12Size, 700, 0,
-                          CookieOf(&request->info.inputCookie));
-        ExpectReleased(seen.fds[0]);
+        EXPECT_TRUE(ExpectLastQueued(0, {internal}, kSmallNv12Size, kSmallNv12Size, 700, 0,
+                                     CookieOf(&request->info.inputCookie))
+                        .ints.empty());
     }
     // The internal buffer keeps its own descriptor.
     EXPECT_EQ(request->input->bufferFd, internal);
@@ -169,7 +140,8 @@ TEST_F(QueueInputTest, EveryServiceRefusalIsATimeout) {
         StartCapture();
         EXPECT_EQ(node->QueueInput(&request->info, 7, 2, 0, 0, 0), LumResultETimeout);
         EXPECT_EQ(request->frcRatioInfo.inputQueuedNum, 9);
-        ExpectReleased(Queued().back().buffer->fds.at(0));
+        ExpectLastQueued(0, {pHandle->data[0]}, kSmallNv12Size, kSmallNv12Size, 100, 0,
+                         CookieOf(&request->info.inputCookie));
     }
     ExpectLog({
         Node('I', "QueueInput", InputEntry("7", 2, "0")),
@@ -196,40 +168,35 @@ TEST_F(QueueInputTest, MissingCameraHandleFailsBeforeTheService) {
         StartCapture();
         EXPECT_EQ(node->QueueInput(&request->info, 7, 6, noObject ? 0 : 1, 0, 0),
                   LumResultETimeout);
-        EXPECT_TRUE(Queued().empty());
         EXPECT_EQ(request->frcRatioInfo.inputQueuedNum, 0);
+        std::vector<ExpectedLine> expected = {Node('I', "QueueInput", InputEntry("7", 6, "0"))};
         if (noObject) {
-            ExpectLog({Node('I', "QueueInput", InputEntry("7", 6, "0")),
-                       Node('E', "GetNativeHandle", "[BufNode] Failed to get camera buffer!"),
-                       Node('E', "QueueInput", NoHandle("7", 6))});
+            expected.push_back(
+                Node('E', "GetNativeHandle", "[BufNode] Failed to get camera buffer!"));
         } else {
-            ExpectLog({Node('I', "QueueInput", InputEntry("7", 6, "0")),
-                       Node('I', "QueueInput", "[BufNode] >> queue EOS buffer of requestId: 7"),
-                       Node('V', "GetNativeHandle", "[BufNode] get phNativeHandle: (nil)"),
-                       Node('E', "QueueInput", NoHandle("7", 6))});
+            expected.push_back(
+                Node('I', "QueueInput", "[BufNode] >> queue EOS buffer of requestId: 7"));
+            expected.push_back(Node('V', "GetNativeHandle", "[BufNode] get phNativeHandle: (nil)"));
         }
+        expected.push_back(Node('E', "QueueInput", NoHandle("7", 6)));
+        ExpectLog(expected);
         if (mode == HandleMode::NullHandle) {
             StartCapture();
             EXPECT_EQ(node->QueueOutput(&request->info, 7, 4, 0), LumResultETimeout);
-            EXPECT_TRUE(Queued().empty());
             EXPECT_EQ(request->frcRatioInfo.outputQueuedNum, 0);
             ExpectLog({Node('I', "QueueOutput", "[BufNode] queueOutput of requestId: 7, index: 4"),
                        Node('V', "GetNativeHandle", "[BufNode] get phNativeHandle: (nil)"),
                        Node('E', "QueueOutput", NoHandle("7", 4))});
         }
+        EXPECT_TRUE(Queued().empty());
     }
 }
 
 class QueueOutputTest : public BufferPathTest {
   protected:
     // A request whose output image (128x64 NV12, 12288 bytes) differs from its input image.
-    std::unique_ptr<RequestBuffers> MakeOutputRequest(uint64_t requestId,
-                                                      HandleMode mode = HandleMode::Normal) {
-        CameraBufferConfig output = SmallNv12(false, {}, 128, 64);
-        output.handleMode = mode;
-        auto request = RequestBuffers::Create(requestId, 33333, SmallNv12(), output);
-        EXPECT_NE(request, nullptr);
-        return request;
+    static std::unique_ptr<RequestBuffers> MakeOutputRequest(uint64_t requestId) {
+        return RequestBuffers::Create(requestId, 33333, SmallNv12(), SmallNv12(false, {}, 128, 64));
     }
     static constexpr uint32_t kOutputSize = 12288;
 };
@@ -240,16 +207,11 @@ TEST_F(QueueOutputTest, OutputBufferIsSentFieldByFieldAndCounted) {
     const native_handle_t* pHandle = request->output->Camera()->Handle();
     StartCapture();
     EXPECT_EQ(node->QueueOutput(&request->info, 21, 2, 0), LumResultSuccess);
-    const std::vector<Call> queued = Queued();
-    ASSERT_EQ(queued.size(), 1u);
-    EXPECT_EQ(queued[0].port, 1);
-    const BufferSeen& seen = *queued[0].buffer;
-    ASSERT_EQ(seen.fds.size(), 1u);
-    ExpectDuplicateOf(seen.fds[0], pHandle->data[0]);
-    ExpectImageBuffer(seen, kOutputSize, 0, 0, 0, CookieOf(&request->info.outputCookie));
+    EXPECT_EQ(Queued().size(), 1u);
+    ExpectLastQueued(1, {pHandle->data[0]}, kOutputSize, 0, 0, 0,
+                     CookieOf(&request->info.outputCookie));
     EXPECT_EQ(request->frcRatioInfo.outputQueuedNum, 1);
     EXPECT_EQ(request->frcRatioInfo.inputQueuedNum, 0);
-    ExpectReleased(seen.fds[0]);
     ExpectLog({
         Node('I', "QueueOutput", "[BufNode] queueOutput of requestId: 21, index: 2"),
         Node('V', "GetNativeHandle", HandleLine(pHandle)),
@@ -275,7 +237,8 @@ TEST_F(QueueOutputTest, RefusalIsATimeoutAndLeavesTheCounter) {
     StartCapture();
     EXPECT_EQ(node->QueueOutput(&request->info, 25, 3, 1), LumResultETimeout);
     EXPECT_EQ(request->frcRatioInfo.outputQueuedNum, 7);
-    ExpectReleased(Queued().back().buffer->fds.at(0));
+    ExpectLastQueued(1, {pHandle->data[0]}, kOutputSize, 0, 0, 1,
+                     CookieOf(&request->info.outputCookie));
     ExpectLog({
         Node('I', "QueueOutput", "[BufNode] queueOutput of requestId: 25, index: 3"),
         Node('I', "QueueOutput", "[BufNode] >> queue EOS buffer of requestId: 25"),
@@ -302,12 +265,8 @@ TEST_F(QueueOutputTest, RefusalIsATimeoutAndLeavesTheCounter) {
 TEST_F(BufferPathTest, EmptyEndOfStreamBufferCarriesOnlyTheFlag) {
     StartCapture();
     EXPECT_EQ(node->QueueInputEmpty(UINT64_MAX, 4000000000u), LumResultSuccess);
-    ASSERT_EQ(Queued().size(), 1u);
-    EXPECT_EQ(Queued()[0].port, 0);
-    const BufferSeen seen = *Queued()[0].buffer;
-    EXPECT_TRUE(seen.fds.empty());
-    EXPECT_TRUE(seen.ints.empty());
-    ExpectImageBuffer(seen, 0, 0, 0, 1, 0);
+    EXPECT_EQ(Queued().size(), 1u);
+    EXPECT_TRUE(ExpectLastQueued(0, {}, 0, 0, 0, 1, 0).ints.empty());
     ExpectLog({Node('I', "QueueInputEmpty",
                     "[BufNode] QueueInputEmpty of requestId: 18446744073709551615, index: "
                     "4000000000")});
@@ -371,17 +330,12 @@ TEST_F(QueueTempTest, InternalBufferOfTheTemporaryRequestIsChargedToTheAskingOne
     const int internal = temp->output->InternalDescriptor();
     StartCapture();
     EXPECT_EQ(Queue(1, nullptr), LumResultSuccess);
-    const std::vector<Call> queued = Queued();
-    ASSERT_EQ(queued.size(), 1u);
-    EXPECT_EQ(queued[0].port, 1);
-    const BufferSeen& seen = *queued[0].buffer;
-    ASSERT_EQ(seen.fds.size(), 1u);
-    EXPECT_TRUE(seen.ints.empty());
-    ExpectDuplicateOf(seen.fds[0], internal);
-    ExpectImageBuffer(seen, kLargeSize, 0, 0, 0, CookieOf(&temp->info.outputCookie));
+    EXPECT_EQ(Queued().size(), 1u);
+    EXPECT_TRUE(
+        ExpectLastQueued(1, {internal}, kLargeSize, 0, 0, 0, CookieOf(&temp->info.outputCookie))
+            .ints.empty());
     EXPECT_EQ(request->frcRatioInfo.outputQueuedNum, 1);
     EXPECT_EQ(temp->frcRatioInfo.outputQueuedNum, 0);
-    ExpectReleased(seen.fds[0]);
     EXPECT_TRUE(IsOpen(internal));
     // The lines up to the outcome of a generated internal buffer.
     const std::vector<ExpectedLine> generated = {
@@ -416,11 +370,8 @@ TEST_F(QueueTempTest, AnyOtherGenerateFlagTakesTheCameraObject) {
     for (int32_t needGenerateFd : {0, 2, -1}) {
         SCOPED_TRACE(needGenerateFd);
         EXPECT_EQ(Queue(needGenerateFd, pCamera), LumResultSuccess);
-        const BufferSeen seen = *Queued().back().buffer;
-        ASSERT_EQ(seen.fds.size(), 1u);
-        ExpectDuplicateOf(seen.fds[0], pHandle->data[0]);
-        EXPECT_EQ(seen.bufferLen, static_cast<int32_t>(kLargeSize));
-        EXPECT_EQ(seen.cookie, CookieOf(&temp->info.outputCookie));
+        ExpectLastQueued(1, {pHandle->data[0]}, kLargeSize, 0, 0, 0,
+                         CookieOf(&temp->info.outputCookie));
     }
     EXPECT_EQ(request->frcRatioInfo.outputQueuedNum, 3);
     EXPECT_TRUE(IsOpen(pHandle->data[0]));
@@ -429,7 +380,8 @@ TEST_F(QueueTempTest, AnyOtherGenerateFlagTakesTheCameraObject) {
     StartCapture();
     EXPECT_EQ(Queue(0, pCamera, 0, 200), LumResultETimeout);
     EXPECT_EQ(request->frcRatioInfo.outputQueuedNum, 3);
-    ExpectReleased(Queued().back().buffer->fds.at(0));
+    ExpectLastQueued(1, {pHandle->data[0]}, kLargeSize, 0, 0, 0,
+                     CookieOf(&temp->info.outputCookie));
     ExpectLog({
         Ixe('I', kTemp, "[BufNode] QueueTempBuffertoVPPOutput of requestId: 31, index: 200"),
         Ixe('I', kTemp, HandleLine(pHandle)),
@@ -459,11 +411,9 @@ TEST_F(QueueTempTest, NullOrEmptyCameraObject) {
     request->frcRatioInfo.outputQueuedNum = 255;
     StartCapture();
     EXPECT_EQ(Queue(3, nullptr, 1), LumResultSuccess);
-    ASSERT_EQ(Queued().size(), 1u);
-    const BufferSeen seen = *Queued()[0].buffer;
-    EXPECT_TRUE(seen.fds.empty());
-    EXPECT_TRUE(seen.ints.empty());
-    ExpectImageBuffer(seen, 0, 0, 0, 1, CookieOf(&temp->info.outputCookie));
+    EXPECT_EQ(Queued().size(), 1u);
+    EXPECT_TRUE(
+        ExpectLastQueued(1, {}, 0, 0, 0, 1, CookieOf(&temp->info.outputCookie)).ints.empty());
     EXPECT_EQ(request->frcRatioInfo.outputQueuedNum, 0);
     ExpectLog({
         Ixe('I', kTemp, kTempEntry),
@@ -493,22 +443,15 @@ TEST_F(NativeHandleTest, UndupableSlotArrivesAsMinusOne) {
     request->input->pImageList = &fake;
 
     StartCapture();
+    const int64_t cookie = CookieOf(&request->info.inputCookie);
     EXPECT_EQ(node->QueueInput(&request->info, 7, 0, 0, 0, 0), LumResultSuccess);
+    EXPECT_EQ(
+        ExpectLastQueued(0, {first, -1, last}, kSmallNv12Size, kSmallNv12Size, 33333, 0, cookie)
+            .ints,
+        std::vector<int32_t>{99});
     request->input->bufferFd = UnusedDescriptorNumber();
     EXPECT_EQ(node->QueueInput(&request->info, 7, 0, 0, 1, 0), LumResultSuccess);
-    const std::vector<Call> queued = Queued();
-    ASSERT_EQ(queued.size(), 2u);
-    const BufferSeen& seen = *queued[0].buffer;
-    ASSERT_EQ(seen.fds.size(), 3u);
-    ExpectDuplicateOf(seen.fds[0], first);
-    EXPECT_EQ(seen.fds[1].fd, -1);
-    ExpectDuplicateOf(seen.fds[2], last);
-    EXPECT_EQ(seen.ints, std::vector<int32_t>{99});
-    ExpectReleased(seen.fds[0]);
-    ExpectReleased(seen.fds[2]);
-    ASSERT_EQ(queued[1].buffer->fds.size(), 1u);
-    EXPECT_EQ(queued[1].buffer->fds[0].fd, -1);
-    EXPECT_EQ(queued[1].buffer->bufferLen, kSmallNv12Size);
+    ExpectLastQueued(0, {-1}, kSmallNv12Size, kSmallNv12Size, 33333, 0, cookie);
     EXPECT_EQ(request->frcRatioInfo.inputQueuedNum, 2);
     EXPECT_TRUE(SyslogLines().empty());
     close(first);
