@@ -9,8 +9,8 @@
 
 #include <memory>
 #include <optional>
-#include <tuple>
 #include <string>
+#include <tuple>
 #include <vector>
 
 #include "base_fixture.h"
@@ -134,7 +134,7 @@ class BufferPathTest : public BaseTest {
         EXPECT_TRUE(LogIs(*m_logs, expected));
     }
     std::vector<camera_host::LogLine> SinkLines() const { return m_logs->Lines(); }
-    std::vector<SyslogLine> SyslogLines() const { return m_syslog->Lines(); }
+    std::vector<std::string> SyslogLines() const { return m_syslog->Lines(); }
     // The buffers the session received through queueBuf, with their ports.
     std::vector<Call> Queued() const { return session->CallsOf("queueBuf"); }
 
