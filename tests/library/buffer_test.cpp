@@ -192,24 +192,19 @@ TEST_F(QueueInputTest, MissingCameraHandleFailsBeforeTheService) {
     }
 }
 
-class QueueOutputTest : public BufferPathTest {
-  protected:
-    // A request whose output image (128x64 NV12, 12288 bytes) differs from its input image.
-    static std::unique_ptr<RequestBuffers> MakeOutputRequest(uint64_t requestId) {
-        return RequestBuffers::Create(requestId, 33333, SmallNv12(), SmallNv12(false, {}, 128, 64));
-    }
-    static constexpr uint32_t kOutputSize = 12288;
-};
+constexpr uint32_t kLargeSize = 12288;  // 128x64 NV12
 
-// Port 1, no timestamp, nothing filled; end-of-stream buffers are counted too.
-TEST_F(QueueOutputTest, OutputBufferIsSentFieldByFieldAndCounted) {
-    auto request = MakeOutputRequest(21);
+// Port 1, no timestamp, nothing filled, the output image's size (128x64, not the input's);
+// end-of-stream buffers are counted too. A refusal is a timeout that leaves the counter and
+// releases the duplicate; without an FRC record both outcome lines print the count as 1.
+TEST_F(BufferPathTest, OutputBufferIsSentAndCountedUnlessRefused) {
+    auto request = RequestBuffers::Create(21, 33333, SmallNv12(), SmallNv12(false, {}, 128, 64));
     const native_handle_t* pHandle = request->output->Camera()->Handle();
+    const void* pCookie = &request->info.outputCookie;
     StartCapture();
     EXPECT_EQ(node->QueueOutput(&request->info, 21, 2, 0), LumResultSuccess);
     EXPECT_EQ(Queued().size(), 1u);
-    ExpectLastQueued(1, {pHandle->data[0]}, kOutputSize, 0, 0, 0,
-                     CookieOf(&request->info.outputCookie));
+    ExpectLastQueued(1, {pHandle->data[0]}, kLargeSize, 0, 0, 0, CookieOf(pCookie));
     EXPECT_EQ(request->frcRatioInfo.outputQueuedNum, 1);
     EXPECT_EQ(request->frcRatioInfo.inputQueuedNum, 0);
     ExpectLog({
@@ -217,47 +212,36 @@ TEST_F(QueueOutputTest, OutputBufferIsSentFieldByFieldAndCounted) {
         Node('V', "GetNativeHandle", HandleLine(pHandle)),
         Node('I', "QueueOutput", OutputDuplicated("21", pHandle, "12288")),
         Node('I', "QueueOutput",
-             OutputOutcome("success!", 1, "21", 2, kOutputSize, pHandle,
-                           &request->info.outputCookie)),
+             OutputOutcome("success!", 1, "21", 2, kLargeSize, pHandle, pCookie)),
     });
-
     EXPECT_EQ(node->QueueOutput(&request->info, 21, 0, 1), LumResultSuccess);
     EXPECT_EQ(Queued().back().buffer->flags, 1);
     EXPECT_EQ(request->frcRatioInfo.outputQueuedNum, 2);
-}
 
-// A refusal is a timeout that leaves the counter and releases the duplicate; without an FRC
-// record both outcome lines print the count as 1.
-TEST_F(QueueOutputTest, RefusalIsATimeoutAndLeavesTheCounter) {
-    auto request = MakeOutputRequest(25);
-    request->frcRatioInfo.outputQueuedNum = 7;
-    const native_handle_t* pHandle = request->output->Camera()->Handle();
     session->Script("queueBuf", {Answer(VppError::VPP_PENDING), Answer(VppError::VPP_OK),
                                  Answer(static_cast<VppError>(1000))});
     StartCapture();
-    EXPECT_EQ(node->QueueOutput(&request->info, 25, 3, 1), LumResultETimeout);
-    EXPECT_EQ(request->frcRatioInfo.outputQueuedNum, 7);
-    ExpectLastQueued(1, {pHandle->data[0]}, kOutputSize, 0, 0, 1,
-                     CookieOf(&request->info.outputCookie));
+    EXPECT_EQ(node->QueueOutput(&request->info, 21, 3, 1), LumResultETimeout);
+    EXPECT_EQ(request->frcRatioInfo.outputQueuedNum, 2);
+    ExpectLastQueued(1, {pHandle->data[0]}, kLargeSize, 0, 0, 1, CookieOf(pCookie));
     ExpectLog({
-        Node('I', "QueueOutput", "[BufNode] queueOutput of requestId: 25, index: 3"),
-        Node('I', "QueueOutput", "[BufNode] >> queue EOS buffer of requestId: 25"),
+        Node('I', "QueueOutput", "[BufNode] queueOutput of requestId: 21, index: 3"),
+        Node('I', "QueueOutput", "[BufNode] >> queue EOS buffer of requestId: 21"),
         Node('V', "GetNativeHandle", HandleLine(pHandle)),
-        Node('I', "QueueOutput", OutputDuplicated("25", pHandle, "12288")),
+        Node('I', "QueueOutput", OutputDuplicated("21", pHandle, "12288")),
         Node('E', "QueueOutput",
-             OutputOutcome("failed!", 7, "25", 3, kOutputSize, pHandle,
-                           &request->info.outputCookie)),
+             OutputOutcome("failed!", 2, "21", 3, kLargeSize, pHandle, pCookie)),
     });
 
     request->info.pFrcRatioInfo = nullptr;
     StartCapture();
-    EXPECT_EQ(node->QueueOutput(&request->info, 25, 0, 0), LumResultSuccess);
-    EXPECT_EQ(SinkLines().back().message, OutputOutcome("success!", 1, "25", 0, kOutputSize,
-                                                        pHandle, &request->info.outputCookie));
-    EXPECT_EQ(node->QueueOutput(&request->info, 25, 1, 0), LumResultETimeout);
-    EXPECT_EQ(SinkLines().back().message, OutputOutcome("failed!", 1, "25", 1, kOutputSize, pHandle,
-                                                        &request->info.outputCookie));
-    EXPECT_EQ(request->frcRatioInfo.outputQueuedNum, 7);
+    EXPECT_EQ(node->QueueOutput(&request->info, 21, 0, 0), LumResultSuccess);
+    EXPECT_EQ(SinkLines().back().message,
+              OutputOutcome("success!", 1, "21", 0, kLargeSize, pHandle, pCookie));
+    EXPECT_EQ(node->QueueOutput(&request->info, 21, 1, 0), LumResultETimeout);
+    EXPECT_EQ(SinkLines().back().message,
+              OutputOutcome("failed!", 1, "21", 1, kLargeSize, pHandle, pCookie));
+    EXPECT_EQ(request->frcRatioInfo.outputQueuedNum, 2);
 }
 
 // The memory-less end-of-stream buffer on port 0: only the flag, one line; a refusal is a failure
@@ -297,8 +281,6 @@ class QueueTempTest : public BufferPathTest {
         BufferPathTest::SetUp();
         request = RequestBuffers::Create(31, 1000, SmallNv12(), SmallNv12(false, {}, 128, 64));
         temp = RequestBuffers::Create(32, 2000, SmallNv12(), SmallNv12());
-        ASSERT_NE(request, nullptr);
-        ASSERT_NE(temp, nullptr);
     }
     void TearDown() override {
         request.reset();
@@ -319,7 +301,6 @@ class QueueTempTest : public BufferPathTest {
     std::unique_ptr<RequestBuffers> temp;
 };
 
-constexpr uint32_t kLargeSize = 12288;
 const char* const kTemp = "QueueTempBuffertoVPPOutput";
 const char* const kTempEntry = "[BufNode] QueueTempBuffertoVPPOutput of requestId: 31, index: 5";
 
