@@ -43,6 +43,10 @@ ExpectedLine Released() {
                        static_cast<void*>(&TestNode::s_vppService),
                        static_cast<void*>(TestNode::s_vppService.get())));
 }
+// A line of the destructor of the named node.
+ExpectedLine Dtor(char level, const std::string& name, const std::string& text) {
+    return Node(level, "~IxoNodeVppBase", "[" + name + "] " + text);
+}
 ExpectedLine Died(const TestNode& node) {
     return Node('I', "VppServiceDied", "vpp service died: cookie=" + Ptr(&node));
 }
@@ -172,12 +176,10 @@ TEST_F(NodeDestructionTest, OnlyTheLastNodeReleasesAndTheNextOneStartsOver) {
         nodes[i].reset();
         const unsigned left = 2 - i;
         std::vector<ExpectedLine> expected = {
-            Node('V', "~IxoNodeVppBase", "[" + name + "] destructor of IxoNodeVppBase"),
-            Node('I', "~IxoNodeVppBase",
-                 Printf("[%s] s_sessionCount decrease to: %u", name.c_str(), left))};
+            Dtor('V', name, "destructor of IxoNodeVppBase"),
+            Dtor('I', name, "s_sessionCount decrease to: " + std::to_string(left))};
         if (left == 0) {
-            expected.push_back(
-                Node('I', "~IxoNodeVppBase", "[" + name + "] Need release vpp service now"));
+            expected.push_back(Dtor('I', name, "Need release vpp service now"));
             expected.push_back(Released());
         }
         EXPECT_TRUE(LogIs(capture, expected));
@@ -203,29 +205,27 @@ TEST_F(NodeDestructionTest, CountZeroAtEntryReleasesAndLaterNodesFindNoLock) {
     first.reset();
     EXPECT_TRUE(LogIs(
         capture,
-        {Node('V', "~IxoNodeVppBase", "[First] destructor of IxoNodeVppBase"),
-         Node('I', "~IxoNodeVppBase", "[First] Need release vpp service now"),
+        {Dtor('V', "First", "destructor of IxoNodeVppBase"),
+         Dtor('I', "First", "Need release vpp service now"),
          Node('E', "ReleaseVppService", "Unlinking from death recipient failed"), Released()}));
     EXPECT_EQ(TestNode::s_vppService, nullptr);
 
     capture.Clear();
     second.reset();
     EXPECT_TRUE(
-        LogIs(capture, {Node('V', "~IxoNodeVppBase", "[Second] destructor of IxoNodeVppBase"),
-                        Node('I', "~IxoNodeVppBase",
-                             "[Second] s_pSessionCountLock is NULL, s_vppService: (nil)")}));
+        LogIs(capture, {Dtor('V', "Second", "destructor of IxoNodeVppBase"),
+                        Dtor('I', "Second", "s_pSessionCountLock is NULL, s_vppService: (nil)")}));
 
     // A service held without a lock stays held.
     ASSERT_EQ(TestNode::AcquireVppService("/default"), LumResultSuccess);
     const auto service = TestNode::s_vppService;
     capture.Clear();
     never.reset();
-    EXPECT_TRUE(
-        LogIs(capture, {Node('V', "~IxoNodeVppBase", "[NoLock] destructor of IxoNodeVppBase"),
-                        Node('I', "~IxoNodeVppBase",
-                             "[NoLock] s_pSessionCountLock is NULL, "
-                             "s_vppService: " +
-                                 Ptr(service.get()))}));
+    EXPECT_TRUE(LogIs(capture, {Dtor('V', "NoLock", "destructor of IxoNodeVppBase"),
+                                Dtor('I', "NoLock",
+                                     "s_pSessionCountLock is NULL, "
+                                     "s_vppService: " +
+                                         Ptr(service.get()))}));
     EXPECT_EQ(TestNode::s_vppService, service);
 }
 

@@ -2,7 +2,9 @@
 // deferred), flush and drain, close and terminate (direct, deferred and from the destructor).
 #include <algorithm>
 #include <chrono>
+#include <condition_variable>
 #include <map>
+#include <mutex>
 #include <thread>
 
 #include "session_fixture.h"
