@@ -56,17 +56,10 @@ inline int UnusedDescriptorNumber() {
 }
 
 // A camera buffer object over a native handle that the test owns and may fill with any numbers.
-class FakeCameraBuffer : public IxoImageList {
-  public:
-    FakeCameraBuffer(int numFds, int numInts) : m_pHandle(native_handle_create(numFds, numInts)) {}
-    ~FakeCameraBuffer() override { native_handle_delete(m_pHandle); }
-    FakeCameraBuffer(const FakeCameraBuffer&) = delete;
-    FakeCameraBuffer& operator=(const FakeCameraBuffer&) = delete;
-    void* GetHandleAddress() override { return &m_pHandle; }
-    native_handle_t* Handle() const { return m_pHandle; }
-
-  private:
-    native_handle_t* m_pHandle;
+struct FakeCameraBuffer : IxoImageList {
+    explicit FakeCameraBuffer(native_handle_t* pHandle) : pHandle(pHandle) {}
+    void* GetHandleAddress() override { return &pHandle; }
+    native_handle_t* pHandle;
 };
 
 // NV12 with a stride of its width (64x32 by default: planes of 2048 and 1024 bytes).
@@ -74,9 +67,7 @@ inline camera_host::CameraBufferConfig SmallNv12(bool descriptorPerPlane = false
                                                  std::vector<int32_t> ints = {},
                                                  uint32_t width = 64, uint32_t height = 32) {
     camera_host::CameraBufferConfig config;
-    config.geometry.width = width;
-    config.geometry.height = height;
-    config.geometry.format = IxoFormatNV12;
+    config.geometry = {width, height, IxoFormatNV12};
     config.descriptorPerPlane = descriptorPerPlane;
     config.ints = std::move(ints);
     return config;

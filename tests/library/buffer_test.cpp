@@ -416,11 +416,11 @@ TEST_F(NativeHandleTest, UndupableSlotArrivesAsMinusOne) {
     const int last = memfd_create("last", MFD_CLOEXEC);
     ASSERT_GE(first, 0);
     ASSERT_GE(last, 0);
-    FakeCameraBuffer fake(3, 1);
-    fake.Handle()->data[0] = first;
-    fake.Handle()->data[1] = UnusedDescriptorNumber();
-    fake.Handle()->data[2] = last;
-    fake.Handle()->data[3] = 99;
+    FakeCameraBuffer fake(native_handle_create(3, 1));
+    fake.pHandle->data[0] = first;
+    fake.pHandle->data[1] = UnusedDescriptorNumber();
+    fake.pHandle->data[2] = last;
+    fake.pHandle->data[3] = 99;
     request->input->pImageList = &fake;
 
     StartCapture();
@@ -435,6 +435,7 @@ TEST_F(NativeHandleTest, UndupableSlotArrivesAsMinusOne) {
     ExpectLastQueued(0, {-1}, kSmallNv12Size, kSmallNv12Size, 33333, 0, cookie);
     EXPECT_EQ(request->frcRatioInfo.inputQueuedNum, 2);
     EXPECT_TRUE(SyslogLines().empty());
+    native_handle_delete(fake.pHandle);
     close(first);
     close(last);
 }
