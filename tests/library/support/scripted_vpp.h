@@ -183,7 +183,6 @@ class ServiceRegistration {
     ~ServiceRegistration();
     ServiceRegistration(const ServiceRegistration&) = delete;
     ServiceRegistration& operator=(const ServiceRegistration&) = delete;
-    const std::shared_ptr<ScriptedService>& service() const { return m_service; }
 
   private:
     std::shared_ptr<ScriptedService> m_service;
