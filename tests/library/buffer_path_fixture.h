@@ -10,6 +10,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <tuple>
 #include <vector>
 
 #include "base_fixture.h"
@@ -36,13 +37,11 @@ inline std::string OutputOutcome(const char* verb, unsigned count, const std::st
 
 // Identity of an open descriptor's file: device and inode.
 using FileIdentity = std::pair<dev_t, ino_t>;
-
 inline FileIdentity IdentityOf(int fd) {
     struct stat status {};
     EXPECT_EQ(fstat(fd, &status), 0) << "descriptor " << fd << " is not open";
     return {status.st_dev, status.st_ino};
 }
-
 inline bool IsOpen(int fd) {
     return fd >= 0 && fcntl(fd, F_GETFD) >= 0;
 }
@@ -57,17 +56,10 @@ inline int UnusedDescriptorNumber() {
 }
 
 // A camera buffer object over a native handle that the test owns and may fill with any numbers.
-class FakeCameraBuffer : public IxoImageList {
-  public:
-    FakeCameraBuffer(int numFds, int numInts) : m_pHandle(native_handle_create(numFds, numInts)) {}
-    ~FakeCameraBuffer() override { native_handle_delete(m_pHandle); }
-    FakeCameraBuffer(const FakeCameraBuffer&) = delete;
-    FakeCameraBuffer& operator=(const FakeCameraBuffer&) = delete;
-    void* GetHandleAddress() override { return &m_pHandle; }
-    native_handle_t* Handle() const { return m_pHandle; }
-
-  private:
-    native_handle_t* m_pHandle;
+struct FakeCameraBuffer : IxoImageList {
+    explicit FakeCameraBuffer(native_handle_t* pHandle) : pHandle(pHandle) {}
+    void* GetHandleAddress() override { return &pHandle; }
+    native_handle_t* pHandle;
 };
 
 // NV12 with a stride of its width (64x32 by default: planes of 2048 and 1024 bytes).
@@ -75,9 +67,7 @@ inline camera_host::CameraBufferConfig SmallNv12(bool descriptorPerPlane = false
                                                  std::vector<int32_t> ints = {},
                                                  uint32_t width = 64, uint32_t height = 32) {
     camera_host::CameraBufferConfig config;
-    config.geometry.width = width;
-    config.geometry.height = height;
-    config.geometry.format = IxoFormatNV12;
+    config.geometry = {width, height, IxoFormatNV12};
     config.descriptorPerPlane = descriptorPerPlane;
     config.ints = std::move(ints);
     return config;
@@ -132,39 +122,52 @@ class BufferPathTest : public BaseTest {
 
     // The lines written since StartCapture, to the character, in both sinks.
     void ExpectLog(const std::vector<ExpectedLine>& expected) {
-        ASSERT_TRUE(m_logs.has_value()) << "StartCapture was not called";
         EXPECT_TRUE(LogIs(*m_logs, expected));
     }
-
     std::vector<camera_host::LogLine> SinkLines() const { return m_logs->Lines(); }
-    std::vector<SyslogLine> SyslogLines() const { return m_syslog->Lines(); }
-
+    std::vector<std::string> SyslogLines() const { return m_syslog->Lines(); }
     // The buffers the session received through queueBuf, with their ports.
     std::vector<Call> Queued() const { return session->CallsOf("queueBuf"); }
 
     std::unique_ptr<camera_host::RequestBuffers> MakeRequest(
         uint64_t requestId = 7, uint64_t frameTimestamp = 33333,
         const camera_host::CameraBufferConfig& config = SmallNv12()) {
-        auto request =
-            camera_host::RequestBuffers::Create(requestId, frameTimestamp, config, config);
-        EXPECT_NE(request, nullptr);
-        return request;
+        return camera_host::RequestBuffers::Create(requestId, frameTimestamp, config, config);
     }
 
-    // A descriptor seen by the session was a close-on-exec duplicate of original.
-    static void ExpectDuplicateOf(const FdSeen& seen, int original) {
-        EXPECT_TRUE(seen.open) << "slot " << seen.fd << " was not open during the call";
-        EXPECT_NE(seen.fd, original) << "the caller's own descriptor was sent";
-        EXPECT_TRUE(seen.closeOnExec);
-        EXPECT_EQ(FileIdentity(seen.device, seen.inode), IdentityOf(original));
-    }
-
-    // A descriptor number the session saw is closed now (or reused for another file).
-    static void ExpectReleased(const FdSeen& seen) {
-        if (IsOpen(seen.fd)) {
-            EXPECT_NE(IdentityOf(seen.fd), FileIdentity(seen.device, seen.inode))
-                << "duplicate " << seen.fd << " is still open";
+    // The last buffer queued: its port, every field but the descriptors, and each descriptor a
+    // fresh close-on-exec duplicate of its original (-1: arrived as -1), closed after the call.
+    BufferSeen ExpectLastQueued(int32_t port, const std::vector<int>& originals, int32_t length,
+                                int32_t filled, int64_t timestamp, int32_t flags,
+                                int64_t cookie) const {
+        const std::vector<Call> queued = Queued();
+        if (queued.empty()) {
+            ADD_FAILURE() << "nothing was queued";
+            return {};
         }
+        const BufferSeen seen = *queued.back().buffer;
+        EXPECT_EQ(queued.back().port, port);
+        EXPECT_EQ(std::make_tuple(seen.offset, seen.bufferLen, seen.filledLen, seen.allocLen,
+                                  seen.extras, seen.extraOffset, seen.extraLen, seen.flags,
+                                  seen.timestamp, seen.portType, seen.cookie),
+                  std::make_tuple(0, length, filled, length, size_t{0}, int64_t{0}, int64_t{0},
+                                  flags, timestamp, int64_t{0}, cookie));
+        EXPECT_EQ(seen.fds.size(), originals.size());
+        for (size_t i = 0; i < std::min(seen.fds.size(), originals.size()); i++) {
+            const FdSeen& fd = seen.fds[i];
+            if (originals[i] < 0) {
+                EXPECT_EQ(fd.fd, -1) << "slot " << i;
+                continue;
+            }
+            EXPECT_TRUE(fd.open && fd.closeOnExec) << "slot " << i << " was not a duplicate";
+            EXPECT_NE(fd.fd, originals[i]) << "the caller's own descriptor was sent";
+            EXPECT_EQ(FileIdentity(fd.device, fd.inode), IdentityOf(originals[i]));
+            if (IsOpen(fd.fd)) {  // closed now, or reused for another file
+                EXPECT_NE(IdentityOf(fd.fd), FileIdentity(fd.device, fd.inode))
+                    << "duplicate " << fd.fd << " is still open";
+            }
+        }
+        return seen;
     }
 
     std::shared_ptr<ScriptedService> service;

@@ -44,22 +44,6 @@ std::string OutputDuplicated(const std::string& requestId, const native_handle_t
            ", pImageBuffer size: " + size + " phNativeHandle: " + Ptr(pHandle);
 }
 
-// Every field of a queued image buffer but its descriptors.
-void ExpectImageBuffer(const BufferSeen& seen, int32_t length, int32_t filled, int64_t timestamp,
-                       int32_t flags, int64_t cookie) {
-    EXPECT_EQ(seen.offset, 0);
-    EXPECT_EQ(seen.bufferLen, length);
-    EXPECT_EQ(seen.filledLen, filled);
-    EXPECT_EQ(seen.allocLen, length);
-    EXPECT_EQ(seen.extraFds + seen.extraInts + seen.metadataCount, 0u);
-    EXPECT_EQ(seen.extraOffset, 0);
-    EXPECT_EQ(seen.extraLen, 0);
-    EXPECT_EQ(seen.flags, flags);
-    EXPECT_EQ(seen.timestamp, timestamp);
-    EXPECT_EQ(seen.portType, 0);
-    EXPECT_EQ(seen.cookie, cookie);
-}
-
 using QueueInputTest = BufferPathTest;
 
 // Each descriptor of the camera handle goes out as a fresh close-on-exec duplicate beside the
@@ -70,22 +54,14 @@ TEST_F(QueueInputTest, CameraFrameIsSentFieldByFieldAndCounted) {
     const native_handle_t* pHandle = request->input->Camera()->Handle();
     const int cameraFd = pHandle->data[0];
     const uint64_t newTimestamp = 0xFFFFFFFFFFFFFFF0ULL;
-
     StartCapture();
     EXPECT_EQ(node->QueueInput(&request->info, UINT64_MAX, 255, 0, 0, newTimestamp),
               LumResultSuccess);
-    const std::vector<Call> queued = Queued();
-    ASSERT_EQ(queued.size(), 1u);
-    EXPECT_EQ(queued[0].port, 0);
-    const BufferSeen& seen = *queued[0].buffer;
-    ASSERT_EQ(seen.fds.size(), 2u);
-    ExpectDuplicateOf(seen.fds[0], cameraFd);
-    ExpectDuplicateOf(seen.fds[1], pHandle->data[1]);
+    EXPECT_EQ(Queued().size(), 1u);
+    const BufferSeen seen = ExpectLastQueued(0, {cameraFd, pHandle->data[1]}, kSmallNv12Size,
+                                             kSmallNv12Size, static_cast<int64_t>(newTimestamp), 0,
+                                             CookieOf(&request->info.inputCookie));
     EXPECT_EQ(seen.ints, (std::vector<int32_t>{7, -3}));
-    ExpectImageBuffer(seen, kSmallNv12Size, kSmallNv12Size, static_cast<int64_t>(newTimestamp), 0,
-                      CookieOf(&request->info.inputCookie));
-    ExpectReleased(seen.fds[0]);
-    ExpectReleased(seen.fds[1]);
     EXPECT_TRUE(SyslogLines().empty());
     EXPECT_TRUE(IsOpen(cameraFd) && IsOpen(pHandle->data[1]));
     EXPECT_EQ(request->frcRatioInfo.inputQueuedNum, 1);
@@ -108,16 +84,11 @@ TEST_F(QueueInputTest, CameraFrameIsSentFieldByFieldAndCounted) {
 // record nothing is counted and the count line is left out.
 TEST_F(QueueInputTest, EndOfStreamAndMissingRecordAreNotCounted) {
     auto request = MakeRequest(9, 500);
+    const int cameraFd = request->input->Camera()->Handle()->data[0];
     for (int32_t isEOS : {1, 2, -1, 0x101}) {
         EXPECT_EQ(node->QueueInput(&request->info, 9, 1, isEOS, 0, 0), LumResultSuccess);
-    }
-    const std::vector<Call> queued = Queued();
-    ASSERT_EQ(queued.size(), 4u);
-    ExpectImageBuffer(*queued[0].buffer, kSmallNv12Size, kSmallNv12Size, 500, 1,
-                      CookieOf(&request->info.inputCookie));
-    EXPECT_EQ(queued[0].buffer->fds.size(), 1u);
-    for (size_t i = 1; i < queued.size(); i++) {
-        EXPECT_EQ(queued[i].buffer->flags, 0);
+        ExpectLastQueued(0, {cameraFd}, kSmallNv12Size, kSmallNv12Size, 500, isEOS == 1 ? 1 : 0,
+                         CookieOf(&request->info.inputCookie));
     }
     EXPECT_EQ(request->frcRatioInfo.inputQueuedNum, 3);
 
@@ -137,13 +108,9 @@ TEST_F(QueueInputTest, AnyNonZeroGenerateFlagWrapsTheInternalBuffer) {
         SCOPED_TRACE(needGenerateFd);
         StartCapture();
         EXPECT_EQ(node->QueueInput(&request->info, 11, 4, 0, needGenerateFd, 0), LumResultSuccess);
-        const BufferSeen seen = *Queued().back().buffer;
-        ASSERT_EQ(seen.fds.size(), 1u);
-        ExpectDuplicateOf(seen.fds[0], internal);
-        EXPECT_TRUE(seen.ints.empty());
-        ExpectImageBuffer(seen, kSmallNv12Size, kSmallNv12Size, 700, 0,
-                          CookieOf(&request->info.inputCookie));
-        ExpectReleased(seen.fds[0]);
+        EXPECT_TRUE(ExpectLastQueued(0, {internal}, kSmallNv12Size, kSmallNv12Size, 700, 0,
+                                     CookieOf(&request->info.inputCookie))
+                        .ints.empty());
     }
     // The internal buffer keeps its own descriptor.
     EXPECT_EQ(request->input->bufferFd, internal);
@@ -173,7 +140,8 @@ TEST_F(QueueInputTest, EveryServiceRefusalIsATimeout) {
         StartCapture();
         EXPECT_EQ(node->QueueInput(&request->info, 7, 2, 0, 0, 0), LumResultETimeout);
         EXPECT_EQ(request->frcRatioInfo.inputQueuedNum, 9);
-        ExpectReleased(Queued().back().buffer->fds.at(0));
+        ExpectLastQueued(0, {pHandle->data[0]}, kSmallNv12Size, kSmallNv12Size, 100, 0,
+                         CookieOf(&request->info.inputCookie));
     }
     ExpectLog({
         Node('I', "QueueInput", InputEntry("7", 2, "0")),
@@ -200,105 +168,80 @@ TEST_F(QueueInputTest, MissingCameraHandleFailsBeforeTheService) {
         StartCapture();
         EXPECT_EQ(node->QueueInput(&request->info, 7, 6, noObject ? 0 : 1, 0, 0),
                   LumResultETimeout);
-        EXPECT_TRUE(Queued().empty());
         EXPECT_EQ(request->frcRatioInfo.inputQueuedNum, 0);
+        std::vector<ExpectedLine> expected = {Node('I', "QueueInput", InputEntry("7", 6, "0"))};
         if (noObject) {
-            ExpectLog({Node('I', "QueueInput", InputEntry("7", 6, "0")),
-                       Node('E', "GetNativeHandle", "[BufNode] Failed to get camera buffer!"),
-                       Node('E', "QueueInput", NoHandle("7", 6))});
+            expected.push_back(
+                Node('E', "GetNativeHandle", "[BufNode] Failed to get camera buffer!"));
         } else {
-            ExpectLog({Node('I', "QueueInput", InputEntry("7", 6, "0")),
-                       Node('I', "QueueInput", "[BufNode] >> queue EOS buffer of requestId: 7"),
-                       Node('V', "GetNativeHandle", "[BufNode] get phNativeHandle: (nil)"),
-                       Node('E', "QueueInput", NoHandle("7", 6))});
+            expected.push_back(
+                Node('I', "QueueInput", "[BufNode] >> queue EOS buffer of requestId: 7"));
+            expected.push_back(Node('V', "GetNativeHandle", "[BufNode] get phNativeHandle: (nil)"));
         }
+        expected.push_back(Node('E', "QueueInput", NoHandle("7", 6)));
+        ExpectLog(expected);
         if (mode == HandleMode::NullHandle) {
             StartCapture();
             EXPECT_EQ(node->QueueOutput(&request->info, 7, 4, 0), LumResultETimeout);
-            EXPECT_TRUE(Queued().empty());
             EXPECT_EQ(request->frcRatioInfo.outputQueuedNum, 0);
             ExpectLog({Node('I', "QueueOutput", "[BufNode] queueOutput of requestId: 7, index: 4"),
                        Node('V', "GetNativeHandle", "[BufNode] get phNativeHandle: (nil)"),
                        Node('E', "QueueOutput", NoHandle("7", 4))});
         }
+        EXPECT_TRUE(Queued().empty());
     }
 }
 
-class QueueOutputTest : public BufferPathTest {
-  protected:
-    // A request whose output image (128x64 NV12, 12288 bytes) differs from its input image.
-    std::unique_ptr<RequestBuffers> MakeOutputRequest(uint64_t requestId,
-                                                      HandleMode mode = HandleMode::Normal) {
-        CameraBufferConfig output = SmallNv12(false, {}, 128, 64);
-        output.handleMode = mode;
-        auto request = RequestBuffers::Create(requestId, 33333, SmallNv12(), output);
-        EXPECT_NE(request, nullptr);
-        return request;
-    }
-    static constexpr uint32_t kOutputSize = 12288;
-};
+constexpr uint32_t kLargeSize = 12288;  // 128x64 NV12
 
-// Port 1, no timestamp, nothing filled; end-of-stream buffers are counted too.
-TEST_F(QueueOutputTest, OutputBufferIsSentFieldByFieldAndCounted) {
-    auto request = MakeOutputRequest(21);
+// Port 1, no timestamp, nothing filled, the output image's size (128x64, not the input's);
+// end-of-stream buffers are counted too. A refusal is a timeout that leaves the counter and
+// releases the duplicate; without an FRC record both outcome lines print the count as 1.
+TEST_F(BufferPathTest, OutputBufferIsSentAndCountedUnlessRefused) {
+    auto request = RequestBuffers::Create(21, 33333, SmallNv12(), SmallNv12(false, {}, 128, 64));
     const native_handle_t* pHandle = request->output->Camera()->Handle();
+    const void* pCookie = &request->info.outputCookie;
     StartCapture();
     EXPECT_EQ(node->QueueOutput(&request->info, 21, 2, 0), LumResultSuccess);
-    const std::vector<Call> queued = Queued();
-    ASSERT_EQ(queued.size(), 1u);
-    EXPECT_EQ(queued[0].port, 1);
-    const BufferSeen& seen = *queued[0].buffer;
-    ASSERT_EQ(seen.fds.size(), 1u);
-    ExpectDuplicateOf(seen.fds[0], pHandle->data[0]);
-    ExpectImageBuffer(seen, kOutputSize, 0, 0, 0, CookieOf(&request->info.outputCookie));
+    EXPECT_EQ(Queued().size(), 1u);
+    ExpectLastQueued(1, {pHandle->data[0]}, kLargeSize, 0, 0, 0, CookieOf(pCookie));
     EXPECT_EQ(request->frcRatioInfo.outputQueuedNum, 1);
     EXPECT_EQ(request->frcRatioInfo.inputQueuedNum, 0);
-    ExpectReleased(seen.fds[0]);
     ExpectLog({
         Node('I', "QueueOutput", "[BufNode] queueOutput of requestId: 21, index: 2"),
         Node('V', "GetNativeHandle", HandleLine(pHandle)),
         Node('I', "QueueOutput", OutputDuplicated("21", pHandle, "12288")),
         Node('I', "QueueOutput",
-             OutputOutcome("success!", 1, "21", 2, kOutputSize, pHandle,
-                           &request->info.outputCookie)),
+             OutputOutcome("success!", 1, "21", 2, kLargeSize, pHandle, pCookie)),
     });
-
     EXPECT_EQ(node->QueueOutput(&request->info, 21, 0, 1), LumResultSuccess);
     EXPECT_EQ(Queued().back().buffer->flags, 1);
     EXPECT_EQ(request->frcRatioInfo.outputQueuedNum, 2);
-}
 
-// A refusal is a timeout that leaves the counter and releases the duplicate; without an FRC
-// record both outcome lines print the count as 1.
-TEST_F(QueueOutputTest, RefusalIsATimeoutAndLeavesTheCounter) {
-    auto request = MakeOutputRequest(25);
-    request->frcRatioInfo.outputQueuedNum = 7;
-    const native_handle_t* pHandle = request->output->Camera()->Handle();
     session->Script("queueBuf", {Answer(VppError::VPP_PENDING), Answer(VppError::VPP_OK),
                                  Answer(static_cast<VppError>(1000))});
     StartCapture();
-    EXPECT_EQ(node->QueueOutput(&request->info, 25, 3, 1), LumResultETimeout);
-    EXPECT_EQ(request->frcRatioInfo.outputQueuedNum, 7);
-    ExpectReleased(Queued().back().buffer->fds.at(0));
+    EXPECT_EQ(node->QueueOutput(&request->info, 21, 3, 1), LumResultETimeout);
+    EXPECT_EQ(request->frcRatioInfo.outputQueuedNum, 2);
+    ExpectLastQueued(1, {pHandle->data[0]}, kLargeSize, 0, 0, 1, CookieOf(pCookie));
     ExpectLog({
-        Node('I', "QueueOutput", "[BufNode] queueOutput of requestId: 25, index: 3"),
-        Node('I', "QueueOutput", "[BufNode] >> queue EOS buffer of requestId: 25"),
+        Node('I', "QueueOutput", "[BufNode] queueOutput of requestId: 21, index: 3"),
+        Node('I', "QueueOutput", "[BufNode] >> queue EOS buffer of requestId: 21"),
         Node('V', "GetNativeHandle", HandleLine(pHandle)),
-        Node('I', "QueueOutput", OutputDuplicated("25", pHandle, "12288")),
+        Node('I', "QueueOutput", OutputDuplicated("21", pHandle, "12288")),
         Node('E', "QueueOutput",
-             OutputOutcome("failed!", 7, "25", 3, kOutputSize, pHandle,
-                           &request->info.outputCookie)),
+             OutputOutcome("failed!", 2, "21", 3, kLargeSize, pHandle, pCookie)),
     });
 
     request->info.pFrcRatioInfo = nullptr;
     StartCapture();
-    EXPECT_EQ(node->QueueOutput(&request->info, 25, 0, 0), LumResultSuccess);
-    EXPECT_EQ(SinkLines().back().message, OutputOutcome("success!", 1, "25", 0, kOutputSize,
-                                                        pHandle, &request->info.outputCookie));
-    EXPECT_EQ(node->QueueOutput(&request->info, 25, 1, 0), LumResultETimeout);
-    EXPECT_EQ(SinkLines().back().message, OutputOutcome("failed!", 1, "25", 1, kOutputSize, pHandle,
-                                                        &request->info.outputCookie));
-    EXPECT_EQ(request->frcRatioInfo.outputQueuedNum, 7);
+    EXPECT_EQ(node->QueueOutput(&request->info, 21, 0, 0), LumResultSuccess);
+    EXPECT_EQ(SinkLines().back().message,
+              OutputOutcome("success!", 1, "21", 0, kLargeSize, pHandle, pCookie));
+    EXPECT_EQ(node->QueueOutput(&request->info, 21, 1, 0), LumResultETimeout);
+    EXPECT_EQ(SinkLines().back().message,
+              OutputOutcome("failed!", 1, "21", 1, kLargeSize, pHandle, pCookie));
+    EXPECT_EQ(request->frcRatioInfo.outputQueuedNum, 2);
 }
 
 // The memory-less end-of-stream buffer on port 0: only the flag, one line; a refusal is a failure
@@ -306,12 +249,8 @@ TEST_F(QueueOutputTest, RefusalIsATimeoutAndLeavesTheCounter) {
 TEST_F(BufferPathTest, EmptyEndOfStreamBufferCarriesOnlyTheFlag) {
     StartCapture();
     EXPECT_EQ(node->QueueInputEmpty(UINT64_MAX, 4000000000u), LumResultSuccess);
-    ASSERT_EQ(Queued().size(), 1u);
-    EXPECT_EQ(Queued()[0].port, 0);
-    const BufferSeen seen = *Queued()[0].buffer;
-    EXPECT_TRUE(seen.fds.empty());
-    EXPECT_TRUE(seen.ints.empty());
-    ExpectImageBuffer(seen, 0, 0, 0, 1, 0);
+    EXPECT_EQ(Queued().size(), 1u);
+    EXPECT_TRUE(ExpectLastQueued(0, {}, 0, 0, 0, 1, 0).ints.empty());
     ExpectLog({Node('I', "QueueInputEmpty",
                     "[BufNode] QueueInputEmpty of requestId: 18446744073709551615, index: "
                     "4000000000")});
@@ -342,8 +281,6 @@ class QueueTempTest : public BufferPathTest {
         BufferPathTest::SetUp();
         request = RequestBuffers::Create(31, 1000, SmallNv12(), SmallNv12(false, {}, 128, 64));
         temp = RequestBuffers::Create(32, 2000, SmallNv12(), SmallNv12());
-        ASSERT_NE(request, nullptr);
-        ASSERT_NE(temp, nullptr);
     }
     void TearDown() override {
         request.reset();
@@ -364,7 +301,6 @@ class QueueTempTest : public BufferPathTest {
     std::unique_ptr<RequestBuffers> temp;
 };
 
-constexpr uint32_t kLargeSize = 12288;
 const char* const kTemp = "QueueTempBuffertoVPPOutput";
 const char* const kTempEntry = "[BufNode] QueueTempBuffertoVPPOutput of requestId: 31, index: 5";
 
@@ -375,17 +311,12 @@ TEST_F(QueueTempTest, InternalBufferOfTheTemporaryRequestIsChargedToTheAskingOne
     const int internal = temp->output->InternalDescriptor();
     StartCapture();
     EXPECT_EQ(Queue(1, nullptr), LumResultSuccess);
-    const std::vector<Call> queued = Queued();
-    ASSERT_EQ(queued.size(), 1u);
-    EXPECT_EQ(queued[0].port, 1);
-    const BufferSeen& seen = *queued[0].buffer;
-    ASSERT_EQ(seen.fds.size(), 1u);
-    EXPECT_TRUE(seen.ints.empty());
-    ExpectDuplicateOf(seen.fds[0], internal);
-    ExpectImageBuffer(seen, kLargeSize, 0, 0, 0, CookieOf(&temp->info.outputCookie));
+    EXPECT_EQ(Queued().size(), 1u);
+    EXPECT_TRUE(
+        ExpectLastQueued(1, {internal}, kLargeSize, 0, 0, 0, CookieOf(&temp->info.outputCookie))
+            .ints.empty());
     EXPECT_EQ(request->frcRatioInfo.outputQueuedNum, 1);
     EXPECT_EQ(temp->frcRatioInfo.outputQueuedNum, 0);
-    ExpectReleased(seen.fds[0]);
     EXPECT_TRUE(IsOpen(internal));
     // The lines up to the outcome of a generated internal buffer.
     const std::vector<ExpectedLine> generated = {
@@ -420,11 +351,8 @@ TEST_F(QueueTempTest, AnyOtherGenerateFlagTakesTheCameraObject) {
     for (int32_t needGenerateFd : {0, 2, -1}) {
         SCOPED_TRACE(needGenerateFd);
         EXPECT_EQ(Queue(needGenerateFd, pCamera), LumResultSuccess);
-        const BufferSeen seen = *Queued().back().buffer;
-        ASSERT_EQ(seen.fds.size(), 1u);
-        ExpectDuplicateOf(seen.fds[0], pHandle->data[0]);
-        EXPECT_EQ(seen.bufferLen, static_cast<int32_t>(kLargeSize));
-        EXPECT_EQ(seen.cookie, CookieOf(&temp->info.outputCookie));
+        ExpectLastQueued(1, {pHandle->data[0]}, kLargeSize, 0, 0, 0,
+                         CookieOf(&temp->info.outputCookie));
     }
     EXPECT_EQ(request->frcRatioInfo.outputQueuedNum, 3);
     EXPECT_TRUE(IsOpen(pHandle->data[0]));
@@ -433,7 +361,8 @@ TEST_F(QueueTempTest, AnyOtherGenerateFlagTakesTheCameraObject) {
     StartCapture();
     EXPECT_EQ(Queue(0, pCamera, 0, 200), LumResultETimeout);
     EXPECT_EQ(request->frcRatioInfo.outputQueuedNum, 3);
-    ExpectReleased(Queued().back().buffer->fds.at(0));
+    ExpectLastQueued(1, {pHandle->data[0]}, kLargeSize, 0, 0, 0,
+                     CookieOf(&temp->info.outputCookie));
     ExpectLog({
         Ixe('I', kTemp, "[BufNode] QueueTempBuffertoVPPOutput of requestId: 31, index: 200"),
         Ixe('I', kTemp, HandleLine(pHandle)),
@@ -463,11 +392,9 @@ TEST_F(QueueTempTest, NullOrEmptyCameraObject) {
     request->frcRatioInfo.outputQueuedNum = 255;
     StartCapture();
     EXPECT_EQ(Queue(3, nullptr, 1), LumResultSuccess);
-    ASSERT_EQ(Queued().size(), 1u);
-    const BufferSeen seen = *Queued()[0].buffer;
-    EXPECT_TRUE(seen.fds.empty());
-    EXPECT_TRUE(seen.ints.empty());
-    ExpectImageBuffer(seen, 0, 0, 0, 1, CookieOf(&temp->info.outputCookie));
+    EXPECT_EQ(Queued().size(), 1u);
+    EXPECT_TRUE(
+        ExpectLastQueued(1, {}, 0, 0, 0, 1, CookieOf(&temp->info.outputCookie)).ints.empty());
     EXPECT_EQ(request->frcRatioInfo.outputQueuedNum, 0);
     ExpectLog({
         Ixe('I', kTemp, kTempEntry),
@@ -489,32 +416,26 @@ TEST_F(NativeHandleTest, UndupableSlotArrivesAsMinusOne) {
     const int last = memfd_create("last", MFD_CLOEXEC);
     ASSERT_GE(first, 0);
     ASSERT_GE(last, 0);
-    FakeCameraBuffer fake(3, 1);
-    fake.Handle()->data[0] = first;
-    fake.Handle()->data[1] = UnusedDescriptorNumber();
-    fake.Handle()->data[2] = last;
-    fake.Handle()->data[3] = 99;
+    FakeCameraBuffer fake(native_handle_create(3, 1));
+    fake.pHandle->data[0] = first;
+    fake.pHandle->data[1] = UnusedDescriptorNumber();
+    fake.pHandle->data[2] = last;
+    fake.pHandle->data[3] = 99;
     request->input->pImageList = &fake;
 
     StartCapture();
+    const int64_t cookie = CookieOf(&request->info.inputCookie);
     EXPECT_EQ(node->QueueInput(&request->info, 7, 0, 0, 0, 0), LumResultSuccess);
+    EXPECT_EQ(
+        ExpectLastQueued(0, {first, -1, last}, kSmallNv12Size, kSmallNv12Size, 33333, 0, cookie)
+            .ints,
+        std::vector<int32_t>{99});
     request->input->bufferFd = UnusedDescriptorNumber();
     EXPECT_EQ(node->QueueInput(&request->info, 7, 0, 0, 1, 0), LumResultSuccess);
-    const std::vector<Call> queued = Queued();
-    ASSERT_EQ(queued.size(), 2u);
-    const BufferSeen& seen = *queued[0].buffer;
-    ASSERT_EQ(seen.fds.size(), 3u);
-    ExpectDuplicateOf(seen.fds[0], first);
-    EXPECT_EQ(seen.fds[1].fd, -1);
-    ExpectDuplicateOf(seen.fds[2], last);
-    EXPECT_EQ(seen.ints, std::vector<int32_t>{99});
-    ExpectReleased(seen.fds[0]);
-    ExpectReleased(seen.fds[2]);
-    ASSERT_EQ(queued[1].buffer->fds.size(), 1u);
-    EXPECT_EQ(queued[1].buffer->fds[0].fd, -1);
-    EXPECT_EQ(queued[1].buffer->bufferLen, kSmallNv12Size);
+    ExpectLastQueued(0, {-1}, kSmallNv12Size, kSmallNv12Size, 33333, 0, cookie);
     EXPECT_EQ(request->frcRatioInfo.inputQueuedNum, 2);
     EXPECT_TRUE(SyslogLines().empty());
+    native_handle_delete(fake.pHandle);
     close(first);
     close(last);
 }

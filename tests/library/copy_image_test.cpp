@@ -14,17 +14,6 @@ using Bytes = std::vector<uint8_t>;
 
 constexpr uint8_t kUntouched = 0xEE;
 
-ImageGeometry Geometry(uint32_t format, uint32_t width, uint32_t height, uint32_t stride,
-                       uint32_t scanline = 0) {
-    ImageGeometry geometry;
-    geometry.format = format;
-    geometry.width = width;
-    geometry.height = height;
-    geometry.stride = stride;
-    geometry.scanline = scanline;
-    return geometry;
-}
-
 Bytes PlaneBytes(const PlainImageList& list, uint32_t image, uint32_t plane) {
     const uint8_t* pPlane = list.PlaneAddress(image, plane);
     return Bytes(pPlane, pPlane + list.planeSize[plane]);
@@ -40,9 +29,7 @@ std::unique_ptr<PlainImageList> MakeList(const ImageGeometry& geometry, uint32_t
         for (uint32_t p = 0; p < list->numberOfPlanes; p++) {
             uint8_t* pPlane = list->PlaneAddress(k, p);
             for (uint64_t i = 0; i < list->planeSize[p]; i++) {
-                pPlane[i] = seed == 0
-                                ? kUntouched
-                                : static_cast<uint8_t>(seed + 31 * k + 71 * p + i * 7 + i / 251);
+                pPlane[i] = seed == 0 ? kUntouched : seed + 31 * k + 71 * p + i * 7 + i / 251;
             }
         }
     }
@@ -57,21 +44,6 @@ bool SameFormat(const IxoImageList& a, const IxoImageList& b) {
 
 using CopyImageTest = BufferPathTest;
 
-TEST_F(CopyImageTest, NullArgumentIsAnInvalidPointer) {
-    auto list = MakeList(Geometry(IxoFormatNV12, 64, 32, 64), 1, 0);
-    const std::string address = Ptr(list.get());
-    StartCapture();
-    EXPECT_EQ(node->CopyImage(nullptr, list.get()), LumResultEInvalidPointer);
-    EXPECT_EQ(node->CopyImage(list.get(), nullptr), LumResultEInvalidPointer);
-    // The one line without brackets around the node name; "%pK" prints the pointer and a K.
-    ExpectLog({
-        Node('E', "CopyImage",
-             "BufNode NULL pointer sent, hInput:" + address + "K, hOutput:(nil)K"),
-        Node('E', "CopyImage",
-             "BufNode NULL pointer sent, hInput:(nil)K, hOutput:" + address + "K"),
-    });
-}
-
 // Same layout, or a format copied whole (YUV420P, unknown, out of range): every plane by the
 // source's size, the rest of a larger destination untouched; the record is the source's.
 TEST_F(CopyImageTest, WholePlanesBySourceSizes) {
@@ -83,9 +55,9 @@ TEST_F(CopyImageTest, WholePlanesBySourceSizes) {
                  {IxoFormatUnknown, IxoFormatNV12, 128, 40}};
     for (const auto& c : cases) {
         SCOPED_TRACE(c.sourceFormat);
-        auto input = MakeList(Geometry(c.listFormat, 64, 32, 64), 2, 2);
+        auto input = MakeList(ImageGeometry{64, 32, c.listFormat, 64}, 2, 2);
         auto output =
-            MakeList(Geometry(c.listFormat, 64, 32, c.outputStride, c.outputScanline), 2, 0);
+            MakeList(ImageGeometry{64, 32, c.listFormat, c.outputStride, c.outputScanline}, 2, 0);
         input->formatBlock.format = c.sourceFormat;
         std::vector<Bytes> expected;
         for (uint32_t k = 0; k < 2; k++) {
@@ -129,9 +101,8 @@ TEST_F(CopyImageTest, RowByRowCopiesBoundRowsAndPlanes) {
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(&c - cases);
-        const ImageGeometry in = Geometry(c.format, c.input[0], c.input[1], c.input[2], c.input[3]);
-        const ImageGeometry out =
-            Geometry(c.format, c.output[0], c.output[1], c.output[2], c.output[3]);
+        const ImageGeometry in{c.input[0], c.input[1], c.format, c.input[2], c.input[3]};
+        const ImageGeometry out{c.output[0], c.output[1], c.format, c.output[2], c.output[3]};
         auto input = MakeList(in, 2, 4);
         auto output = MakeList(out, 2, 0);
         input->formatBlock.format = c.sourceFormat;
@@ -170,8 +141,8 @@ TEST_F(CopyImageTest, RowByRowCopiesBoundRowsAndPlanes) {
 
 // Planes at the same address are skipped with one warning each; the others are copied.
 TEST_F(CopyImageTest, IdenticalAddressesAreSkippedWithOneWarningEach) {
-    auto input = MakeList(Geometry(IxoFormatNV12, 64, 32, 64), 2, 7);
-    auto output = MakeList(Geometry(IxoFormatNV12, 64, 32, 64), 2, 0);
+    auto input = MakeList(ImageGeometry{64, 32, IxoFormatNV12, 64}, 2, 7);
+    auto output = MakeList(ImageGeometry{64, 32, IxoFormatNV12, 64}, 2, 0);
     output->pAddr[0][1] = input->pAddr[0][1];
     output->pAddr[1][0] = input->pAddr[1][0];
     const Bytes shared = PlaneBytes(*input, 0, 1);
@@ -192,21 +163,29 @@ TEST_F(CopyImageTest, IdenticalAddressesAreSkippedWithOneWarningEach) {
     EXPECT_EQ(PlaneBytes(*output, 1, 0), Bytes(2048, kUntouched));
 }
 
-// A destination with fewer planes is refused and left as it was; a source without images hands
-// over its record and copies nothing.
-TEST_F(CopyImageTest, FewerPlanesRefusedNoImagesCopiesNothing) {
-    auto input = MakeList(Geometry(IxoFormatYUV420P, 64, 32, 64), 1, 8);
-    auto output = MakeList(Geometry(IxoFormatNV12, 64, 32, 128), 1, 0);
-    const auto before = MakeList(Geometry(IxoFormatNV12, 64, 32, 128), 1, 0);
+// A null list is an invalid pointer; a destination with fewer planes is refused and left as it
+// was; a source without images hands over its record and copies nothing.
+TEST_F(CopyImageTest, BadArgumentsRefusedNoImagesCopiesNothing) {
+    auto input = MakeList(ImageGeometry{64, 32, IxoFormatYUV420P, 64}, 1, 8);
+    auto output = MakeList(ImageGeometry{64, 32, IxoFormatNV12, 128}, 1, 0);
+    const auto before = MakeList(ImageGeometry{64, 32, IxoFormatNV12, 128}, 1, 0);
+    const std::string address = Ptr(output.get());
     StartCapture();
+    EXPECT_EQ(node->CopyImage(nullptr, output.get()), LumResultEInvalidPointer);
+    EXPECT_EQ(node->CopyImage(output.get(), nullptr), LumResultEInvalidPointer);
     EXPECT_EQ(node->CopyImage(output.get(), input.get()), LumResultEInvalidArg);
+    // The one line without brackets around the node name; "%pK" prints the pointer and a K.
     ExpectLog({Node('E', "CopyImage",
+                    "BufNode NULL pointer sent, hInput:" + address + "K, hOutput:(nil)K"),
+               Node('E', "CopyImage",
+                    "BufNode NULL pointer sent, hInput:(nil)K, hOutput:" + address + "K"),
+               Node('E', "CopyImage",
                     "[BufNode] Invalid argument: output numberOfPlanes is smaller than input")});
     EXPECT_TRUE(SameFormat(*output, *before));
     EXPECT_EQ(PlaneBytes(*output, 0, 0), Bytes(output->planeSize[0], kUntouched));
 
-    auto empty = MakeList(Geometry(IxoFormatYUV420P, 64, 32, 64), 0, 0);
-    auto target = MakeList(Geometry(IxoFormatYUV420P, 96, 48, 128), 1, 0);
+    auto empty = MakeList(ImageGeometry{64, 32, IxoFormatYUV420P, 64}, 0, 0);
+    auto target = MakeList(ImageGeometry{96, 48, IxoFormatYUV420P, 128}, 1, 0);
     const Bytes planes[] = {PlaneBytes(*target, 0, 0), PlaneBytes(*target, 0, 1),
                             PlaneBytes(*target, 0, 2)};
     EXPECT_EQ(node->CopyImage(target.get(), empty.get()), LumResultSuccess);

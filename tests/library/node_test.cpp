@@ -1,7 +1,6 @@
 // The node base object: Initialize's failure matrix, the destructor's session count and service
 // release, the service link (acquisition, release, death) and the callback bridge.
 #include <android/binder_manager.h>
-#include <gtest/gtest.h>
 
 #include <algorithm>
 #include <atomic>
@@ -9,9 +8,7 @@
 #include <string>
 #include <vector>
 
-#include "base_fixture.h"
-#include "scripted_vpp.h"
-#include "test_node.h"
+#include "session_fixture.h"
 
 namespace vpptest {
 namespace {
@@ -24,38 +21,34 @@ IxoNodeInterface g_nodeInterface{};
 // The count and its lock as the Initialize lines print them, with the lock given.
 std::string CountState(const void* pLock) {
     return Printf(
-        "&s_sessionCount: %p, s_sessionCount: %u, &s_pSessionCountLock: %p, s_pSessionCountLock: "
-        "%p",
+        "&s_sessionCount: %p, s_sessionCount: %u, &s_pSessionCountLock: %p, "
+        "s_pSessionCountLock: %p",
         static_cast<void*>(&TestNode::s_sessionCount), TestNode::s_sessionCount,
         static_cast<void*>(&TestNode::s_pSessionCountLock), pLock);
 }
-std::string InitializeVerboseLine(const char* pName) {
-    return Printf("[%s] initialize IxoNodeVppBase, ", pName) +
-           CountState(TestNode::s_pSessionCountLock);
+ExpectedLine InitializeVerbose(const char* pName) {
+    return Node('V', "Initialize",
+                Printf("[%s] initialize IxoNodeVppBase, ", pName) +
+                    CountState(TestNode::s_pSessionCountLock));
 }
-std::string InitializeInfoLine(const char* pName, const void* pLock) {
-    return Printf("[%s] ", pName) + CountState(pLock);
-}
-
+// The service pointer as AcquireVppService and ReleaseVppService print it.
 std::string AcquireLine() {
     return Printf("&s_vppService: %p, s_vppService: %p",
                   static_cast<void*>(&TestNode::s_vppService),
                   static_cast<void*>(TestNode::s_vppService.get()));
 }
-
-std::string ReleasedLine() {
-    return Printf("&s_vppService: %p, s_vppService is already released, s_vppService: %p",
-                  static_cast<void*>(&TestNode::s_vppService),
-                  static_cast<void*>(TestNode::s_vppService.get()));
+ExpectedLine Released() {
+    return Node('V', "ReleaseVppService",
+                Printf("&s_vppService: %p, s_vppService is already released, s_vppService: %p",
+                       static_cast<void*>(&TestNode::s_vppService),
+                       static_cast<void*>(TestNode::s_vppService.get())));
 }
-
+// A line of the destructor of the named node.
+ExpectedLine Dtor(char level, const std::string& name, const std::string& text) {
+    return Node(level, "~IxoNodeVppBase", "[" + name + "] " + text);
+}
 ExpectedLine Died(const TestNode& node) {
     return Node('I', "VppServiceDied", "vpp service died: cookie=" + Ptr(&node));
-}
-
-void DeclareDead() {
-    ASSERT_EQ(ABinderHost_declareDead(DefaultInstanceName().c_str()), STATUS_OK);
-    ASSERT_EQ(ABinderHost_flushPool(), STATUS_OK);
 }
 
 // A node whose destructor leaves the session alone.
@@ -91,8 +84,7 @@ TEST_F(NodeBaseTest, InitializeAttemptsEverythingAndCleansUpOnAnyFailure) {
                    conditionFails = failures & 4;
         const bool anyFails = failures != 0;
         SCOPED_TRACE(failures);
-        std::vector<std::string> mutexNames;
-        std::vector<std::string> conditionNames;
+        std::vector<std::string> mutexNames, conditionNames;
         camera_host::SetMutexCreateFailure([&](const char* pName) {
             mutexNames.push_back(pName);
             return (lockFails && std::string(pName) == "VppSessionCountLock") ||
@@ -108,28 +100,17 @@ TEST_F(NodeBaseTest, InitializeAttemptsEverythingAndCleansUpOnAnyFailure) {
         // A count other than 0 shows that the lines print the live value.
         TestNode::s_sessionCount = 2;
         BothSinks capture;
-        std::vector<ExpectedLine> expected = {
-            Node('V', "Initialize", InitializeVerboseLine("Matrix"))};
+        std::vector<ExpectedLine> expected = {InitializeVerbose("Matrix")};
         const LumResult result = node.Initialize(&g_nodeInterface);
-        if (lockFails) {
-            expected.push_back(Node(
-                'E', "Initialize", "[Matrix] Falied to allocate memory s_pSessionCountLock (nil)"));
-        }
+        const auto error = [&](bool when, const char* pText) {
+            if (when) expected.push_back(Node('E', "Initialize", std::string("[Matrix] ") + pText));
+        };
+        error(lockFails, "Falied to allocate memory s_pSessionCountLock (nil)");
         expected.push_back(
-            Node('I', "Initialize", InitializeInfoLine("Matrix", TestNode::s_pSessionCountLock)));
-        if (mutexFails) {
-            expected.push_back(Node('E', "Initialize",
-                                    "[Matrix] Falied to allocate memory for VPPFlushSessionLock"));
-        }
-        if (conditionFails) {
-            expected.push_back(
-                Node('E', "Initialize",
-                     "[Matrix] Falied to allocate memory for VPPWaitFlushSessionDone"));
-        }
-        if (anyFails) {
-            expected.push_back(Node('E', "Initialize",
-                                    "[Matrix] VPP base initialization failed: LumResultENoMemory"));
-        }
+            Node('I', "Initialize", "[Matrix] " + CountState(TestNode::s_pSessionCountLock)));
+        error(mutexFails, "Falied to allocate memory for VPPFlushSessionLock");
+        error(conditionFails, "Falied to allocate memory for VPPWaitFlushSessionDone");
+        error(anyFails, "VPP base initialization failed: LumResultENoMemory");
         EXPECT_TRUE(LogIs(capture, expected));
         EXPECT_EQ(result, anyFails ? LumResultENoMemory : LumResultSuccess);
         EXPECT_EQ(mutexNames,
@@ -158,9 +139,9 @@ TEST_F(NodeBaseTest, SecondNodeReusesTheCountLockAndFailsAlone) {
     EXPECT_EQ(second.Initialize(&g_nodeInterface), LumResultENoMemory);
     EXPECT_TRUE(LogIs(
         capture,
-        {Node('V', "Initialize", InitializeVerboseLine("Second")),
+        {InitializeVerbose("Second"),
          Node('I', "Initialize", "[Second] vpp SessionCount lock already exists"),
-         Node('I', "Initialize", InitializeInfoLine("Second", pLock)),
+         Node('I', "Initialize", "[Second] " + CountState(pLock)),
          Node('E', "Initialize", "[Second] Falied to allocate memory for VPPFlushSessionLock"),
          Node('E', "Initialize", "[Second] VPP base initialization failed: LumResultENoMemory")}));
     EXPECT_EQ(TestNode::s_pSessionCountLock, pLock);
@@ -169,19 +150,9 @@ TEST_F(NodeBaseTest, SecondNodeReusesTheCountLockAndFailsAlone) {
 }
 
 // With the service registered; nodes that open sessions raise the count as a real open does.
-class NodeDestructionTest : public BaseTest {
+class NodeDestructionTest : public SessionTest {
   protected:
-    void SetUp() override {
-        BaseTest::SetUp();
-        m_service = ndk::SharedRefBase::make<ScriptedService>();
-        m_registration = std::make_unique<ServiceRegistration>(m_service);
-    }
-    void TearDown() override {
-        m_registration.reset();
-        m_service.reset();
-        BaseTest::TearDown();
-    }
-    std::unique_ptr<TestNode> MakeNode(const char* pName, bool withSession) {
+    std::unique_ptr<TestNode> MakeQuietNode(const char* pName, bool withSession) {
         auto node = std::make_unique<QuietNode>(pName);
         EXPECT_EQ(node->Initialize(&g_nodeInterface), LumResultSuccess);
         if (withSession) {
@@ -190,15 +161,12 @@ class NodeDestructionTest : public BaseTest {
         }
         return node;
     }
-
-    std::shared_ptr<ScriptedService> m_service;
-    std::unique_ptr<ServiceRegistration> m_registration;
 };
 
 TEST_F(NodeDestructionTest, OnlyTheLastNodeReleasesAndTheNextOneStartsOver) {
     std::vector<std::unique_ptr<TestNode>> nodes;
     for (const char* pName : {"A", "B", "C"}) {
-        nodes.push_back(MakeNode(pName, true));
+        nodes.push_back(MakeQuietNode(pName, true));
     }
     Pavo::Mutex* const pLock = TestNode::s_pSessionCountLock;
     BothSinks capture;
@@ -208,13 +176,11 @@ TEST_F(NodeDestructionTest, OnlyTheLastNodeReleasesAndTheNextOneStartsOver) {
         nodes[i].reset();
         const unsigned left = 2 - i;
         std::vector<ExpectedLine> expected = {
-            Node('V', "~IxoNodeVppBase", "[" + name + "] destructor of IxoNodeVppBase"),
-            Node('I', "~IxoNodeVppBase",
-                 Printf("[%s] s_sessionCount decrease to: %u", name.c_str(), left))};
+            Dtor('V', name, "destructor of IxoNodeVppBase"),
+            Dtor('I', name, "s_sessionCount decrease to: " + std::to_string(left))};
         if (left == 0) {
-            expected.push_back(
-                Node('I', "~IxoNodeVppBase", "[" + name + "] Need release vpp service now"));
-            expected.push_back(Node('V', "ReleaseVppService", ReleasedLine()));
+            expected.push_back(Dtor('I', name, "Need release vpp service now"));
+            expected.push_back(Released());
         }
         EXPECT_TRUE(LogIs(capture, expected));
         EXPECT_EQ(TestNode::s_sessionCount, left);
@@ -223,7 +189,7 @@ TEST_F(NodeDestructionTest, OnlyTheLastNodeReleasesAndTheNextOneStartsOver) {
     EXPECT_EQ(LiveMutexCount(), m_mutexes);
 
     // The next node acquires the service anew, and its Initialize makes a new lock.
-    auto next = MakeNode("Next", false);
+    auto next = MakeQuietNode("Next", false);
     EXPECT_EQ(ABinderHost_getCheckServiceCount(), 2u);
     EXPECT_NE(TestNode::s_vppService, nullptr);
     EXPECT_NE(TestNode::s_pSessionCountLock, nullptr);
@@ -232,56 +198,56 @@ TEST_F(NodeDestructionTest, OnlyTheLastNodeReleasesAndTheNextOneStartsOver) {
 // A count of 0 on entry releases too (and the unlink of a never-linked node fails); the next node
 // then finds no lock, as does a node never initialised, and neither counts nor releases.
 TEST_F(NodeDestructionTest, CountZeroAtEntryReleasesAndLaterNodesFindNoLock) {
-    auto first = MakeNode("First", false);
-    auto second = MakeNode("Second", false);
+    auto first = MakeQuietNode("First", false);
+    auto second = MakeQuietNode("Second", false);
     auto never = std::make_unique<QuietNode>("NoLock");
     BothSinks capture;
     first.reset();
-    EXPECT_TRUE(
-        LogIs(capture, {Node('V', "~IxoNodeVppBase", "[First] destructor of IxoNodeVppBase"),
-                        Node('I', "~IxoNodeVppBase", "[First] Need release vpp service now"),
-                        Node('E', "ReleaseVppService", "Unlinking from death recipient failed"),
-                        Node('V', "ReleaseVppService", ReleasedLine())}));
+    EXPECT_TRUE(LogIs(
+        capture,
+        {Dtor('V', "First", "destructor of IxoNodeVppBase"),
+         Dtor('I', "First", "Need release vpp service now"),
+         Node('E', "ReleaseVppService", "Unlinking from death recipient failed"), Released()}));
     EXPECT_EQ(TestNode::s_vppService, nullptr);
 
     capture.Clear();
     second.reset();
     EXPECT_TRUE(
-        LogIs(capture, {Node('V', "~IxoNodeVppBase", "[Second] destructor of IxoNodeVppBase"),
-                        Node('I', "~IxoNodeVppBase",
-                             "[Second] s_pSessionCountLock is NULL, s_vppService: (nil)")}));
+        LogIs(capture, {Dtor('V', "Second", "destructor of IxoNodeVppBase"),
+                        Dtor('I', "Second", "s_pSessionCountLock is NULL, s_vppService: (nil)")}));
 
     // A service held without a lock stays held.
     ASSERT_EQ(TestNode::AcquireVppService("/default"), LumResultSuccess);
     const auto service = TestNode::s_vppService;
     capture.Clear();
     never.reset();
-    EXPECT_TRUE(
-        LogIs(capture, {Node('V', "~IxoNodeVppBase", "[NoLock] destructor of IxoNodeVppBase"),
-                        Node('I', "~IxoNodeVppBase",
-                             "[NoLock] s_pSessionCountLock is NULL, "
-                             "s_vppService: " +
-                                 Ptr(service.get()))}));
+    EXPECT_TRUE(LogIs(capture, {Dtor('V', "NoLock", "destructor of IxoNodeVppBase"),
+                                Dtor('I', "NoLock",
+                                     "s_pSessionCountLock is NULL, "
+                                     "s_vppService: " +
+                                         Ptr(service.get()))}));
     EXPECT_EQ(TestNode::s_vppService, service);
 }
 
 // A destroyed node's recipient is deleted with it: a later death reaches only the node alive.
 TEST_F(NodeDestructionTest, DestroyedNodeNoLongerHearsOfTheServiceDeath) {
-    auto gone = MakeNode("Gone", true);
-    auto alive = MakeNode("Alive", true);
+    auto gone = MakeQuietNode("Gone", true);
+    auto alive = MakeQuietNode("Alive", true);
     gone.reset();
     EXPECT_EQ(LiveMutexCount(), m_mutexes + 2);  // the count lock and Alive's flush mutex
     BothSinks capture;
-    DeclareDead();
+    DeclareServiceDead();
     EXPECT_EQ(alive->Events(), std::vector<std::string>{"died"});
     EXPECT_TRUE(LogIs(capture, {Died(*alive)}));
 }
 
-using ServiceLinkTest = BaseTest;
+// The default registration of the session fixture, dropped where a test needs no service.
+using ServiceLinkTest = SessionTest;
 
 // Without a service the constructor's acquisition fails at once (no pool started), the node is
 // still usable, and the next node tries again.
 TEST_F(ServiceLinkTest, AcquisitionWithoutServiceFailsAtOnceAndIsRetried) {
+    m_registration.reset();
     BothSinks capture;
     QuietNode node("Lonely");
     const std::string empty = AcquireLine();
@@ -292,16 +258,14 @@ TEST_F(ServiceLinkTest, AcquisitionWithoutServiceFailsAtOnceAndIsRetried) {
     EXPECT_EQ(ABinderHost_getStartThreadPoolCallCount(), 0u);
     EXPECT_EQ(node.Initialize(&g_nodeInterface), LumResultSuccess);
 
-    auto service = ndk::SharedRefBase::make<ScriptedService>();
-    ServiceRegistration registration(service);
+    m_registration.emplace(m_service);
     QuietNode later("Later");
     EXPECT_EQ(ABinderHost_getCheckServiceCount(), 3u);
-    EXPECT_EQ(TestNode::s_vppService.get(), static_cast<IVppService*>(service.get()));
+    EXPECT_EQ(TestNode::s_vppService.get(), static_cast<IVppService*>(m_service.get()));
 }
 
 TEST_F(ServiceLinkTest, FirstAcquisitionLooksUpAndStartsThePoolLaterOnesDoNot) {
-    auto service = ndk::SharedRefBase::make<ScriptedService>();
-    ServiceRegistration registration(service);
+    const auto& service = m_service;
     BothSinks capture;
     QuietNode first("First");
     EXPECT_TRUE(LogIs(capture, {Node('V', "AcquireVppService",
@@ -322,6 +286,7 @@ TEST_F(ServiceLinkTest, FirstAcquisitionLooksUpAndStartsThePoolLaterOnesDoNot) {
 }
 
 TEST_F(ServiceLinkTest, InstanceNameIsTheDescriptorFollowedByTheSuffix) {
+    m_registration.reset();
     auto service = ndk::SharedRefBase::make<ScriptedService>();
     ndk::SpAIBinder binder = service->asBinder();
     const char* const kOther = "vendor.zux.hardware.vpp.IVppService/other";
@@ -335,24 +300,24 @@ TEST_F(ServiceLinkTest, InstanceNameIsTheDescriptorFollowedByTheSuffix) {
 // Release with nothing held writes only its line; release unlinks only the releasing node, whose
 // peer still hears the death of the dropped binder.
 TEST_F(ServiceLinkTest, ReleaseUnlinksOnlyTheReleasingNode) {
+    m_registration.reset();
     QuietNode empty("Empty");
     BothSinks capture;
     EXPECT_EQ(TestNode::ReleaseVppService(&empty), LumResultSuccess);
-    EXPECT_TRUE(LogIs(capture, {Node('V', "ReleaseVppService", ReleasedLine())}));
+    EXPECT_TRUE(LogIs(capture, {Released()}));
 
-    auto service = ndk::SharedRefBase::make<ScriptedService>();
-    ServiceRegistration registration(service);
+    m_registration.emplace(m_service);
     QuietNode released("Released");
     QuietNode other("Other");
     ASSERT_EQ(released.InitVppSession(), LumResultSuccess);
     ASSERT_EQ(other.InitVppSession(), LumResultSuccess);
     capture.Clear();
     EXPECT_EQ(TestNode::ReleaseVppService(&released), LumResultSuccess);
-    EXPECT_TRUE(LogIs(capture, {Node('V', "ReleaseVppService", ReleasedLine())}));
+    EXPECT_TRUE(LogIs(capture, {Released()}));
     EXPECT_EQ(TestNode::s_vppService, nullptr);
 
     capture.Clear();
-    DeclareDead();
+    DeclareServiceDead();
     EXPECT_TRUE(released.Events().empty());
     EXPECT_EQ(other.Events(), std::vector<std::string>{"died"});
     EXPECT_TRUE(LogIs(capture, {Died(other)}));
@@ -360,8 +325,6 @@ TEST_F(ServiceLinkTest, ReleaseUnlinksOnlyTheReleasingNode) {
 
 // The node's handler runs first, on a pool thread; the line follows; nothing else changes.
 TEST_F(ServiceLinkTest, DeathCallsTheNodeFirstThenLogsOnAPoolThread) {
-    auto service = ndk::SharedRefBase::make<ScriptedService>();
-    ServiceRegistration registration(service);
     QuietNode node("Mortal");
     ASSERT_EQ(node.InitVppSession(), LumResultSuccess);
     const auto session = node.m_pVppSession;
@@ -372,12 +335,12 @@ TEST_F(ServiceLinkTest, DeathCallsTheNodeFirstThenLogsOnAPoolThread) {
         onPoolThread = ABinderHost_isPoolThread();
         loggedBeforeHandler = !capture.Lines().empty();
     };
-    DeclareDead();
+    DeclareServiceDead();
     EXPECT_EQ(node.Events(), std::vector<std::string>{"died"});
     EXPECT_TRUE(onPoolThread);
     EXPECT_FALSE(loggedBeforeHandler);
     EXPECT_TRUE(LogIs(capture, {Died(node)}));
-    EXPECT_EQ(TestNode::s_vppService.get(), static_cast<IVppService*>(service.get()));
+    EXPECT_EQ(TestNode::s_vppService.get(), static_cast<IVppService*>(m_service.get()));
     EXPECT_EQ(node.m_pVppSession, session);
     node.onServiceDied = nullptr;
 }
@@ -391,9 +354,8 @@ TEST_F(CallbacksTest, EachMethodReachesItsHandlerAndAnswersOk) {
     for (QuietNode* pNode : {&node, static_cast<QuietNode*>(nullptr)}) {
         auto callbacks = ndk::SharedRefBase::make<IxoVppCallbacks>(pNode);
         camera_host::LogCapture capture;
-        VppBuffer input;
+        VppBuffer input, output;
         input.cookie = 0x1234;
-        VppBuffer output;
         output.cookie = 0x5678;
         FlushDone flushDone;
         flushDone.port = 1;

@@ -4,9 +4,8 @@
 #include <binder_host/binder_host.h>
 
 #include <chrono>
-#include <condition_variable>
+#include <future>
 #include <memory>
-#include <mutex>
 #include <optional>
 
 #include "base_fixture.h"
@@ -16,24 +15,13 @@ namespace vpptest {
 
 // A one-shot gate: threads wait until the test opens it (bounded, so that a fault fails the test
 // instead of hanging it).
-class Gate {
-  public:
-    void Open() {
-        {
-            std::lock_guard<std::mutex> lock(m_mutex);
-            m_open = true;
-        }
-        m_changed.notify_all();
+struct Gate {
+    std::promise<void> opener;
+    std::shared_future<void> opened = opener.get_future().share();
+    void Open() { opener.set_value(); }
+    bool Wait() const {
+        return opened.wait_for(std::chrono::seconds(10)) == std::future_status::ready;
     }
-    bool Wait(std::chrono::milliseconds limit = std::chrono::seconds(10)) {
-        std::unique_lock<std::mutex> lock(m_mutex);
-        return m_changed.wait_for(lock, limit, [this] { return m_open; });
-    }
-
-  private:
-    std::mutex m_mutex;
-    std::condition_variable m_changed;
-    bool m_open = false;
 };
 
 // Fixture: the base's clean state and leak checks, a scripted service registered under the

@@ -2,6 +2,9 @@
 // deferred), flush and drain, close and terminate (direct, deferred and from the destructor).
 #include <algorithm>
 #include <chrono>
+#include <condition_variable>
+#include <map>
+#include <mutex>
 #include <thread>
 
 #include "session_fixture.h"
@@ -12,56 +15,51 @@ namespace {
 // Expected lines of the lifecycle, the "[name] " prefix included.
 class LifecycleTest : public SessionTest {
   protected:
-    static ExpectedLine Line(Level level, const char* pFunction, const TestNode& node,
+    static ExpectedLine Line(char level, const char* pFunction, const TestNode& n,
                              const std::string& text) {
-        return {level, pFunction, Printf("[%s] ", node.m_pNodeName) + text};
+        return Node(level, pFunction, Printf("[%s] ", n.m_pNodeName) + text);
     }
-    // "[name] <what>: <session> finish<tail>", the line many operations end with.
-    static ExpectedLine Finish(const TestNode& n, const char* pFunction, const char* pWhat,
+    // "[name] <what>: <session> finish<tail>", the line most operations end with.
+    static ExpectedLine Finish(const TestNode& n, const char* pFunction,
                                const std::string& tail = "") {
-        return Line(
-            Level::kInfo, pFunction, n,
-            Printf("%s: %p finish", pWhat, static_cast<void*>(n.m_pVppSession.get())) + tail);
-    }
-    static ExpectedLine Initialised(const TestNode& n) {
-        return Finish(n, "InitVppSession", "init vpp session");
-    }
-    static ExpectedLine ParametersSet(const TestNode& n) {
-        return Finish(n, "SetVppParameter", "set parameters for vpp session");
-    }
-    static ExpectedLine Closed(const TestNode& n) {
-        return Finish(n, "CloseVppSession", "close VPP session");
-    }
-    static ExpectedLine Terminated(const TestNode& n) {
-        return Finish(n, "TermVppSession", "term vpp session");
+        static const std::map<std::string, std::string> kWhat = {
+            {"InitVppSession", "init vpp session"},
+            {"SetVppParameter", "set parameters for vpp session"},
+            {"SetVppControl", "set frc control for vpp session"},
+            {"FlushSession", "flush vpp session"},
+            {"DrainSession", "drain vpp session"},
+            {"CloseVppSession", "close VPP session"},
+            {"TermVppSession", "term vpp session"}};
+        return Line('I', pFunction, n,
+                    kWhat.at(pFunction) +
+                        Printf(": %p finish", static_cast<void*>(n.m_pVppSession.get())) + tail);
     }
     static ExpectedLine Flushed(const TestNode& n, int32_t vppErr) {
-        return Finish(n, "FlushSession", "flush vpp session",
-                      ", vppErr: " + std::to_string(vppErr));
+        return Finish(n, "FlushSession", ", vppErr: " + std::to_string(vppErr));
+    }
+    // "[name] VPP <what> failed, vppError: <code>", the line of a refused call.
+    static ExpectedLine Refused(const TestNode& n, const char* pFunction, const char* pWhat,
+                                const std::string& code) {
+        return Line('E', pFunction, n, Printf("VPP %s failed, vppError: ", pWhat) + code);
     }
     static ExpectedLine Linked(const TestNode& n) {
-        return Line(Level::kVerbose, "InitVppSession", n, "VPP service linked to death");
+        return Line('V', "InitVppSession", n, "VPP service linked to death");
     }
     static ExpectedLine CountRaised(const TestNode& n, uint32_t count) {
-        return Line(Level::kInfo, "OpenVppSession", n,
+        return Line('I', "OpenVppSession", n,
                     Printf("s_sessionCount increase to: %u, vppSession: %p", count,
                            static_cast<void*>(n.m_pVppSession.get())));
     }
     static ExpectedLine WorkerCreated(const TestNode& n, const char* pWhat,
                                       Pavo::OSThreadHandle id) {
-        return Line(Level::kVerbose, Printf("Notify%sVppSession", pWhat).c_str(), n,
+        return Line('V', Printf("Notify%sVppSession", pWhat).c_str(), n,
                     Printf("Create Defer%sVppSession Thread: %ld successfully", pWhat,
                            static_cast<long>(id)));
     }
-    static ExpectedLine OpenJoined(const TestNode& n) {
-        return Line(Level::kVerbose, "WaitForOnOpenVppSession", n,
-                    "wait for OnOpenVppSession finish");
-    }
-    static ExpectedLine CloseWorkerDone(const TestNode& n) {
-        return Line(Level::kVerbose, "DeferCloseVppSession", n, "close vppSession successfully");
-    }
-    static ExpectedLine CloseJoined(const TestNode& n) {
-        return Line(Level::kVerbose, "WaitForCloseVppSession", n, "VPP session closing finished");
+    // The close worker's last line and the join's.
+    static std::vector<ExpectedLine> CloseWorkerEnd(const TestNode& n) {
+        return {Line('V', "DeferCloseVppSession", n, "close vppSession successfully"),
+                Line('V', "WaitForCloseVppSession", n, "VPP session closing finished")};
     }
 };
 
@@ -80,16 +78,6 @@ void ConfirmFromAnotherThread(TestNode& node, int32_t port) {
     }).join();
 }
 
-// Holds the worker in its first call of the method until the test opens the gate, so that the
-// creation line comes first.
-void HoldFirstCall(ScriptedSession& session, const char* pMethod, Gate& gate) {
-    session.OnCall(pMethod, [&gate](const Call& call) {
-        if (call.port <= 0) {
-            EXPECT_TRUE(gate.Wait());
-        }
-    });
-}
-
 using InitVppSessionTest = LifecycleTest;
 using ParameterAndControlTest = LifecycleTest;
 using OpenVppSessionTest = LifecycleTest;
@@ -100,34 +88,29 @@ TEST_F(InitVppSessionTest, SuccessLinksTheNodeToDeathAndRegistersItsCallbacks) {
     auto node = MakeNode("Init");
     LogRecorder log;
     ASSERT_EQ(node->InitVppSession(), LumResultSuccess);
-    EXPECT_TRUE(LogIs(log, {Linked(*node), Initialised(*node)}));
+    EXPECT_TRUE(LogIs(log, {Linked(*node), Finish(*node, "InitVppSession")}));
     auto session = SessionOf(*node);
-    ASSERT_NE(session, nullptr);
     ASSERT_EQ(session->Methods(), std::vector<std::string>{"init"});
     EXPECT_EQ(session->Calls()[0].value, 0);
     EXPECT_EQ(session->Callbacks().get(), static_cast<IVppCallbacks*>(node->m_pVppCallbacks.get()));
 
     // The death link carries the node as its cookie.
     log.Clear();
-    ASSERT_EQ(ABinderHost_declareDead(DefaultInstanceName().c_str()), STATUS_OK);
-    ASSERT_EQ(ABinderHost_flushPool(), STATUS_OK);
+    DeclareServiceDead();
     EXPECT_EQ(node->Events(), std::vector<std::string>{"died"});
-    EXPECT_TRUE(LogIs(
-        log, {{Level::kInfo, "VppServiceDied", "vpp service died: cookie=" + Ptr(node.get())}}));
+    EXPECT_TRUE(
+        LogIs(log, {Node('I', "VppServiceDied", "vpp service died: cookie=" + Ptr(node.get()))}));
 }
 
 // A second init replaces the session and the callbacks; the old session is not closed.
 TEST_F(InitVppSessionTest, SecondInitReplacesTheSessionWithoutClosingTheOldOne) {
-    auto node = MakeNode("Reinit");
-    ASSERT_EQ(node->InitVppSession(), LumResultSuccess);
+    auto node = MakeSessionNode("Reinit");
     auto first = SessionOf(*node);
     const auto firstCallbacks = node->m_pVppCallbacks;
     LogRecorder log;
     ASSERT_EQ(node->InitVppSession(), LumResultSuccess);
-    EXPECT_TRUE(LogIs(log, {Linked(*node), Initialised(*node)}));
-    auto second = SessionOf(*node);
-    ASSERT_NE(second, nullptr);
-    EXPECT_NE(second, first);
+    EXPECT_TRUE(LogIs(log, {Linked(*node), Finish(*node, "InitVppSession")}));
+    EXPECT_NE(SessionOf(*node), first);
     EXPECT_NE(node->m_pVppCallbacks, firstCallbacks);
     EXPECT_EQ(first->Methods(), std::vector<std::string>{"init"});
 }
@@ -138,8 +121,7 @@ TEST_F(InitVppSessionTest, FailedInitLogsTheErrorThenFinish) {
     const std::pair<Reply, const char*> cases[] = {
         {BrokenTransaction(), "VPP_ERR"},
         {Answer(VppError::VPP_ERR_STATE), "VPP_ERR_STATE"},
-        {Answer(static_cast<VppError>(-7)), "-7"},
-    };
+        {Answer(static_cast<VppError>(-7)), "-7"}};
     for (const auto& [reply, pPrinted] : cases) {
         SCOPED_TRACE(pPrinted);
         auto session = ndk::SharedRefBase::make<ScriptedSession>();
@@ -149,9 +131,9 @@ TEST_F(InitVppSessionTest, FailedInitLogsTheErrorThenFinish) {
         LogRecorder log;
         EXPECT_EQ(node->InitVppSession(), LumResultEFailed);
         EXPECT_TRUE(LogIs(log, {Linked(*node),
-                                Line(Level::kError, "InitVppSession", *node,
+                                Line('E', "InitVppSession", *node,
                                      std::string("init VPP session failed, vppErr: ") + pPrinted),
-                                Initialised(*node)}));
+                                Finish(*node, "InitVppSession")}));
         EXPECT_EQ(node->m_pVppSession, session);
         node.reset();
         TestNode::ResetStatics();
@@ -168,8 +150,8 @@ TEST_F(InitVppSessionTest, SessionHandleAloneDecidesWhetherASessionWasGiven) {
     auto node = MakeNode("OkButEmpty");
     LogRecorder log;
     EXPECT_EQ(node->InitVppSession(), LumResultEFailed);
-    EXPECT_TRUE(LogIs(log, {Linked(*node), Line(Level::kError, "InitVppSession", *node,
-                                                "Cannot get new vpp session")}));
+    EXPECT_TRUE(LogIs(
+        log, {Linked(*node), Line('E', "InitVppSession", *node, "Cannot get new vpp session")}));
     EXPECT_EQ(node->m_pVppSession, nullptr);
     EXPECT_EQ(node->m_pVppCallbacks, nullptr);
 }
@@ -179,8 +161,7 @@ TEST_F(InitVppSessionTest, WithoutServiceOrLinkNoSessionIsAskedFor) {
     auto lonely = MakeNode("NoService");
     LogRecorder log;
     EXPECT_EQ(lonely->InitVppSession(), LumResultEFailed);
-    EXPECT_TRUE(LogIs(
-        log, {Line(Level::kError, "InitVppSession", *lonely, "VPP service is NULL pointer")}));
+    EXPECT_TRUE(LogIs(log, {Line('E', "InitVppSession", *lonely, "VPP service is NULL pointer")}));
     lonely.reset();
     TestNode::ResetStatics();
 
@@ -188,12 +169,11 @@ TEST_F(InitVppSessionTest, WithoutServiceOrLinkNoSessionIsAskedFor) {
     m_registration.emplace(m_service);
     auto node = MakeNode("DeadService");
     const ndk::SpAIBinder binder = m_service->asBinder();
-    ASSERT_EQ(ABinderHost_declareDead(DefaultInstanceName().c_str()), STATUS_OK);
-    ASSERT_EQ(ABinderHost_flushPool(), STATUS_OK);
+    DeclareServiceDead();
     const ndk::ScopedAStatus status(AStatus_fromStatus(STATUS_DEAD_OBJECT));
     log.Clear();
     EXPECT_EQ(node->InitVppSession(), LumResultEFailed);
-    EXPECT_TRUE(LogIs(log, {Line(Level::kError, "InitVppSession", *node,
+    EXPECT_TRUE(LogIs(log, {Line('E', "InitVppSession", *node,
                                  Printf("linking VPP service to death failed: %d: %s",
                                         status.getStatus(), status.getMessage()))}));
     EXPECT_EQ(m_service->GetNewVppSessionCalls(), 0);
@@ -203,22 +183,15 @@ TEST_F(InitVppSessionTest, WithoutServiceOrLinkNoSessionIsAskedFor) {
 // Parameters go to port 0 then port 1 as given; a refusal of either port fails with one line
 // (port 0 stops before port 1); a broken transaction leaves the preset VPP_OK.
 TEST_F(ParameterAndControlTest, ParametersGoToBothPortsUntilOneRefuses) {
-    VppPortParam param;
-    param.height = 1088;
-    param.width = 1920;
-    param.stride = 2048;
-    param.scanlines = 1104;
-    param.colorFormat = 7;
+    const VppPortParam param{1088, 1920, 2048, 1104, 7};
     const struct {
         std::vector<Reply> replies;
         size_t calls;
         const char* pPrinted;  // null: accepted
-    } cases[] = {
-        {{}, 2, nullptr},
-        {{BrokenTransaction()}, 2, nullptr},
-        {{Answer(VppError::VPP_ERR_INVALID_CFG)}, 1, "VPP_ERR_INVALID_CFG"},
-        {{Answer(VppError::VPP_OK), Answer(static_cast<VppError>(42))}, 2, "42"},
-    };
+    } cases[] = {{{}, 2, nullptr},
+                 {{BrokenTransaction()}, 2, nullptr},
+                 {{Answer(VppError::VPP_ERR_INVALID_CFG)}, 1, "VPP_ERR_INVALID_CFG"},
+                 {{Answer(VppError::VPP_OK), Answer(static_cast<VppError>(42))}, 2, "42"}};
     for (const auto& c : cases) {
         SCOPED_TRACE(c.calls);
         auto node = MakeSessionNode("Params");
@@ -226,11 +199,9 @@ TEST_F(ParameterAndControlTest, ParametersGoToBothPortsUntilOneRefuses) {
         session->Script("setParameter", c.replies);
         LogRecorder log;
         EXPECT_EQ(node->SetVppParameter(param), c.pPrinted ? LumResultEFailed : LumResultSuccess);
-        EXPECT_TRUE(LogIs(
-            log,
-            {c.pPrinted ? Line(Level::kError, "SetVppParameter", *node,
-                               std::string("VPP set parameters failed, vppError: ") + c.pPrinted)
-                        : ParametersSet(*node)}));
+        EXPECT_TRUE(
+            LogIs(log, {c.pPrinted ? Refused(*node, "SetVppParameter", "set parameters", c.pPrinted)
+                                   : Finish(*node, "SetVppParameter")}));
         const auto calls = session->CallsOf("setParameter");
         ASSERT_EQ(calls.size(), c.calls);
         for (size_t i = 0; i < calls.size(); i++) {
@@ -243,22 +214,18 @@ TEST_F(ParameterAndControlTest, ParametersGoToBothPortsUntilOneRefuses) {
 // setMode(2) precedes the control until the deferred open succeeded; its outcome never counts,
 // not even through a control transaction that breaks without answering.
 TEST_F(ParameterAndControlTest, ControlIsPrecededBySetModeUntilTheDeferredOpen) {
-    VppCtrlFrc ctrl;
-    ctrl.mode = 3;
-    ctrl.factor = -2;
-    ctrl.searchRange = 48;
+    const VppCtrlFrc ctrl{3, -2, 48};
     auto node = MakeSessionNode("Control");
     auto session = SessionOf(*node);
     session->Script("setMode", {Answer(VppError::VPP_ERR_HW)});
     session->Script("setCtrlFrc", {BrokenTransaction(), Answer(VppError::VPP_ERR_INVALID_CFG),
                                    Answer(VppError::VPP_OK)});
-
     LogRecorder log;
     EXPECT_EQ(node->SetVppControl(ctrl), LumResultSuccess);
     EXPECT_EQ(node->SetVppControl(ctrl), LumResultEFailed);
-    EXPECT_TRUE(LogIs(log, {Finish(*node, "SetVppControl", "set frc control for vpp session"),
-                            Line(Level::kError, "SetVppControl", *node,
-                                 "VPP set contrl FRC failed, vppError: VPP_ERR_INVALID_CFG")}));
+    EXPECT_TRUE(
+        LogIs(log, {Finish(*node, "SetVppControl"),
+                    Refused(*node, "SetVppControl", "set contrl FRC", "VPP_ERR_INVALID_CFG")}));
     const auto calls = session->Calls();
     ASSERT_EQ(session->Methods(),
               (std::vector<std::string>{"init", "setMode", "setCtrlFrc", "setMode", "setCtrlFrc"}));
@@ -272,24 +239,41 @@ TEST_F(ParameterAndControlTest, ControlIsPrecededBySetModeUntilTheDeferredOpen) 
     EXPECT_EQ(MethodsAfter(*session, opened), std::vector<std::string>{"setCtrlFrc"});
 }
 
-// Each direct open raises the count (the deferred open alone marks the session opened); a
-// refusal is named or printed in decimal; a broken transaction counts as opened.
-TEST_F(OpenVppSessionTest, DirectOpenRaisesTheCountUnlessRefused) {
-    auto node = MakeSessionNode("Open");
-    SessionOf(*node)->Script("open", {Answer(VppError::VPP_OK), Answer(VppError::VPP_ERR_STATE),
-                                      Answer(static_cast<VppError>(42)), BrokenTransaction()});
+// Direct open and close: a refusal is named or printed in decimal and fails; a broken
+// transaction counts as done. Each open raises the count (the deferred open alone marks the
+// session opened); term is called whatever close answered, and the session handle stays.
+TEST_F(OpenVppSessionTest, DirectOpenAndCloseOutcomes) {
+    auto node = MakeSessionNode("Direct");
+    auto session = SessionOf(*node);
+    for (const char* pMethod : {"open", "close"}) {
+        session->Script(pMethod, {Answer(VppError::VPP_OK), Answer(VppError::VPP_ERR_STATE),
+                                  Answer(static_cast<VppError>(42)), BrokenTransaction()});
+    }
     LogRecorder log;
-    EXPECT_EQ(node->OpenVppSession(), LumResultSuccess);
-    EXPECT_EQ(node->OpenVppSession(), LumResultEFailed);
-    EXPECT_EQ(node->OpenVppSession(), LumResultEFailed);
-    EXPECT_EQ(node->OpenVppSession(), LumResultSuccess);
+    for (LumResult result :
+         {LumResultSuccess, LumResultEFailed, LumResultEFailed, LumResultSuccess}) {
+        EXPECT_EQ(node->OpenVppSession(), result);
+        EXPECT_EQ(node->CloseVppSession(), result);
+    }
+    EXPECT_EQ(node->TermVppSession(), LumResultSuccess);
     EXPECT_EQ(TestNode::s_sessionCount, 2u);
-    EXPECT_TRUE(LogIs(
-        log, {CountRaised(*node, 1),
-              Line(Level::kError, "OpenVppSession", *node,
-                   "VPP open session failed, vppError: VPP_ERR_STATE"),
-              Line(Level::kError, "OpenVppSession", *node, "VPP open session failed, vppError: 42"),
-              CountRaised(*node, 2)}));
+    std::vector<ExpectedLine> expected = {CountRaised(*node, 1), Finish(*node, "CloseVppSession")};
+    for (const char* pCode : {"VPP_ERR_STATE", "42"}) {
+        expected.push_back(Refused(*node, "OpenVppSession", "open session", pCode));
+        expected.push_back(Refused(*node, "CloseVppSession", "close session", pCode));
+    }
+    for (const ExpectedLine& line : {CountRaised(*node, 2), Finish(*node, "CloseVppSession"),
+                                     Finish(*node, "TermVppSession")}) {
+        expected.push_back(line);
+    }
+    EXPECT_TRUE(LogIs(log, expected));
+    std::vector<std::string> methods = {"init"};
+    for (int i = 0; i < 4; i++) {
+        methods.insert(methods.end(), {"open", "close"});
+    }
+    methods.push_back("term");
+    EXPECT_EQ(session->Methods(), methods);
+    EXPECT_EQ(SessionOf(*node), session);
     EXPECT_EQ(node->m_sessionOpened, 0u);
 
     // OnOpenVppSession on the caller's thread marks the session opened but leaves the worker
@@ -298,7 +282,7 @@ TEST_F(OpenVppSessionTest, DirectOpenRaisesTheCountUnlessRefused) {
     EXPECT_EQ(node->OnOpenVppSession(), LumResultSuccess);
     EXPECT_EQ(node->m_sessionOpened, 1u);
     EXPECT_EQ(node->WaitForOnOpenVppSession(), 0u);
-    EXPECT_TRUE(LogIs(log, {ParametersSet(*node), CountRaised(*node, 3)}));
+    EXPECT_TRUE(LogIs(log, {Finish(*node, "SetVppParameter"), CountRaised(*node, 3)}));
 }
 
 // The worker sends the node's geometry to port 0 then port 1 (colour format = m_sessionMode),
@@ -313,9 +297,11 @@ TEST_F(OpenVppSessionTest, DeferredOpenSetsBothPortsThenOpensOrFails) {
         if (!refused.empty()) {
             session->Script(refused, {Answer(VppError::VPP_ERR_RESOURCES)});
         }
+        // The worker waits in its first call until the creation line was logged.
         Gate started;
-        HoldFirstCall(*session, "setParameter", started);
-
+        session->OnCall("setParameter", [&started](const Call& call) {
+            EXPECT_TRUE(call.port != 0 || started.Wait());
+        });
         LogRecorder log;
         ASSERT_EQ(node->NotifyOpenVppSession(), LumResultSuccess);
         std::vector<ExpectedLine> expected = {WorkerCreated(*node, "Open", node->m_openThreadId)};
@@ -323,36 +309,36 @@ TEST_F(OpenVppSessionTest, DeferredOpenSetsBothPortsThenOpensOrFails) {
         const uint32_t opened = refused.empty() ? 1 : 0;
         EXPECT_EQ(node->WaitForOnOpenVppSession(), opened);
         EXPECT_EQ(node->m_openThreadId, 0);
-        const auto failed = [&](const char* pFunction, const std::string& text) {
-            expected.push_back(Line(Level::kError, pFunction, *node, text));
-        };
         if (refused == "setParameter") {
-            failed("SetVppParameter", "VPP set parameters failed, vppError: VPP_ERR_RESOURCES");
-            failed("OnOpenVppSession", "SetVppParameter() failed: LumResultEFailed");
+            expected.push_back(
+                Refused(*node, "SetVppParameter", "set parameters", "VPP_ERR_RESOURCES"));
+            expected.push_back(
+                Line('E', "OnOpenVppSession", *node, "SetVppParameter() failed: LumResultEFailed"));
         } else {
-            expected.push_back(ParametersSet(*node));
+            expected.push_back(Finish(*node, "SetVppParameter"));
         }
         if (refused == "open") {
-            failed("OpenVppSession", "VPP open session failed, vppError: VPP_ERR_RESOURCES");
-            failed("OnOpenVppSession", "OpenVppSession() failed: LumResultEFailed");
+            expected.push_back(
+                Refused(*node, "OpenVppSession", "open session", "VPP_ERR_RESOURCES"));
+            expected.push_back(
+                Line('E', "OnOpenVppSession", *node, "OpenVppSession() failed: LumResultEFailed"));
         }
         if (refused.empty()) {
             expected.push_back(CountRaised(*node, 1));
             expected.push_back(
-                Line(Level::kInfo, "DeferOpenVppSession", *node, "open vppSession successfully"));
+                Line('I', "DeferOpenVppSession", *node, "open vppSession successfully"));
         } else {
-            failed("DeferOpenVppSession", "Failed to OpenVppSession with error: LumResultEFailed");
+            expected.push_back(Line('E', "DeferOpenVppSession", *node,
+                                    "Failed to OpenVppSession with error: LumResultEFailed"));
         }
-        expected.push_back(OpenJoined(*node));
+        expected.push_back(
+            Line('V', "WaitForOnOpenVppSession", *node, "wait for OnOpenVppSession finish"));
         EXPECT_TRUE(LogIs(log, expected));
         EXPECT_EQ(session->CallsOf("open").size(), refused == "setParameter" ? 0u : 1u);
         EXPECT_EQ(TestNode::s_sessionCount, opened);
         EXPECT_EQ(node->m_sessionOpened, opened);
         if (refused.empty()) {
-            VppPortParam param;
-            param.height = param.scanlines = 1080;
-            param.width = param.stride = 1920;
-            param.colorFormat = 4;
+            const VppPortParam param{1080, 1920, 1920, 1080, 4};
             ASSERT_EQ(session->Methods(),
                       (std::vector<std::string>{"init", "setParameter", "setParameter", "open"}));
             const auto calls = session->Calls();
@@ -383,7 +369,6 @@ TEST_F(OpenVppSessionTest, TwoDeferredOpensAtOnceCountTwoDistinctValues) {
     };
     SessionOf(*first)->OnCall("open", rendezvous);
     SessionOf(*second)->OnCall("open", rendezvous);
-
     LogRecorder log;
     ASSERT_EQ(first->NotifyOpenVppSession(), LumResultSuccess);
     ASSERT_EQ(second->NotifyOpenVppSession(), LumResultSuccess);
@@ -420,16 +405,13 @@ TEST_F(FlushSessionTest, EachPortWaitsOnlyForAMissingConfirmation) {
         if (c.output == kBefore) ConfirmFromAnotherThread(*node, 1);
         // The flush lock is never held across a service call: the handler must be able to run.
         session->OnCall("flush", [&node, c](const Call& call) {
-            if (node->m_pFlushSessionLock->TryLock() != LumResultSuccess) {
-                ADD_FAILURE() << "flush lock held across the flush call of port " << call.port;
-                return;
-            }
+            ASSERT_EQ(node->m_pFlushSessionLock->TryLock(), LumResultSuccess)
+                << "port " << call.port;
             node->m_pFlushSessionLock->Unlock();
             if ((call.port == 0 ? c.input : c.output) == kDuring) {
                 ConfirmFromAnotherThread(*node, call.port);
             }
         });
-
         LogRecorder log;
         const auto start = std::chrono::steady_clock::now();
         EXPECT_EQ(node->FlushSession(), c.result);
@@ -456,8 +438,7 @@ TEST_F(FlushSessionTest, LoggedCodeIsTheOutputCallsOutValue) {
     const std::pair<std::vector<Reply>, int32_t> cases[] = {
         {{Answer(VppError::VPP_ERR_STATE), Answer(VppError::VPP_ERR_HW)}, 8},
         {{Answer(VppError::VPP_ERR_STATE), BrokenTransaction()}, 3},
-        {{BrokenTransaction()}, 0},
-    };
+        {{BrokenTransaction()}, 0}};
     for (const auto& [replies, logged] : cases) {
         SCOPED_TRACE(logged);
         auto node = MakeSessionNode("FlushCodes");
@@ -468,34 +449,9 @@ TEST_F(FlushSessionTest, LoggedCodeIsTheOutputCallsOutValue) {
         LogRecorder log;
         EXPECT_EQ(node->FlushSession(), LumResultSuccess);
         EXPECT_EQ(node->DrainSession(), LumResultSuccess);
-        EXPECT_TRUE(LogIs(
-            log, {Flushed(*node, logged), Finish(*node, "DrainSession", "drain vpp session")}));
+        EXPECT_TRUE(LogIs(log, {Flushed(*node, logged), Finish(*node, "DrainSession")}));
         EXPECT_EQ(MethodsAfter(*session, 1), (std::vector<std::string>{"flush", "flush"}));
     }
-}
-
-// A refusal is named or printed in decimal and fails; a broken transaction counts as closed;
-// term is called whatever close answered, and the session handle stays.
-TEST_F(CloseVppSessionTest, CloseOutcomesAndTerm) {
-    auto node = MakeSessionNode("Close");
-    auto session = SessionOf(*node);
-    session->Script("close", {Answer(VppError::VPP_OK), Answer(VppError::VPP_ERR_STATE),
-                              Answer(static_cast<VppError>(42)), BrokenTransaction()});
-    LogRecorder log;
-    EXPECT_EQ(node->CloseVppSession(), LumResultSuccess);
-    EXPECT_EQ(node->CloseVppSession(), LumResultEFailed);
-    EXPECT_EQ(node->CloseVppSession(), LumResultEFailed);
-    EXPECT_EQ(node->CloseVppSession(), LumResultSuccess);
-    EXPECT_EQ(node->TermVppSession(), LumResultSuccess);
-    const auto refused = [&](const char* pCode) {
-        return Line(Level::kError, "CloseVppSession", *node,
-                    std::string("VPP close session failed, vppError: ") + pCode);
-    };
-    EXPECT_TRUE(LogIs(log, {Closed(*node), refused("VPP_ERR_STATE"), refused("42"), Closed(*node),
-                            Terminated(*node)}));
-    EXPECT_EQ(MethodsAfter(*session, 1),
-              (std::vector<std::string>{"close", "close", "close", "close", "term"}));
-    EXPECT_EQ(node->m_pVppSession, session);
 }
 
 // The worker runs flush, close and term whatever each answered (here a refused close); the wait
@@ -517,19 +473,19 @@ TEST_F(CloseVppSessionTest, DeferredCloseFlushesClosesTerminatesAndIsJoined) {
         }
         ConfirmFromAnotherThread(*node, call.port);
     });
-
     LogRecorder log;
     ASSERT_EQ(node->NotifyCloseVppSession(), LumResultSuccess);
-    const Pavo::OSThreadHandle id = node->m_closeThreadId;
+    std::vector<ExpectedLine> expected = {
+        WorkerCreated(*node, "Close", node->m_closeThreadId), Flushed(*node, 0),
+        Refused(*node, "CloseVppSession", "close session", "VPP_ERR_STATE"),
+        Finish(*node, "TermVppSession")};
     started.Open();
     EXPECT_EQ(node->WaitForCloseVppSession(), LumResultSuccess);
     EXPECT_EQ(node->m_closeThreadId, 0);
     EXPECT_EQ(camera_host::LiveThreadCount(), 0);
     EXPECT_NE(workerThread, std::this_thread::get_id());
-    EXPECT_TRUE(LogIs(log, {WorkerCreated(*node, "Close", id), Flushed(*node, 0),
-                            Line(Level::kError, "CloseVppSession", *node,
-                                 "VPP close session failed, vppError: VPP_ERR_STATE"),
-                            Terminated(*node), CloseWorkerDone(*node), CloseJoined(*node)}));
+    for (const auto& line : CloseWorkerEnd(*node)) expected.push_back(line);
+    EXPECT_TRUE(LogIs(log, expected));
     EXPECT_EQ(MethodsAfter(*session, opened),
               (std::vector<std::string>{"flush", "flush", "close", "term"}));
     EXPECT_EQ(node->m_closeResult, 0u);
@@ -558,13 +514,14 @@ TEST_F(CloseVppSessionTest, ThreadCreationFailureLeavesTheWorkToTheWaits) {
     EXPECT_EQ(session->Calls().size(), opened);
     EXPECT_EQ(node->WaitForCloseVppSession(), 5);
     EXPECT_EQ(node->WaitForOnOpenVppSession(), 0u);
-    EXPECT_TRUE(LogIs(log, {Line(Level::kError, "NotifyOpenVppSession", *node,
-                                 "Failed to Create DeferOpenVppSession Thread with error: "
-                                 "LumResultETooManyUsers"),
-                            Line(Level::kError, "NotifyCloseVppSession", *node,
-                                 "Failed to Create DeferCloseVppSession Thread with error: "
-                                 "LumResultEBusy"),
-                            Closed(*node), Terminated(*node)}));
+    const auto failed = [&](const char* pWhat, const char* pCode) {
+        return Line(
+            'E', Printf("Notify%sVppSession", pWhat).c_str(), *node,
+            Printf("Failed to Create Defer%sVppSession Thread with error: %s", pWhat, pCode));
+    };
+    EXPECT_TRUE(
+        LogIs(log, {failed("Open", "LumResultETooManyUsers"), failed("Close", "LumResultEBusy"),
+                    Finish(*node, "CloseVppSession"), Finish(*node, "TermVppSession")}));
     EXPECT_EQ(MethodsAfter(*session, opened), (std::vector<std::string>{"close", "term"}));
 }
 
@@ -589,7 +546,8 @@ TEST_F(CloseVppSessionTest, DestructorClosesUnlessTold) {
         node->m_skipWaitForClose = skip ? 1 : 0;
         std::vector<ExpectedLine> expected = DestructorLines("Closing");
         if (!skip) {
-            expected.insert(expected.begin() + 1, {Closed(*node), Terminated(*node)});
+            expected.insert(expected.begin() + 1,
+                            {Finish(*node, "CloseVppSession"), Finish(*node, "TermVppSession")});
         }
         LogRecorder log;
         node.reset();
@@ -608,8 +566,9 @@ TEST_F(CloseVppSessionTest, DestructorJoinsThePendingWorker) {
     auto node = MakeSessionNode("Leaving");
     auto session = SessionOf(*node);
     ASSERT_EQ(node->OpenVppSession(), LumResultSuccess);
-    const std::vector<ExpectedLine> worker = {Flushed(*node, 0), Closed(*node), Terminated(*node),
-                                              CloseWorkerDone(*node), CloseJoined(*node)};
+    std::vector<ExpectedLine> worker = {Flushed(*node, 0), Finish(*node, "CloseVppSession"),
+                                        Finish(*node, "TermVppSession")};
+    for (const auto& line : CloseWorkerEnd(*node)) worker.push_back(line);
     LogRecorder log;
     ASSERT_EQ(node->NotifyCloseVppSession(), LumResultSuccess);
     std::vector<ExpectedLine> expected = DestructorLines("Leaving");

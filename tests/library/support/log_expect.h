@@ -10,14 +10,10 @@
 #include <cstdarg>
 #include <cstdio>
 #include <mutex>
-#include <sstream>
 #include <string>
 #include <vector>
 
 namespace vpptest {
-
-// Base name every statement of the library prints as its file.
-constexpr const char* kSourceBaseName = "pavovppservicebase";
 
 enum class Level { kError, kWarn, kInfo, kVerbose };
 
@@ -33,38 +29,29 @@ struct ExpectedLine {
     Form form = Form::kNode;
 };
 
-// A line by its level letter ('E', 'W', 'I', 'V') in either form.
+// A level's tag and letter as the sinks print them, and its Android priority (verbose lines go
+// out at info priority).
+struct LevelText {
+    const char* tag;
+    const char* letter;
+    int priority;
+};
+inline const LevelText& TextOf(Level level) {
+    static const LevelText kTexts[] = {{"[ERROR]", "E", ANDROID_LOG_ERROR},
+                                       {"[ WARN]", "W", ANDROID_LOG_WARN},
+                                       {"[ INFO]", "I", ANDROID_LOG_INFO},
+                                       {"[VERBOSE]", "V", ANDROID_LOG_INFO}};
+    return kTexts[static_cast<int>(level)];
+}
+// A level by its letter: 'E', 'W', 'I' or 'V'.
 inline Level LevelOf(char letter) {
-    return letter == 'E'   ? Level::kError
-           : letter == 'W' ? Level::kWarn
-           : letter == 'I' ? Level::kInfo
-                           : Level::kVerbose;
+    return static_cast<Level>(std::string("EWIV").find(letter));
 }
 inline ExpectedLine Node(char level, std::string function, std::string message) {
     return {LevelOf(level), std::move(function), std::move(message), Form::kNode};
 }
 inline ExpectedLine Ixe(char level, std::string function, std::string message) {
     return {LevelOf(level), std::move(function), std::move(message), Form::kIxe};
-}
-
-inline const char* LevelTag(Level level) {
-    static const char* const kTags[] = {"[ERROR]", "[ WARN]", "[ INFO]", "[VERBOSE]"};
-    return kTags[static_cast<int>(level)];
-}
-inline const char* LevelLetter(Level level) {
-    return &"E\0W\0I\0V"[2 * static_cast<int>(level)];
-}
-// Android priority of a level; verbose lines go out at info priority.
-inline int LevelPriority(Level level) {
-    return level == Level::kError  ? ANDROID_LOG_ERROR
-           : level == Level::kWarn ? ANDROID_LOG_WARN
-                                   : ANDROID_LOG_INFO;
-}
-inline const char* GroupName(Form form) {
-    return form == Form::kNode ? "VPP" : "FRC";
-}
-inline const char* AndroidTag(Form form) {
-    return form == Form::kNode ? "IxoNode" : "Ixo";
 }
 
 // printf into a string, so that "%p" and "%lu" print exactly as they do in the log.
@@ -77,8 +64,6 @@ inline std::string Printf(const char* pFormat, ...) {
     va_end(args);
     return buffer;
 }
-
-// A pointer as "%p" prints it ("(nil)" for null).
 inline std::string Ptr(const void* p) {
     return Printf("%p", p);
 }
@@ -132,41 +117,23 @@ inline std::string Describe(const camera_host::LogLine& line) {
            line.levelTag + " | " + line.levelLetter + " | " + line.group + " | " + line.file +
            " | " + line.function + " | " + line.message;
 }
-// The same for an expected line on the given sink; an empty group is the form's own.
-inline std::string Describe(const ExpectedLine& expected,
-                            camera_host::LogSink sink = camera_host::LogSink::Normal,
-                            const std::string& group = "") {
-    return std::string(sink == camera_host::LogSink::Normal ? "normal" : "encrypt") + " | " +
-           LevelTag(expected.level) + " | " + LevelLetter(expected.level) + " | " +
-           (group.empty() ? GroupName(expected.form) : group) + " | " + kSourceBaseName + " | " +
-           expected.function + " | " + expected.message;
-}
-
-// The full Android line the statement behind a framework line must have written.
-inline std::string AndroidText(const camera_host::LogLine& line) {
-    return line.levelTag + line.group + " " + line.file + ":" + std::to_string(line.line) + " " +
+// The Android tag of a framework line's statement, and the full text it must have written there.
+inline std::string AndroidTwin(const camera_host::LogLine& line) {
+    const LevelText& text = TextOf(LevelOf(line.levelLetter[0]));
+    return std::to_string(text.priority) + (line.group == "VPP" ? " IxoNode " : " Ixo ") +
+           line.levelTag + line.group + " " + line.file + ":" + std::to_string(line.line) + " " +
            line.function + "() " + line.message + "\n";
 }
-
-// Framework lines alone against the expected ones, in order; each carries a positive line number.
-inline void ExpectLines(const std::vector<camera_host::LogLine>& lines,
-                        const std::vector<ExpectedLine>& expected,
-                        camera_host::LogSink sink = camera_host::LogSink::Normal,
-                        const std::string& group = "") {
-    std::vector<std::string> actual;
-    for (const auto& line : lines) {
-        actual.push_back(Describe(line));
-        EXPECT_GT(line.line, 0) << Describe(line);
-    }
-    std::vector<std::string> wanted;
-    for (const auto& line : expected) {
-        wanted.push_back(Describe(line, sink, group));
-    }
-    EXPECT_EQ(actual, wanted);
+inline std::string Describe(const AndroidLogLine& line) {
+    return std::to_string(line.priority) + " " + line.tag + " " + line.message;
 }
 
-// Both sinks as one list of strings: each framework line with the Android twin found at the same
-// place (the level's priority and the form's tag, the full text with the same line number).
+// How a comparison expects the lines to have gone out: on the normal sink with their Android
+// twins, on the normal sink alone, or on the encrypting sink alone (named by the given group).
+enum class Sinks { kBoth, kNormalOnly, kEncryptOnly };
+
+// Both sinks as one list of strings: each framework line with the verdict on the Android line at
+// the same place (its twin, or what it holds instead).
 inline std::vector<std::string> Joined(const LogRecorder& recorder) {
     const auto lines = recorder.Lines();
     const auto android = recorder.AndroidLines();
@@ -178,37 +145,42 @@ inline std::vector<std::string> Joined(const LogRecorder& recorder) {
         }
         if (i >= android.size()) {
             text += " || (no Android line)";
-        } else if (i < lines.size() && android[i].message == AndroidText(lines[i])) {
-            text += " || " + std::to_string(android[i].priority) + " " + android[i].tag;
+        } else if (i < lines.size() && Describe(android[i]) == AndroidTwin(lines[i])) {
+            text += " || twin";
         } else {
-            text += " || " + std::to_string(android[i].priority) + " " + android[i].tag + " " +
-                    android[i].message;
+            text += " || " + Describe(android[i]);
         }
         joined.push_back(text);
     }
     return joined;
 }
-inline std::string Joined(const ExpectedLine& e) {
-    return Describe(e) + " || " + std::to_string(LevelPriority(e.level)) + " " + AndroidTag(e.form);
+// An expected line as Joined prints it; an empty group is the form's own.
+inline std::string Joined(const ExpectedLine& e, Sinks sinks, const std::string& group) {
+    const LevelText& text = TextOf(e.level);
+    return std::string(sinks == Sinks::kEncryptOnly ? "encrypt" : "normal") + " | " + text.tag +
+           " | " + text.letter + " | " +
+           (!group.empty()          ? group
+            : e.form == Form::kNode ? "VPP"
+                                    : "FRC") +
+           " | pavovppservicebase | " + e.function + " | " + e.message +
+           (sinks == Sinks::kBoth ? " || twin" : " || (no Android line)");
 }
 
 // Every line of both sinks, in order and to the character, against the expectation.
 inline ::testing::AssertionResult LogIs(const LogRecorder& recorder,
-                                        const std::vector<ExpectedLine>& expected) {
+                                        const std::vector<ExpectedLine>& expected,
+                                        Sinks sinks = Sinks::kBoth, const std::string& group = "") {
     std::vector<std::string> wanted;
     for (const auto& e : expected) {
-        wanted.push_back(Joined(e));
+        wanted.push_back(Joined(e, sinks, group));
     }
     const std::vector<std::string> actual = Joined(recorder);
     if (actual == wanted) {
         return ::testing::AssertionSuccess();
     }
-    std::ostringstream out;
-    out << "expected:\n";
-    for (const auto& line : wanted) out << "  " << line << "\n";
-    out << "captured:\n";
-    for (const auto& line : actual) out << "  " << line << "\n";
-    return ::testing::AssertionFailure() << out.str();
+    return ::testing::AssertionFailure() << "expected:\n"
+                                         << ::testing::PrintToString(wanted) << "\ncaptured:\n"
+                                         << ::testing::PrintToString(actual);
 }
 
 // The same in any order (lines of threads that run at the same time): the framework lines as a
@@ -217,16 +189,15 @@ inline ::testing::AssertionResult LogHasExactly(const LogRecorder& recorder,
                                                 const std::vector<ExpectedLine>& expected) {
     std::vector<std::string> wanted, actual, twins, android;
     for (const auto& e : expected) {
-        wanted.push_back(Describe(e));
+        std::string text = Joined(e, Sinks::kBoth, "");
+        wanted.push_back(text.erase(text.rfind(" || ")));
     }
     for (const auto& line : recorder.Lines()) {
         actual.push_back(Describe(line));
-        const Form form = line.group == "VPP" ? Form::kNode : Form::kIxe;
-        twins.push_back(std::to_string(LevelPriority(LevelOf(line.levelLetter[0]))) + " " +
-                        AndroidTag(form) + " " + AndroidText(line));
+        twins.push_back(AndroidTwin(line));
     }
     for (const auto& line : recorder.AndroidLines()) {
-        android.push_back(std::to_string(line.priority) + " " + line.tag + " " + line.message);
+        android.push_back(Describe(line));
     }
     for (auto* list : {&wanted, &actual, &twins, &android}) {
         std::sort(list->begin(), list->end());

@@ -4,6 +4,7 @@
 #include <android/binder_manager.h>
 #include <binder_host/binder_host.h>
 #include <fcntl.h>
+#include <gtest/gtest.h>
 #include <sys/stat.h>
 
 #include <stdexcept>
@@ -11,41 +12,22 @@
 namespace vpptest {
 namespace {
 
-// What a descriptor refers to right now.
-FdSeen InspectFd(int fd) {
-    FdSeen seen;
-    seen.fd = fd;
-    const int descriptorFlags = (fd >= 0) ? fcntl(fd, F_GETFD) : -1;
-    struct stat status {};
-    if (descriptorFlags >= 0 && fstat(fd, &status) == 0) {
-        seen.open = true;
-        seen.closeOnExec = (descriptorFlags & FD_CLOEXEC) != 0;
-        seen.device = status.st_dev;
-        seen.inode = status.st_ino;
-    }
-    return seen;
-}
-
 BufferSeen Snapshot(const VppBuffer& buffer) {
-    BufferSeen seen;
+    std::vector<FdSeen> fds;
     for (const auto& fd : buffer.bufferHandle.fds) {
-        seen.fds.push_back(InspectFd(fd.get()));
+        const int flags = fd.get() >= 0 ? fcntl(fd.get(), F_GETFD) : -1;
+        struct stat status {};
+        const bool open = flags >= 0 && fstat(fd.get(), &status) == 0;
+        fds.push_back(
+            {fd.get(), open, open && (flags & FD_CLOEXEC) != 0, status.st_dev, status.st_ino});
     }
-    seen.ints = buffer.bufferHandle.ints;
-    seen.offset = buffer.offset;
-    seen.bufferLen = buffer.bufferLen;
-    seen.filledLen = buffer.filledLen;
-    seen.allocLen = buffer.allocLen;
-    seen.extraFds = buffer.extraHandle.fds.size();
-    seen.extraInts = buffer.extraHandle.ints.size();
-    seen.extraOffset = buffer.extraOffset;
-    seen.extraLen = buffer.extraLen;
-    seen.metadataCount = buffer.metadata.size();
-    seen.flags = buffer.flags;
-    seen.timestamp = buffer.timestamp;
-    seen.portType = buffer.portType;
-    seen.cookie = buffer.cookie;
-    return seen;
+    const size_t extras =
+        buffer.extraHandle.fds.size() + buffer.extraHandle.ints.size() + buffer.metadata.size();
+    return {std::move(fds),   buffer.bufferHandle.ints, buffer.offset,
+            buffer.bufferLen, buffer.filledLen,         buffer.allocLen,
+            extras,           buffer.extraOffset,       buffer.extraLen,
+            buffer.flags,     buffer.timestamp,         buffer.portType,
+            buffer.cookie};
 }
 
 }  // namespace
@@ -166,6 +148,11 @@ ndk::ScopedAStatus ScriptedService::getNewVppSession(int32_t /*flags*/,
 
 std::string DefaultInstanceName() {
     return std::string(ScriptedService::descriptor) + "/default";
+}
+
+void DeclareServiceDead() {
+    ASSERT_EQ(ABinderHost_declareDead(DefaultInstanceName().c_str()), STATUS_OK);
+    ASSERT_EQ(ABinderHost_flushPool(), STATUS_OK);
 }
 
 ServiceRegistration::ServiceRegistration(std::shared_ptr<ScriptedService> service)

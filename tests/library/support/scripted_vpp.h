@@ -40,32 +40,25 @@ inline Reply BrokenTransaction() {
     return Reply{true, VppError::VPP_OK};
 }
 
-// A descriptor of a queued buffer as the session saw it during the call.
+// A descriptor of a queued buffer as the session saw it during the call: its number, whether it
+// was open and close-on-exec, and the file it referred to.
 struct FdSeen {
-    int fd = -1;
-    bool open = false;
-    bool closeOnExec = false;
-    dev_t device = 0;
-    ino_t inode = 0;
+    int fd;
+    bool open, closeOnExec;
+    dev_t device;
+    ino_t inode;
 };
 
-// A queued buffer, field by field, as the session saw it during the call.
+// A queued buffer, field by field, as the session saw it during the call; extras counts the
+// extra handle's descriptors and numbers and the metadata entries.
 struct BufferSeen {
     std::vector<FdSeen> fds;
     std::vector<int32_t> ints;
-    int32_t offset = 0;
-    int32_t bufferLen = 0;
-    int32_t filledLen = 0;
-    int32_t allocLen = 0;
-    size_t extraFds = 0;
-    size_t extraInts = 0;
-    int64_t extraOffset = 0;
-    int64_t extraLen = 0;
-    size_t metadataCount = 0;
-    int32_t flags = 0;
-    int64_t timestamp = 0;
-    int64_t portType = 0;
-    int64_t cookie = 0;
+    int32_t offset, bufferLen, filledLen, allocLen;
+    size_t extras;
+    int64_t extraOffset, extraLen;
+    int32_t flags;
+    int64_t timestamp, portType, cookie;
 };
 
 // One recorded call.
@@ -180,6 +173,8 @@ class ScriptedService : public BnVppService {
 
 // Instance name under which nodes look the service up.
 std::string DefaultInstanceName();
+// Declares the service of that name dead and waits until every death notice was delivered.
+void DeclareServiceDead();
 
 // Registers a service under the default instance name for the object's life.
 class ServiceRegistration {
@@ -188,7 +183,6 @@ class ServiceRegistration {
     ~ServiceRegistration();
     ServiceRegistration(const ServiceRegistration&) = delete;
     ServiceRegistration& operator=(const ServiceRegistration&) = delete;
-    const std::shared_ptr<ScriptedService>& service() const { return m_service; }
 
   private:
     std::shared_ptr<ScriptedService> m_service;

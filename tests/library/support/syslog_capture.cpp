@@ -11,37 +11,29 @@
 #include <mutex>
 
 namespace vpptest {
-
 namespace {
 
 std::mutex g_syslogMutex;
 bool g_capturing = false;
-std::vector<SyslogLine> g_syslogLines;
+std::vector<std::string> g_syslogLines;
 
-// Records the line if a capture is alive; false means the real syslog should write it.
-bool Record(int priority, const char* pFormat, va_list args) {
-    const int savedErrno = errno;  // %m in the format refers to the caller's errno
-    std::lock_guard<std::mutex> lock(g_syslogMutex);
-    if (!g_capturing) {
-        return false;
-    }
-    char text[1024];
-    va_list copy;
-    va_copy(copy, args);
-    errno = savedErrno;
-    vsnprintf(text, sizeof(text), pFormat != nullptr ? pFormat : "", copy);
-    va_end(copy);
-    g_syslogLines.push_back(SyslogLine{priority, text});
-    errno = savedErrno;
-    return true;
-}
-
-// Records the line, or passes it on to the C library's vsyslog without a capture.
+// Records the line while a capture is alive, or passes it on to the C library's vsyslog.
 void Log(int priority, const char* pFormat, va_list args) {
+    const int savedErrno = errno;  // %m in the format refers to the caller's errno
+    {
+        std::lock_guard<std::mutex> lock(g_syslogMutex);
+        if (g_capturing) {
+            char text[1024];
+            vsnprintf(text, sizeof(text), pFormat != nullptr ? pFormat : "", args);
+            g_syslogLines.push_back(text);
+            errno = savedErrno;
+            return;
+        }
+    }
     using VsyslogFunction = void (*)(int, const char*, va_list);
-    static const VsyslogFunction pReal =
-        reinterpret_cast<VsyslogFunction>(dlsym(RTLD_NEXT, "vsyslog"));
-    if (!Record(priority, pFormat, args) && pReal != nullptr) {
+    static const auto pReal = reinterpret_cast<VsyslogFunction>(dlsym(RTLD_NEXT, "vsyslog"));
+    if (pReal != nullptr) {
+        errno = savedErrno;
         pReal(priority, pFormat, args);
     }
 }
@@ -60,7 +52,7 @@ SyslogCapture::~SyslogCapture() {
     g_syslogLines.clear();
 }
 
-std::vector<SyslogLine> SyslogCapture::Lines() const {
+std::vector<std::string> SyslogCapture::Lines() const {
     std::lock_guard<std::mutex> lock(g_syslogMutex);
     return g_syslogLines;
 }

@@ -8,20 +8,15 @@
 
 namespace vpptest {
 
-// One line written to syslog: its priority and the expanded message.
-struct SyslogLine {
-    int priority;
-    std::string message;
-};
-
-// Records every syslog line of the process while alive (one capture at a time).
+// Records the expanded message of every syslog line of the process while alive (one capture at
+// a time).
 class SyslogCapture {
   public:
     SyslogCapture();
     ~SyslogCapture();
     SyslogCapture(const SyslogCapture&) = delete;
     SyslogCapture& operator=(const SyslogCapture&) = delete;
-    std::vector<SyslogLine> Lines() const;
+    std::vector<std::string> Lines() const;
 };
 
 }  // namespace vpptest

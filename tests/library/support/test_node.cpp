@@ -1,8 +1,6 @@
 // The test node's handlers and the reset of the process-wide statics.
 #include "test_node.h"
 
-#include <chrono>
-
 namespace vpptest {
 
 TestNode::TestNode(const char* pName, uint32_t width, uint32_t height) {
@@ -11,14 +9,9 @@ TestNode::TestNode(const char* pName, uint32_t width, uint32_t height) {
     m_height = height;
 }
 
-TestNode::~TestNode() = default;
-
 void TestNode::Record(std::string event) {
-    {
-        std::lock_guard<std::mutex> lock(m_eventsMutex);
-        m_events.push_back(std::move(event));
-    }
-    m_eventsChanged.notify_all();
+    std::lock_guard<std::mutex> lock(m_eventsMutex);
+    m_events.push_back(std::move(event));
 }
 
 void TestNode::OnVppServiceDied() {
@@ -65,12 +58,6 @@ void TestNode::OnVppError(VppError error) {
 std::vector<std::string> TestNode::Events() const {
     std::lock_guard<std::mutex> lock(m_eventsMutex);
     return m_events;
-}
-
-bool TestNode::WaitForEvents(size_t count, int timeoutMs) const {
-    std::unique_lock<std::mutex> lock(m_eventsMutex);
-    return m_eventsChanged.wait_for(lock, std::chrono::milliseconds(timeoutMs),
-                                    [&] { return m_events.size() >= count; });
 }
 
 void TestNode::ResetStatics() {

@@ -4,8 +4,6 @@
 
 #include <android/log.h>
 
-#include <atomic>
-#include <condition_variable>
 #include <functional>
 #include <mutex>
 #include <string>
@@ -20,7 +18,6 @@ namespace vpptest {
 class TestNode : public IxoNodeVppBase {
   public:
     explicit TestNode(const char* pName = "TestNode", uint32_t width = 64, uint32_t height = 32);
-    ~TestNode() override;
 
     void OnVppServiceDied() override;
     void OnVppInputBufferDone(const VppBuffer& buffer) override;
@@ -34,8 +31,6 @@ class TestNode : public IxoNodeVppBase {
     // Handler calls in order: "died", "input:<cookie>", "output:<cookie>", "flush:<port>",
     // "drain", "reconfig", "error:<value>".
     std::vector<std::string> Events() const;
-    // Waits until at least count events arrived (false after timeoutMs).
-    bool WaitForEvents(size_t count, int timeoutMs = 2000) const;
     // Called at the start of OnVppServiceDied, on the thread that delivers the death.
     std::function<void()> onServiceDied;
 
@@ -64,7 +59,6 @@ class TestNode : public IxoNodeVppBase {
     void Record(std::string event);
 
     mutable std::mutex m_eventsMutex;
-    mutable std::condition_variable m_eventsChanged;
     std::vector<std::string> m_events;
 };
 
