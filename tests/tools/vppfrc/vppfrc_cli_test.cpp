@@ -109,11 +109,12 @@ TEST_F(VppfrcTest, RefusalsNameTheProblemAndLeaveNothing) {
     }
 }
 
+// A conversion with its summaries and preview; a preview that cannot be made keeps the video.
 TEST_F(VppfrcTest, ConvertsAClipAndPrintsItsSummaries) {
     WriteFile(File("in.y4m"), Clip(6));
-    ASSERT_EQ(
-        Run({"in.y4m", "-o", "out.y4m", "--factor", "3", "--mode", "blend", "--preview", "p.png"}),
-        0)
+    ASSERT_EQ(Run({"in.y4m", "-o", "out.y4m", "--factor", "3", "--mode", "blend", "--preview",
+                   "p.png", "--preview-at", "2"}),
+              0)
         << err_;
     EXPECT_EQ(dir_.Entries(), (Names{"in.y4m", "out.y4m", "p-crop.png", "p.png"}));
     const Parsed parsed = Parse(ReadFile(File("out.y4m")));
@@ -133,6 +134,20 @@ TEST_F(VppfrcTest, ConvertsAClipAndPrintsItsSummaries) {
     EXPECT_EQ(start, end);
     // Not a terminal: plain progress lines on stderr, ending with the total.
     EXPECT_TRUE(Has(err_, "converting: 6/6 frames (100%)"));
+
+    // 1 s at 24 frames/s is past the end: no preview, the video is kept.
+    EXPECT_EQ(Run({"in.y4m", "-o", "out.y4m", "-y", "--preview", "q.png", "--preview-at", "1s"}),
+              4);
+    EXPECT_TRUE(Has(err_, "no frame at or after --preview-at 1s"));
+    // The sheet of noise is larger than the video (11 frames of 1158 bytes): a file size limit
+    // between the two lets the video through and stops the preview.
+    for (const char* name : {"out.y4m", "p.png", "p-crop.png"}) unlink(File(name).c_str());
+    EXPECT_EQ(Run({"in.y4m", "-o", "out.y4m", "--preview", "p.png", "-q"}, 14000), 4);
+    EXPECT_TRUE(Has(err_,
+                    "the video was written, but not the preview: cannot write 'p.png': File "
+                    "too large"));
+    EXPECT_EQ(Parse(ReadFile(File("out.y4m"))).frameLines.size(), 11u);
+    EXPECT_EQ(dir_.Entries(), (Names{"in.y4m", "out.y4m"}));
 
     // The JSON summary, here on stdout; mode off says what it does with a requested rate.
     WriteFile(File("in.y4m"), Clip(5));
@@ -159,26 +174,6 @@ TEST_F(VppfrcTest, DemoWritesItsClipOutputAndPreview) {
     // 48 frames at the demo's factor 4, each a FRAME line and 640x360 samples.
     const std::string video = ReadFile(File("demo/output.y4m"));
     EXPECT_EQ(video.size(), video.find('\n') + 1 + 189 * (6 + 640 * 360 * 3 / 2));
-}
-
-TEST_F(VppfrcTest, PreviewChoosesItsFramesAndAFailedPreviewKeepsTheVideo) {
-    WriteFile(File("in.y4m"), Clip(6));
-    EXPECT_EQ(Run({"in.y4m", "-o", "out.y4m", "--preview", "p.png", "--preview-at", "2", "-q"}), 0)
-        << err_;
-    EXPECT_EQ(dir_.Entries(), (Names{"in.y4m", "out.y4m", "p-crop.png", "p.png"}));
-    // 1 s at 24 frames/s is past the end: no preview, the video is kept.
-    EXPECT_EQ(Run({"in.y4m", "-o", "out.y4m", "-y", "--preview", "q.png", "--preview-at", "1s"}),
-              4);
-    EXPECT_TRUE(Has(err_, "no frame at or after --preview-at 1s"));
-    // The sheet of noise is larger than the video (11 frames of 1158 bytes): a file size limit
-    // between the two lets the video through and stops the preview.
-    for (const char* name : {"out.y4m", "p.png", "p-crop.png"}) unlink(File(name).c_str());
-    EXPECT_EQ(Run({"in.y4m", "-o", "out.y4m", "--preview", "p.png", "-q"}, 14000), 4);
-    EXPECT_TRUE(Has(err_,
-                    "the video was written, but not the preview: cannot write 'p.png': File "
-                    "too large"));
-    EXPECT_EQ(Parse(ReadFile(File("out.y4m"))).frameLines.size(), 11u);
-    EXPECT_EQ(dir_.Entries(), (Names{"in.y4m", "out.y4m"}));
 }
 
 }  // namespace
