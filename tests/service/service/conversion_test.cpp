@@ -162,6 +162,8 @@ TEST_P(ConversionTest, ReconfigureReturnsOldBuffersThenTakesTheNewSize) {
     EXPECT_EQ(events[2].kind, Event::kOutput) << "the unused old buffer comes back unfilled";
     EXPECT_EQ(events[2].filledLen, 0);
     EXPECT_EQ(events[3].status, E::VPP_OK);
+    VppPortParam current;
+    EXPECT_TRUE(Call(&S::getParameter, 1, &current) == E::VPP_OK && current.width == 32);
     // The new size counts from now on: a buffer of the new frame size is enough.
     SharedFrame newSize(32 * 16 * 3 / 2);
     EXPECT_EQ(Queue(0, newSize.Buffer(5, 2)), E::VPP_OK);

@@ -65,9 +65,8 @@ struct SharedFrame {
         VppBuffer buffer;
         buffer.bufferHandle.fds.emplace_back(fcntl(fd, F_DUPFD_CLOEXEC, 0));
         buffer.bufferLen = buffer.allocLen = buffer.filledLen = static_cast<int32_t>(size);
-        buffer.timestamp = timestamp;
-        buffer.flags = flags;
-        buffer.cookie = cookie;
+        std::tie(buffer.timestamp, buffer.flags, buffer.cookie) =
+            std::tie(timestamp, flags, cookie);
         return buffer;
     }
 
