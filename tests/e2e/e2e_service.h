@@ -35,6 +35,9 @@ inline bool Eventually(const std::function<bool()>& condition, int timeoutMs) {
 }
 
 enum class Transport { kEmbedded, kProcess };
+inline std::string TransportName(const ::testing::TestParamInfo<Transport>& info) {
+    return info.param == Transport::kEmbedded ? "Embedded" : "Process";
+}
 
 // The service registered as instance "default" (the one the library looks up) for the life of
 // the object.

@@ -32,8 +32,7 @@ constexpr int kWaitMs = 20000;
 struct Captured {
     Frame data;  // empty for an end of stream without a frame
     int64_t timestamp;
-    bool endOfStream;
-    bool isInputFrame;
+    bool endOfStream, isInputFrame;
 };
 
 // Collects what a node hands to its consumer (on the service's thread).
@@ -54,10 +53,10 @@ struct Collector {
     std::vector<Captured> frames;
 };
 
-FrcNodeConfig Config(FrcMode mode, int factor, int width = kWidth, int height = kHeight) {
+FrcNodeConfig Config(FrcMode mode, int factor) {
     FrcNodeConfig config;
-    config.width = static_cast<uint32_t>(width);
-    config.height = static_cast<uint32_t>(height);
+    config.width = kWidth;
+    config.height = kHeight;
     config.mode = mode;
     config.factor = factor;
     // A range that fits the test's motion keeps motion mode fast in sanitizer builds.
@@ -82,14 +81,13 @@ class NodeRuns : public ::testing::TestWithParam<Transport> {
     void TearDown() override {
         if (service_ != nullptr && service_->daemon() != nullptr) {
             const pid_t daemon = service_->daemon()->pid();
-            EXPECT_EQ(testsupport::SettledCount(
-                          [&] { return testsupport::OpenDescriptorCountOf(daemon); },
-                          serviceDescriptors_),
-                      serviceDescriptors_)
-                << "service descriptors leaked";
-            EXPECT_EQ(
-                testsupport::SettledCount([&] { return e2e::MemfdMappingCountOf(daemon); }, 0), 0)
-                << "service mappings leaked";
+            EXPECT_TRUE(e2e::Eventually(
+                [&] {
+                    return testsupport::OpenDescriptorCountOf(daemon) == serviceDescriptors_ &&
+                           e2e::MemfdMappingCountOf(daemon) == 0;
+                },
+                3000))
+                << "service descriptors or mappings leaked";
         }
         service_.reset();
         ABinderHost_flushPool();
@@ -217,8 +215,6 @@ TEST_P(NodeRuns, ServiceRefusalsSurfaceAsResultCodes) {
 
 INSTANTIATE_TEST_SUITE_P(Transports, NodeRuns,
                          ::testing::Values(Transport::kEmbedded, Transport::kProcess),
-                         [](const auto& info) {
-                             return info.param == Transport::kEmbedded ? "Embedded" : "Process";
-                         });
+                         e2e::TransportName);
 
 }  // namespace

@@ -42,15 +42,9 @@ class ToolE2e : public ::testing::Test {
     int Run(const vppfrc::Options& options, const vppfrc::RunHooks& hooks = {}) {
         return vppfrc::RunTool(options, out_, err_, hooks);
     }
-    std::string Text(FILE* file) const {
+    static std::string Text(FILE* file) {
         fflush(file);
-        rewind(file);
-        std::string text;
-        char buffer[4096];
-        for (size_t got; (got = fread(buffer, 1, sizeof(buffer), file)) > 0;) {
-            text.append(buffer, got);
-        }
-        return text;
+        return ReadFile("/proc/self/fd/" + std::to_string(fileno(file)));
     }
 
     e2e::TempDir dir_;

@@ -25,10 +25,7 @@ using Outputs = std::vector<OutputFrame>;
 
 ConverterConfig config(FrcMode mode, int factor, int num = 0, int den = 0) {
     ConverterConfig c;
-    c.mode = mode;
-    c.factor = factor;
-    c.rateNum = num;
-    c.rateDen = den;
+    std::tie(c.mode, c.factor, c.rateNum, c.rateDen) = std::tie(mode, factor, num, den);
     return c;
 }
 
@@ -145,6 +142,15 @@ TEST(Converter, EveryModeFactorAndRatioFollowsTheGrid) {
     Converter conv(config(FrcMode::kBlend, 0, 60000, 24 * 1001));
     const auto ts = evenly(50, std::numeric_limits<int64_t>::max() - 60 * 2500, 2500);
     expectGrid(runStream(&conv, movingFrames(50, PixelFormat::kNv12, 32, 16), ts), 2500, 1001, ts);
+    // Timestamps at the ends of the range: half way from the minimum to the maximum is -1.
+    Converter ends(config(FrcMode::kBlend, 4));
+    const int64_t kMin = std::numeric_limits<int64_t>::min(), kMax = -(kMin + 1);
+    const Outputs out = runStream(&ends, movingFrames(3), {kMin, kMax, kMin});
+    ASSERT_EQ(out.size(), 9u);
+    EXPECT_EQ(
+        std::make_tuple(out[0].timestamp, out[2].timestamp, out[4].timestamp, out[8].timestamp),
+        std::make_tuple(kMin, int64_t{-1}, kMax, kMin));
+    for (size_t k = 1; k < 9; ++k) EXPECT_EQ(out[k - 1].timestamp < out[k].timestamp, k <= 4) << k;
 }
 
 TEST(Converter, StreamEndsWithTheLastFrameOnTheGridOrAFullGroupOfRepeats) {
@@ -196,8 +202,7 @@ TEST(Converter, ModeAndRatioChangesTakeEffectAtTheNextGroup) {
     auto frames = movingFrames(5);
     Converter conv(config(FrcMode::kBlend, 2));
     Outputs out;
-    conv.push(frames[0].cview(), 0, 0, &out);
-    conv.push(frames[1].cview(), 10, 1, &out);
+    for (size_t i : {0, 1}) conv.push(frames[i].cview(), 10 * i, i, &out);
     ASSERT_EQ(out.size(), 2u);
     // Switching to motion while frame 1 waits: its group falls back to blend.
     ASSERT_TRUE(conv.reconfigure(config(FrcMode::kMotion, 2)));
@@ -290,16 +295,15 @@ TEST(Converter, IndependentConvertersOnThreadsMatchASequentialRun) {
         Converter conv(config(FrcMode::kMotion, 2));
         runStream(&conv, frames, evenly(4, 0, 1), results);
     };
-    std::vector<OwnedFrame> reference, a, b;
+    std::vector<OwnedFrame> reference, runs[2];
     run(&reference);
-    std::thread ta(run, &a), tb(run, &b);
+    std::thread ta(run, &runs[0]), tb(run, &runs[1]);
     ta.join();
     tb.join();
-    ASSERT_EQ(a.size(), reference.size());
-    ASSERT_EQ(b.size(), reference.size());
-    for (size_t i = 0; i < reference.size(); ++i) {
-        EXPECT_TRUE(a[i].samePixels(reference[i]));
-        EXPECT_TRUE(b[i].samePixels(reference[i]));
+    for (const auto& frames : runs) {
+        ASSERT_EQ(frames.size(), reference.size());
+        for (size_t i = 0; i < reference.size(); ++i)
+            EXPECT_TRUE(frames[i].samePixels(reference[i]));
     }
 }
 

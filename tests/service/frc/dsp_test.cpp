@@ -33,15 +33,6 @@ std::vector<std::vector<uint8_t>> inputs() {
     return all;
 }
 
-// Window weights (the kernels load them aligned): random, or the largest possible.
-struct Weights {
-    alignas(32) uint16_t w[16 * 16];
-    Weights(std::mt19937& rng, bool maximal) {
-        for (auto& v : w) v = maximal ? 65535 : static_cast<uint16_t>(rng());
-    }
-    const uint16_t* data() const { return w; }
-};
-
 TEST(Dsp, EveryVariantMatchesTheReference) {
     const Dsp& ref = frc::detail::dspReference();
     const auto pictures = inputs();
@@ -103,18 +94,20 @@ TEST(Dsp, EveryVariantMatchesTheReference) {
                         ta.weight[t] = tb.weight[t] = static_cast<int16_t>(w);
                     }
                     ta.count = tb.count = count;
-                    const Weights w(rng, maximal);
+                    // Window weights (the kernels load them aligned): random, or the largest.
+                    alignas(32) uint16_t w[16 * 16];
+                    for (auto& v : w) v = maximal ? 65535 : static_cast<uint16_t>(rng());
                     const ptrdiff_t accStride = 40;
                     std::vector<uint16_t> accGot(accStride * 16, 100);
                     std::vector<uint16_t> accWant = accGot;
-                    d->accumulate(ta, kStride, w.data(), accGot.data(), accStride, 16);
-                    ref.accumulate(ta, kStride, w.data(), accWant.data(), accStride, 16);
+                    d->accumulate(ta, kStride, w, accGot.data(), accStride, 16);
+                    ref.accumulate(ta, kStride, w, accWant.data(), accStride, 16);
                     EXPECT_EQ(accGot, accWant) << "accumulate " << count;
                     std::vector<uint16_t> pairGot(accStride * 8 * 2, 7);
                     std::vector<uint16_t> pairWant = pairGot;
-                    d->accumulatePair(ta, tb, kStride, w.data(), pairGot.data(),
+                    d->accumulatePair(ta, tb, kStride, w, pairGot.data(),
                                       pairGot.data() + accStride * 8, accStride, 8);
-                    ref.accumulatePair(ta, tb, kStride, w.data(), pairWant.data(),
+                    ref.accumulatePair(ta, tb, kStride, w, pairWant.data(),
                                        pairWant.data() + accStride * 8, accStride, 8);
                     EXPECT_EQ(pairGot, pairWant) << "accumulatePair " << count;
                 }

@@ -1,7 +1,8 @@
-// Test helpers for the frame-rate conversion engine: owned frames in any layout, synthetic
-// moving content with exact ground truth, and PSNR.
+// Test helpers for the frame-rate conversion engine: owned frames in any layout, synthetic moving
+// content with exact ground truth, and PSNR.
 #pragma once
 
+#include <algorithm>
 #include <cmath>
 #include <cstdint>
 #include <functional>
@@ -11,8 +12,8 @@
 
 namespace frc_test {
 
-// A frame that owns its buffer, laid out as the service lays out buffers, with a guard band
-// after the last plane so that writes past the picture show up.
+// A frame that owns its buffer, laid out as the service lays out buffers, with a guard band after
+// the last plane so that writes past the picture show up.
 class OwnedFrame {
   public:
     static constexpr size_t kGuard = 64;
@@ -31,10 +32,7 @@ class OwnedFrame {
     frc::ConstFrameView cview() const { return view_; }
     int width() const { return view_.width; }
     int height() const { return view_.height; }
-    uint8_t& at(int plane, int x, int y) {
-        return view_.planes[plane][y * view_.strides[plane] + x];
-    }
-    uint8_t at(int plane, int x, int y) const {
+    uint8_t& at(int plane, int x, int y) const {
         return view_.planes[plane][y * view_.strides[plane] + x];
     }
     // Byte offset of chroma component c (0 = Cb, 1 = Cr) of chroma column x in its plane row.
@@ -73,10 +71,8 @@ class OwnedFrame {
         return true;
     }
     bool guardIntact() const {
-        for (size_t i = buffer_.size() - kGuard; i < buffer_.size(); ++i) {
-            if (buffer_[i] != kGuardByte) return false;
-        }
-        return true;
+        return std::all_of(buffer_.end() - kGuard, buffer_.end(),
+                           [](uint8_t b) { return b == kGuardByte; });
     }
 
   private:
@@ -90,7 +86,7 @@ inline int clamp8(double v) {
 }
 
 // PSNR of a plane's samples (-1: luma, else chroma component c), ignoring a border of `margin`.
-inline double psnr(const OwnedFrame& a, const OwnedFrame& b, int c, int margin) {
+inline double psnr(const OwnedFrame& a, const OwnedFrame& b, int c, int margin = 0) {
     const int w = c < 0 ? a.width() : frc::chromaWidth(a.width());
     const int h = c < 0 ? a.height() : frc::chromaHeight(a.height());
     double se = 0;
@@ -104,12 +100,6 @@ inline double psnr(const OwnedFrame& a, const OwnedFrame& b, int c, int margin) 
         }
     }
     return se == 0 ? 99.0 : 10.0 * std::log10(255.0 * 255.0 * n / se);
-}
-inline double psnrLuma(const OwnedFrame& a, const OwnedFrame& b, int margin = 0) {
-    return psnr(a, b, -1, margin);
-}
-inline double psnrChroma(const OwnedFrame& a, const OwnedFrame& b, int c, int margin = 0) {
-    return psnr(a, b, c, margin);
 }
 
 // A smooth, non-periodic texture over the plane (sums of sines of unrelated frequencies), rich

@@ -22,44 +22,41 @@ class LifecycleTest : public ServiceTest {
   protected:
     void SetUp() override {
         ServiceTest::SetUp();
-        inputs_ = Frames(5, kFrameSize);
-        outputs_ = Frames(3, kFrameSize);
+        in_ = Frames(5, kFrameSize);
+        out_ = Frames(3, kFrameSize);
         ownMappings_ = ServiceMappings();
     }
-    void TearDown() override {
-        inputs_.clear();
-        outputs_.clear();
-        ServiceTest::TearDown();
-    }
-    // Queues inputs 0..count-1 at timestamps 100 apart, none flagged.
-    void QueueInputs(size_t count) {
+    // Queues frames 0..count-1 of a port with cookies from `cookie`, at times 100 apart.
+    void QueueFrames(int32_t port, size_t count, int64_t cookie = 0) {
         for (size_t i = 0; i < count; ++i) {
-            ASSERT_EQ(Queue(0, inputs_[i]->Buffer(i, 100 * i)), E::VPP_OK);
+            ASSERT_EQ(Queue(port, (port == 0 ? in_ : out_)[i]->Buffer(cookie + i, 100 * i)),
+                      E::VPP_OK);
         }
     }
     // Mappings of the test's frames that the service holds.
     int Held() const { return ServiceMappings() - ownMappings_; }
 
-    std::vector<std::unique_ptr<SharedFrame>> inputs_, outputs_;
     int ownMappings_ = 0;
 };
 // What only a service in this process shows: a death declared on it or on the client's
 // callbacks, its registration, its session count.
 class EmbeddedLifecycleTest : public LifecycleTest {};
 
-TEST_P(LifecycleTest, FlushReturnsEveryBufferOfItsPortThenTheEvent) {
+// A flush returns every buffer of its port, then its event, and unmaps what is no longer queued.
+// A buffer queued again (through a new duplicate of its descriptor) reuses the mapping the
+// service made the first time.
+TEST_P(LifecycleTest, FlushReturnsAndUnmapsWhatItsPortHoldsAndBuffersStayMappedAcrossUses) {
     ASSERT_NO_FATAL_FAILURE(OpenSession(kParam, Ctrl(2, 2)));
     // No output buffers: the worker holds the first inputs and waits; the rest stay queued.
-    ASSERT_NO_FATAL_FAILURE(QueueInputs(5));
+    ASSERT_NO_FATAL_FAILURE(QueueFrames(0, 5));
     ASSERT_EQ(Call(&S::flush, 0), E::VPP_OK);
     ASSERT_TRUE(callbacks_->WaitFor(Event::kFlush));
     auto events = callbacks_->Events();
     ASSERT_EQ(events.size(), 6u);
     EXPECT_EQ(Cookies(callbacks_->Of(Event::kInput)), (std::multiset<int64_t>{0, 1, 2, 3, 4}));
     EXPECT_TRUE(events.back().kind == Event::kFlush && events.back().port == 0);
-
     // Outputs wait for frames; flushing the output port returns them unfilled.
-    for (size_t i = 0; i < 3; ++i) ASSERT_EQ(Queue(1, outputs_[i]->Buffer(100 + i)), E::VPP_OK);
+    ASSERT_NO_FATAL_FAILURE(QueueFrames(1, 3, 100));
     ASSERT_EQ(Call(&S::flush, 1), E::VPP_OK);
     ASSERT_TRUE(callbacks_->WaitFor(Event::kFlush, 2));
     events = callbacks_->Events();
@@ -70,37 +67,29 @@ TEST_P(LifecycleTest, FlushReturnsEveryBufferOfItsPortThenTheEvent) {
             std::make_tuple(Event::kOutput, static_cast<int64_t>(100 + i), 0));
     }
     EXPECT_EQ(events.back().port, 1);
+    EXPECT_EQ(Held(), 0);
 
-    // The session goes on with a new stream.
-    for (size_t i = 0; i < 3; ++i) ASSERT_EQ(Queue(1, outputs_[i]->Buffer(200 + i)), E::VPP_OK);
-    ASSERT_EQ(Queue(0, inputs_[0]->Buffer(10, 0)), E::VPP_OK);
-    ASSERT_EQ(Queue(0, inputs_[1]->Buffer(11, 100, kEos)), E::VPP_OK);
-    ASSERT_TRUE(callbacks_->WaitFor(Event::kDrain));
-    const auto filled = callbacks_->Of(Event::kOutput);
-    ASSERT_EQ(filled.size(), 6u);
-    EXPECT_TRUE(filled.back().timestamp == 100 && filled.back().flags == kEos);
-}
-
-// A buffer queued again (through a new duplicate of its descriptor) reuses the mapping the
-// service made the first time; a flush unmaps what is no longer queued.
-TEST_P(LifecycleTest, BuffersStayMappedAcrossUsesUntilAFlush) {
-    ASSERT_NO_FATAL_FAILURE(OpenSession(kParam, Ctrl(2, 2)));
+    // The session goes on with new streams; every buffer is back with the client after each, and
+    // mapped once in the service.
     for (size_t stream = 0; stream < 3; ++stream) {
-        for (size_t i = 0; i < 3; ++i) ASSERT_EQ(Queue(1, outputs_[i]->Buffer(100 + i)), E::VPP_OK);
-        ASSERT_EQ(Queue(0, inputs_[0]->Buffer(0, 0)), E::VPP_OK);
-        ASSERT_EQ(Queue(0, inputs_[1]->Buffer(1, 100, kEos)), E::VPP_OK);
+        ASSERT_NO_FATAL_FAILURE(QueueFrames(1, 3, 200));
+        ASSERT_EQ(Queue(0, in_[0]->Buffer(10, 0)), E::VPP_OK);
+        ASSERT_EQ(Queue(0, in_[1]->Buffer(11, 100, kEos)), E::VPP_OK);
         ASSERT_TRUE(callbacks_->WaitFor(Event::kDrain, stream + 1));
-        // Every buffer is back with the client, and mapped once in the service.
         EXPECT_EQ(Held(), 5) << "stream " << stream;
     }
+    const auto filled = callbacks_->Of(Event::kOutput);
+    ASSERT_EQ(filled.size(), 12u);
+    EXPECT_TRUE(filled.back().timestamp == 100 && filled.back().flags == kEos);
+
     // A buffer that shrank below the frame is refused although a mapping of it is kept.
-    VppBuffer shrunk = outputs_[0]->Buffer(102);
+    VppBuffer shrunk = out_[0]->Buffer(102);
     ASSERT_EQ(ftruncate(shrunk.bufferHandle.fds[0].get(), kFrameSize / 2), 0);
     EXPECT_EQ(Queue(1, shrunk), E::VPP_ERR_PARAM);
 
     for (int32_t port : {0, 1}) {
         ASSERT_EQ(Call(&S::flush, port), E::VPP_OK);
-        ASSERT_TRUE(callbacks_->WaitFor(Event::kFlush, port + 1));
+        ASSERT_TRUE(callbacks_->WaitFor(Event::kFlush, port + 3));
     }
     EXPECT_EQ(Held(), 0);
 }
@@ -111,9 +100,8 @@ TEST_P(LifecycleTest, CloseAndTermReturnEverythingAndUnmapIt) {
         Restart();
         ASSERT_NO_FATAL_FAILURE(OpenSession(kParam, Ctrl(2, 2)));
         const int ownFds = testsupport::OpenDescriptorCount();
-        ASSERT_NO_FATAL_FAILURE(QueueInputs(3));
-        ASSERT_EQ(Queue(1, outputs_[0]->Buffer(100)), E::VPP_OK);
-        ASSERT_EQ(Queue(1, outputs_[1]->Buffer(101)), E::VPP_OK);
+        ASSERT_NO_FATAL_FAILURE(QueueFrames(0, 3));
+        ASSERT_NO_FATAL_FAILURE(QueueFrames(1, 2, 100));
         // The service keeps mappings, not descriptors (embedded, the buffers' duplicates are
         // closed once the calls return; in vppd, the copies it received).
         EXPECT_EQ(testsupport::OpenDescriptorCount(), ownFds);
@@ -143,7 +131,7 @@ TEST_P(LifecycleTest, CloseAndTermReturnEverythingAndUnmapIt) {
 
 TEST_P(LifecycleTest, CallbacksMayCallBackIntoTheSession) {
     const size_t count = 5;
-    outputs_ = Frames(count, kFrameSize);
+    out_ = Frames(count, kFrameSize);
     std::promise<int32_t> finished;
     // Each returned output queues the next input and output from inside the callback; the drain
     // closes and terminates the session from inside its callback.
@@ -153,9 +141,9 @@ TEST_P(LifecycleTest, CallbacksMayCallBackIntoTheSession) {
             EXPECT_EQ(Call(&S::getStats, &stats), E::VPP_OK);
             const size_t next = static_cast<size_t>(e.cookie) + 1;
             if (next < count) {
-                EXPECT_EQ(Queue(1, outputs_[next]->Buffer(next)), E::VPP_OK);
+                EXPECT_EQ(Queue(1, out_[next]->Buffer(next)), E::VPP_OK);
                 const int32_t flags = next + 1 == count ? kEos : 0;
-                EXPECT_EQ(Queue(0, inputs_[next]->Buffer(next, next, flags)), E::VPP_OK);
+                EXPECT_EQ(Queue(0, in_[next]->Buffer(next, next, flags)), E::VPP_OK);
             }
         } else if (e.kind == Event::kDrain) {
             EXPECT_EQ(Call(&S::close), E::VPP_OK);
@@ -164,8 +152,8 @@ TEST_P(LifecycleTest, CallbacksMayCallBackIntoTheSession) {
         }
     };
     ASSERT_NO_FATAL_FAILURE(OpenSession(kParam, Ctrl(0, 0)));
-    ASSERT_EQ(Queue(1, outputs_[0]->Buffer(0)), E::VPP_OK);
-    ASSERT_EQ(Queue(0, inputs_[0]->Buffer(0, 0)), E::VPP_OK);
+    ASSERT_EQ(Queue(1, out_[0]->Buffer(0)), E::VPP_OK);
+    ASSERT_EQ(Queue(0, in_[0]->Buffer(0, 0)), E::VPP_OK);
     auto state = finished.get_future();
     ASSERT_EQ(state.wait_for(std::chrono::seconds(5)), std::future_status::ready);
     EXPECT_EQ(state.get(), 4);
@@ -181,8 +169,8 @@ TEST_P(EmbeddedLifecycleTest, ADeadOrUnregisteredServiceAnswersDeadObject) {
         SCOPED_TRACE(unregister ? "unregistered" : "declared dead");
         Restart();
         ASSERT_NO_FATAL_FAILURE(OpenSession(kParam, Ctrl(2, 2)));
-        ASSERT_NO_FATAL_FAILURE(QueueInputs(3));
-        ASSERT_EQ(Queue(1, outputs_[0]->Buffer(100)), E::VPP_OK);
+        ASSERT_NO_FATAL_FAILURE(QueueFrames(0, 3));
+        ASSERT_EQ(Queue(1, out_[0]->Buffer(100)), E::VPP_OK);
         ASSERT_TRUE(callbacks_->WaitFor(Event::kOutput));
         const std::string name = handle_->name();
         const std::string instance = name.substr(name.find('/') + 1);
@@ -198,7 +186,7 @@ TEST_P(EmbeddedLifecycleTest, ADeadOrUnregisteredServiceAnswersDeadObject) {
         int32_t state = -1;
         std::shared_ptr<IVppSession> another;
         for (const ndk::ScopedAStatus& status :
-             {session_->queueBuf(1, outputs_[0]->Buffer(101), &error), session_->flush(0, &error),
+             {session_->queueBuf(1, out_[0]->Buffer(101), &error), session_->flush(0, &error),
               session_->getState(&state, &error), session_->ping(&error),
               service_->getNewVppSession(0, &another), session_->term()}) {
             EXPECT_EQ(status.getStatus(), STATUS_DEAD_OBJECT);
@@ -217,9 +205,9 @@ TEST_P(EmbeddedLifecycleTest, ADeadOrUnregisteredServiceAnswersDeadObject) {
 TEST_P(EmbeddedLifecycleTest, ADeadClientTakesItsSessionsDownAndNoOtherSession) {
     const int ownFds = testsupport::OpenDescriptorCount();
     ASSERT_NO_FATAL_FAILURE(OpenSession(kParam, Ctrl(2, 2)));
-    ASSERT_NO_FATAL_FAILURE(QueueInputs(3));
+    ASSERT_NO_FATAL_FAILURE(QueueFrames(0, 3));
     // One output for a group of two: the worker writes it, then waits with the inputs held.
-    ASSERT_EQ(Queue(1, outputs_[0]->Buffer(100)), E::VPP_OK);
+    ASSERT_EQ(Queue(1, out_[0]->Buffer(100)), E::VPP_OK);
     ASSERT_TRUE(callbacks_->WaitFor(Event::kOutput));
 
     // A second client of the same service, with its own callbacks, stays.
@@ -240,7 +228,7 @@ TEST_P(EmbeddedLifecycleTest, ADeadClientTakesItsSessionsDownAndNoOtherSession) 
     EXPECT_EQ(Held(), 0);
     EXPECT_EQ(testsupport::OpenDescriptorCount(), ownFds);
     EXPECT_EQ(callbacks_->Events().size(), eventsAtDeath);
-    EXPECT_EQ(Queue(0, inputs_[0]->Buffer(9)), E::VPP_ERR_STATE);
+    EXPECT_EQ(Queue(0, in_[0]->Buffer(9)), E::VPP_ERR_STATE);
 
     error = E::VPP_ERR_HW;
     EXPECT_TRUE(other->ping(&error).isOk() && error == E::VPP_OK);
@@ -265,9 +253,7 @@ TEST_P(EmbeddedLifecycleTest, SessionsEndingNormallyLeaveNoDeathLinkBehind) {
     EXPECT_TRUE(watched.expired()) << "the service still holds the callbacks";
 }
 
-INSTANTIATE_TEST_SUITE_P(Transports, LifecycleTest,
-                         ::testing::Values(Transport::kEmbedded, Transport::kProcess),
-                         TransportName);
+ON_BOTH_TRANSPORTS(LifecycleTest);
 INSTANTIATE_TEST_SUITE_P(Transports, EmbeddedLifecycleTest, ::testing::Values(Transport::kEmbedded),
                          TransportName);
 

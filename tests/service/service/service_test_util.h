@@ -65,9 +65,8 @@ struct SharedFrame {
         VppBuffer buffer;
         buffer.bufferHandle.fds.emplace_back(fcntl(fd, F_DUPFD_CLOEXEC, 0));
         buffer.bufferLen = buffer.allocLen = buffer.filledLen = static_cast<int32_t>(size);
-        buffer.timestamp = timestamp;
-        buffer.flags = flags;
-        buffer.cookie = cookie;
+        std::tie(buffer.timestamp, buffer.flags, buffer.cookie) =
+            std::tie(timestamp, flags, cookie);
         return buffer;
     }
 
@@ -76,8 +75,9 @@ struct SharedFrame {
     uint8_t* const data;
 };
 
-inline std::vector<std::unique_ptr<SharedFrame>> Frames(size_t count, size_t size) {
-    std::vector<std::unique_ptr<SharedFrame>> frames;
+using FrameList = std::vector<std::unique_ptr<SharedFrame>>;
+inline FrameList Frames(size_t count, size_t size) {
+    FrameList frames;
     for (size_t i = 0; i < count; ++i) frames.push_back(std::make_unique<SharedFrame>(size));
     return frames;
 }
@@ -187,10 +187,15 @@ enum class Transport { kEmbedded, kProcess };
 inline std::string TransportName(const ::testing::TestParamInfo<Transport>& info) {
     return info.param == Transport::kEmbedded ? "Embedded" : "Process";
 }
+#define ON_BOTH_TRANSPORTS(Suite)                                                          \
+    INSTANTIATE_TEST_SUITE_P(Transports, Suite,                                            \
+                             ::testing::Values(Transport::kEmbedded, Transport::kProcess), \
+                             TransportName)
 
-// A service of its own, one session from it and a recorder for its callbacks. At the end the
-// session is terminated and the service ended, and this process (and the service's, when
-// separate) must hold the descriptors and frame mappings it held at the start.
+// A service of its own, one session from it, a recorder for its callbacks and room for the
+// test's frames. At the end the frames are dropped, the session is terminated and the service
+// ended, and this process (and the service's, when separate) must hold the descriptors and frame
+// mappings it held at the start.
 class ServiceTest : public ::testing::TestWithParam<Transport> {
   protected:
     void SetUp() override {
@@ -230,6 +235,8 @@ class ServiceTest : public ::testing::TestWithParam<Transport> {
     }
     void TearDown() override {
         if (fds_ < 0) return;  // skipped
+        in_.clear();
+        out_.clear();
         if (session_) session_->term();
         session_.reset();
         callbacks_.reset();
@@ -296,6 +303,7 @@ class ServiceTest : public ::testing::TestWithParam<Transport> {
     std::shared_ptr<IVppService> service_;
     std::shared_ptr<IVppSession> session_;
     std::shared_ptr<RecordingCallbacks> callbacks_;
+    FrameList in_, out_;
     int fds_ = 0;
     int mappings_ = 0;
     int serviceFds_ = 0;

@@ -20,21 +20,6 @@ std::vector<uint8_t> Render(const ClipGenerator& generator, double time) {
     return frame;
 }
 
-TEST(ClipGeneratorTest, SameSeedSameBytesOtherSeedOtherPicture) {
-    ClipOptions options;
-    options.width = 160;
-    options.height = 90;
-    ClipGenerator a, b, c;
-    ASSERT_TRUE(a.Init(options, nullptr));
-    ASSERT_TRUE(b.Init(options, nullptr));
-    options.seed = 2;
-    ASSERT_TRUE(c.Init(options, nullptr));
-    for (int t : {0, 7, 59}) {
-        EXPECT_EQ(Render(a, t), Render(b, t)) << "frame " << t;
-        EXPECT_NE(Render(a, t), Render(c, t)) << "frame " << t;
-    }
-}
-
 // The default 640x360 clip pans by (2, 1) pixels a frame: away from the ball a frame is the
 // previous one shifted exactly, and the ball moves. The background has fine grain between
 // neighbours, larger structure further apart, and coloured chroma.
@@ -117,7 +102,8 @@ TEST(ClipGeneratorTest, AcceptsAnyEvenSizeAndRejectsBadOptions) {
     }
 }
 
-TEST(ClipGeneratorTest, WriteClipProducesTheRenderedFrames) {
+// The file holds what a generator of the same options renders; another seed, another picture.
+TEST(ClipGeneratorTest, WriteClipProducesTheRenderedFramesOfItsSeed) {
     testsupport::TempDir dir;
     const int fds = testsupport::OpenDescriptorCount();
     ClipOptions options;
@@ -140,6 +126,10 @@ TEST(ClipGeneratorTest, WriteClipProducesTheRenderedFrames) {
     }
     EXPECT_EQ(count, 5) << error;
     reader.Close();
+    options.seed = 2;
+    ClipGenerator other;
+    ASSERT_TRUE(other.Init(options, nullptr));
+    for (int t : {0, 4}) EXPECT_NE(Render(other, t), Render(generator, t)) << t;
     options.width = 63;
     EXPECT_FALSE(media::WriteClip(dir.File("bad.y4m"), options, &error));
     EXPECT_EQ(dir.Entries(), std::vector<std::string>{"demo.y4m"});

@@ -15,10 +15,12 @@
 #include <vector>
 
 #include "descriptors.h"
+#include "has_text.h"
 #include "temp_dir.h"
 
 namespace vppfrc_test {
 
+using testsupport::Has;
 using testsupport::ReadFile;
 using testsupport::WriteFile;
 using Names = std::vector<std::string>;
