@@ -349,19 +349,22 @@ LumResult FrcNode::EndStream() {
     return result;
 }
 
+bool FrcNode::EndDeliveredLocked() const {
+    // The end is in once the frames before it are delivered too.
+    return drained_ && deliveries_.empty() && !delivering_;
+}
+
 bool FrcNode::WaitForEnd(int timeoutMs) {
     std::unique_lock<std::mutex> lock(mutex_);
     for (;;) {
         const uint64_t seen = returns_;
         const bool changed = changed_.wait_for(lock, std::chrono::milliseconds(timeoutMs), [&] {
-            return (drained_ && deliveries_.empty() && !delivering_) || !failure_.empty() ||
-                   returns_ != seen;
+            return EndDeliveredLocked() || !failure_.empty() || returns_ != seen;
         });
         if (!failure_.empty()) {
             return false;
         }
-        // The end is in once the frames before it are delivered too.
-        if (drained_ && deliveries_.empty() && !delivering_) {
+        if (EndDeliveredLocked()) {
             return true;
         }
         if (!changed) {

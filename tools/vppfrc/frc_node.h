@@ -170,6 +170,8 @@ class FrcNode : public IxoNodeVppBase {
     // Counts a returned output buffer and queues it again, or keeps it when the node no longer
     // accepts output. With the lock not held.
     void FinishOutput(Request* request, bool delivered, bool consumed, uint64_t index);
+    // The stream's end came back and every frame before it is delivered. Lock held.
+    bool EndDeliveredLocked() const;
     // Records a failure (the first reason wins) and wakes every waiter. Lock held.
     void FailLocked(const std::string& reason);
     double LatencyOf(int64_t timestamp, uint64_t doneNs);
